@@ -1,0 +1,45 @@
+#ifndef ZRFL_OPENSSL_ERRORQUEUE_H
+#define ZRFL_OPENSSL_ERRORQUEUE_H
+
+#include <openssl/err.h>
+
+#include <exception>
+#include <string>
+
+namespace foundation::crypto::openssl {
+
+/// Empties the calling thread's libcrypto error queue into text: 1024 characters for each error, oldest first, each the
+/// error's description, a NUL and blanks to fill. "No OpenSSL errors." when the queue is empty.
+std::string getOpenSSLErrorText();
+
+/// Empties the calling thread's libcrypto error queue into the lines that libcrypto itself prints, one for each error;
+/// empty when the queue is.
+///
+/// @throws utils::InternalException when the lines cannot be collected.
+std::string getOpenSSLErrorLines();
+
+/// Around an operation that may fail inside and yet return normally: forgets the errors that libcrypto queued
+/// meanwhile, so that the host finds its queue as it left it. An exception on its way out keeps them, since they
+/// explain it.
+class ErrorQueueMark {
+public:
+    ErrorQueueMark() noexcept : exceptions_(std::uncaught_exceptions()) { ERR_set_mark(); }
+
+    ~ErrorQueueMark() {
+        if (std::uncaught_exceptions() > exceptions_) {
+            ERR_clear_last_mark();
+        } else {
+            ERR_pop_to_mark();
+        }
+    }
+
+    ErrorQueueMark(ErrorQueueMark const&) = delete;
+    ErrorQueueMark& operator=(ErrorQueueMark const&) = delete;
+
+private:
+    int exceptions_;
+};
+
+} // namespace foundation::crypto::openssl
+
+#endif

@@ -1,0 +1,51 @@
+#ifndef ZRFL_OPENSSL_SECRETS_H
+#define ZRFL_OPENSSL_SECRETS_H
+
+#include <openssl/crypto.h>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace foundation::crypto::openssl {
+
+/// Wipes memory before it goes back to the heap: the copies that a growing vector leaves behind included.
+template <class Byte> struct WipingAllocator {
+    using value_type = Byte;
+
+    WipingAllocator() noexcept = default;
+
+    template <class Other> explicit WipingAllocator(WipingAllocator<Other> const& /*other*/) noexcept {}
+
+    Byte* allocate(std::size_t count) { return std::allocator<Byte>().allocate(count); }
+
+    void deallocate(Byte* bytes, std::size_t count) noexcept {
+        OPENSSL_cleanse(bytes, count * sizeof(Byte));
+        std::allocator<Byte>().deallocate(bytes, count);
+    }
+
+    friend bool operator==(WipingAllocator /*left*/, WipingAllocator /*right*/) noexcept { return true; }
+
+    friend bool operator!=(WipingAllocator /*left*/, WipingAllocator /*right*/) noexcept { return false; }
+};
+
+/// Key material and key text that the library itself holds, wiped wherever it is released.
+using SecretBytes = std::vector<unsigned char, WipingAllocator<unsigned char>>;
+
+/// Wipes `secret` when the scope ends, by whichever path. The buffer must not grow meanwhile.
+template <class Bytes> class Wiped {
+public:
+    explicit Wiped(Bytes& secret) noexcept : secret_(secret) {}
+
+    ~Wiped() { OPENSSL_cleanse(secret_.data(), secret_.size()); }
+
+    Wiped(Wiped const&) = delete;
+    Wiped& operator=(Wiped const&) = delete;
+
+private:
+    Bytes& secret_;
+};
+
+} // namespace foundation::crypto::openssl
+
+#endif

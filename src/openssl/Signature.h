@@ -1,0 +1,36 @@
+#ifndef ZRFL_OPENSSL_SIGNATURE_H
+#define ZRFL_OPENSSL_SIGNATURE_H
+
+#include <foundation/crypto/interfaces/IDigestEngine.h>
+#include <foundation/crypto/utils/ByteArray.h>
+
+#include <openssl/evp.h>
+
+#include <memory>
+#include <string>
+
+namespace foundation::crypto::openssl {
+
+using utils::ByteArray;
+
+// What every signer of this library has in common, whatever its key.
+
+/// The name by which libcrypto knows the digest of `engine`.
+///
+/// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.
+std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine);
+
+/// Signs `message` with the key, digest and padding that `context` was set up with: asks for the signature's size, then
+/// for the signature.
+///
+/// @throws utils::InternalException when libcrypto cannot.
+ByteArray sign(EVP_MD_CTX* context, ByteArray const& message);
+
+/// Sets the salt length of an RSA-PSS signature (RFC 8017, section 9.1): the digest's own length for "sha1", "sha256"
+/// and "sha512"; for every other name the largest that fits when signing, and whatever the signature has when
+/// verifying. False when libcrypto refuses.
+bool setPSSSaltLength(EVP_PKEY_CTX* context, std::string const& digestName);
+
+} // namespace foundation::crypto::openssl
+
+#endif

@@ -1,0 +1,89 @@
+#include "Streams.h"
+
+#include <algorithm>
+#include <cxxabi.h>
+#include <streambuf>
+
+namespace foundation::crypto::openssl {
+
+namespace {
+
+bool atEnd(std::streambuf& buffer) {
+    using Traits = std::streambuf::traits_type;
+    return Traits::eq_int_type(buffer.sgetc(), Traits::eof());
+}
+
+void setBadbitQuietly(std::istream& input) {
+    try {
+        input.setstate(std::ios_base::badbit);
+        // NOLINTNEXTLINE(bugprone-empty-catch): the exception in flight is the one to report
+    } catch (std::ios_base::failure const&) {
+    }
+}
+
+/// One access to the stream's buffer, with a formatted extraction's answer to a buffer that throws: badbit, and the
+/// exception goes on only if the stream's exception mask asks for it. The result is then 0.
+template <class Access> std::streamsize access(std::istream& input, Access&& perform) {
+    try {
+        return perform(*input.rdbuf());
+    } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
+        setBadbitQuietly(input);
+        throw;
+    } catch (...) {
+        setBadbitQuietly(input);
+        if ((input.exceptions() & std::ios_base::badbit) != 0) {
+            throw;
+        }
+        return 0;
+    }
+}
+
+/// Appends what `deliver(data, size)` writes, at most `size` bytes.
+template <class Bytes, class Deliver> void append(Bytes& bytes, std::streamsize size, Deliver&& deliver) {
+    std::size_t const before = bytes.size();
+    bytes.resize(before + static_cast<std::size_t>(size));
+    std::streamsize const delivered = deliver(reinterpret_cast<char*>(bytes.data() + before), size);
+    bytes.resize(before + static_cast<std::size_t>(delivered));
+}
+
+} // namespace
+
+template <class Bytes> Bytes readExtracted(std::istream& input) {
+    input.unsetf(std::ios_base::skipws);
+    Bytes bytes;
+    std::istream::sentry const good(input, true);
+    while (input.good()) {
+        // Looking at the next character first fills the buffer, so that taking what it holds cannot fail half-way.
+        std::streamsize const ready = access(input, [](std::streambuf& buffer) {
+            return atEnd(buffer) ? 0 : std::max<std::streamsize>(buffer.in_avail(), 1);
+        });
+        if (ready == 0) {
+            break;
+        }
+        append(bytes, ready, [&](char* data, std::streamsize size) {
+            return access(input, [&](std::streambuf& buffer) { return buffer.sgetn(data, size); });
+        });
+    }
+    if (input.good()) {
+        input.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+    }
+    return bytes;
+}
+
+template ByteArray readExtracted<ByteArray>(std::istream& input);
+template SecretBytes readExtracted<SecretBytes>(std::istream& input);
+
+ByteArray readUnformatted(std::istream& input) {
+    ByteArray bytes;
+    std::streambuf* const buffer = input.rdbuf();
+    if (buffer == nullptr) {
+        return bytes;
+    }
+    for (std::streamsize left = buffer->in_avail(); left > 0 || !atEnd(*buffer); left = buffer->in_avail()) {
+        append(bytes, std::max<std::streamsize>(left, 1),
+               [&](char* data, std::streamsize size) { return buffer->sgetn(data, size); });
+    }
+    return bytes;
+}
+
+} // namespace foundation::crypto::openssl

@@ -1,0 +1,169 @@
+#include "Streams.h"
+
+#include "support/Bytes.h"
+#include "support/Streams.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto::openssl;
+
+/// What `readExtracted` stands for: extraction of one character after the other.
+ByteArray extractCharacterwise(std::istream& input) {
+    input >> std::noskipws;
+    return {std::istream_iterator<unsigned char>(input), std::istream_iterator<unsigned char>()};
+}
+
+struct Outcome {
+    ByteArray bytes;
+    std::string thrown;
+    StreamState state;
+    std::string rest; // what the buffer still holds
+};
+
+Outcome readWith(std::function<ByteArray(std::istream&)> const& reader, std::istream& input) {
+    ByteArray bytes;
+    std::string thrown;
+    try {
+        bytes = reader(input);
+    } catch (std::exception const& error) {
+        thrown = error.what();
+    }
+    StreamState const state(input);
+    std::string rest;
+    try {
+        rest = input.rdbuf() == nullptr ? "" : std::string(std::istreambuf_iterator<char>(input.rdbuf()), {});
+    } catch (std::exception const&) {
+        rest = "(throws)";
+    }
+    return {bytes, thrown, state, rest};
+}
+
+struct Source {
+    std::string name;
+    std::function<std::unique_ptr<std::streambuf>()> makeBuffer;
+};
+
+std::string const content = " leading\tblanks, \n\r\n lines\0and a NUL \xff and the end \n ";
+
+std::vector<Source> const sources{
+    {"a string", [] { return std::make_unique<std::stringbuf>(content, std::ios::in); }},
+    {"an empty string", [] { return std::make_unique<std::stringbuf>("", std::ios::in); }},
+    {"single characters", [] { return std::make_unique<PortionBuffer>(content, 1); }},
+    {"portions", [] { return std::make_unique<PortionBuffer>(text(pseudoRandomBytes(100000)), 4096); }},
+    {"a buffer that throws at once", [] { return std::make_unique<PortionBuffer>("", 1, "gone"); }},
+    {"a buffer that throws later", [] { return std::make_unique<PortionBuffer>(content, 7, "gone"); }},
+    {"no buffer", [] { return std::unique_ptr<std::streambuf>(); }},
+    {"a file",
+     [] {
+         auto file = std::make_unique<std::filebuf>();
+         file->open(__FILE__, std::ios::in | std::ios::binary);
+         return file;
+     }},
+    {"a folder",
+     [] {
+         auto file = std::make_unique<std::filebuf>();
+         file->open("/", std::ios::in);
+         return file;
+     }},
+};
+
+std::vector<std::function<void(std::istream&)>> const preparations{
+    [](std::istream& /*input*/) {},
+    [](std::istream& input) { input >> std::noskipws; },
+    [](std::istream& input) { input.width(5); },
+    [](std::istream& input) { input.ignore(3); },
+    [](std::istream& input) { input.setstate(std::ios_base::eofbit); },
+    [](std::istream& input) { input.setstate(std::ios_base::failbit); },
+    [](std::istream& input) { input.setstate(std::ios_base::badbit); },
+};
+
+TEST(ReadExtracted, LeavesAStreamAsCharacterwiseExtractionWould) {
+    using Base = std::ios_base;
+    for (Source const& source : sources) {
+        for (std::size_t preparation = 0; preparation < preparations.size(); ++preparation) {
+            for (auto const mask : {Base::goodbit, Base::eofbit, Base::failbit, Base::badbit,
+                                    Base::failbit | Base::badbit, Base::eofbit | Base::failbit | Base::badbit}) {
+                SCOPED_TRACE(source.name + ", preparation " + std::to_string(preparation) + ", mask " +
+                             std::to_string(mask));
+                auto const readFresh = [&](std::function<ByteArray(std::istream&)> const& reader) {
+                    auto const buffer = source.makeBuffer();
+                    std::istream input(buffer.get());
+                    try {
+                        preparations[preparation](input);
+                        input.exceptions(mask);
+                    } catch (std::ios_base::failure const&) { // the mask is set all the same
+                    }
+                    return readWith(reader, input);
+                };
+                Outcome const expected = readFresh(extractCharacterwise);
+                Outcome const found = readFresh(readExtracted<ByteArray>);
+                EXPECT_EQ(found.bytes, expected.bytes);
+                EXPECT_EQ(found.thrown, expected.thrown);
+                EXPECT_EQ(found.state.state, expected.state.state);
+                EXPECT_EQ(found.state.flags, expected.state.flags);
+                EXPECT_EQ(found.state.gcount, expected.state.gcount);
+                EXPECT_EQ(found.state.width, expected.state.width);
+                EXPECT_EQ(found.rest, expected.rest);
+            }
+        }
+    }
+}
+
+TEST(ReadExtracted, FlushesTheTiedStream) {
+    std::ofstream tied("/dev/null");
+    std::istringstream input("abc");
+    input.tie(&tied);
+    tied << "pending";
+    EXPECT_EQ(text(readExtracted<ByteArray>(input)), "abc");
+}
+
+TEST(ReadExtracted, ReadsSecretsLikeBytes) {
+    std::istringstream input(content);
+    SecretBytes const secret = readExtracted<SecretBytes>(input);
+    EXPECT_EQ(std::string(secret.begin(), secret.end()), content);
+}
+
+TEST(ReadUnformatted, ReadsEveryByteAndLeavesTheStateAlone) {
+    for (Source const& source : sources) {
+        if (source.name.find("throws") != std::string::npos || source.name == "a folder") {
+            continue;
+        }
+        SCOPED_TRACE(source.name);
+        for (auto const state : {std::ios_base::goodbit, std::ios_base::failbit, std::ios_base::eofbit}) {
+            auto const buffer = source.makeBuffer();
+            auto const reference = source.makeBuffer();
+            std::istream input(buffer.get());
+            input.clear(state | (buffer ? std::ios_base::goodbit : std::ios_base::badbit));
+            StreamState const before(input);
+            ByteArray const expected =
+                reference ? ByteArray(std::istreambuf_iterator<char>(reference.get()), {}) : ByteArray();
+            EXPECT_EQ(readUnformatted(input), expected);
+            EXPECT_EQ(StreamState(input), before);
+        }
+    }
+}
+
+TEST(ReadUnformatted, LetsABufferThrow) {
+    PortionBuffer buffer("abc", 1, "gone");
+    std::istream input(&buffer);
+    EXPECT_THROW(readUnformatted(input), std::runtime_error);
+    EXPECT_TRUE(input.good());
+}
+
+TEST(ForEachChunk, DeliversPiecesOf1024BytesAndAnEmptyLastOne) {
+    std::istringstream input(std::string(2048, 'a'));
+    std::vector<std::size_t> sizes;
+    forEachChunk(input, [&](unsigned char const* /*data*/, std::size_t size) { sizes.push_back(size); });
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{1024, 1024, 0}));
+}
+
+} // namespace

@@ -1,0 +1,150 @@
+#ifndef ZRFL_TESTS_SUPPORT_FAULTS_H
+#define ZRFL_TESTS_SUPPORT_FAULTS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+/// Failing, replacing and recording the calls that the library makes into libcrypto. A test program that links the
+/// interposers (Interposers.cpp) defines those functions itself, in front of libcrypto's own; each forwards to the real
+/// one unless a test says otherwise. Only calls made on the thread of the test count, and only those that the library
+/// or the test program itself makes: not those of libcrypto's provider modules.
+namespace support {
+
+/// One call that was made: the function and its arguments, numbers and pointers alike as numbers.
+struct Call {
+    std::string function;
+    std::vector<std::intptr_t> arguments;
+};
+
+/// Keeps the calls of interposed functions that are made while it lives, the failing and replaced ones included.
+class Recording {
+public:
+    Recording();
+    ~Recording();
+    Recording(Recording const&) = delete;
+    Recording& operator=(Recording const&) = delete;
+
+    std::vector<Call> const& calls() const { return calls_; }
+
+    std::vector<Call> callsOf(std::string const& function) const;
+
+    std::size_t count(std::string const& function) const { return callsOf(function).size(); }
+
+    /// The names alone, in the order of the calls.
+    std::vector<std::string> functions() const;
+
+private:
+    friend struct FaultState;
+    std::vector<Call> calls_;
+};
+
+/// Makes the n-th call of `function` that follows (1 is the next) fail: it is not carried out and returns its failure
+/// result. The test that holds it fails if that call is never made.
+class Failing {
+public:
+    explicit Failing(std::string function, int nth = 1);
+    ~Failing();
+    Failing(Failing const&) = delete;
+    Failing& operator=(Failing const&) = delete;
+
+    /// Also leaves an entry with this text in libcrypto's error queue when the call fails.
+    Failing& withError(std::string text);
+    /// The call returns `result` in place of the function's usual failure result.
+    Failing& returning(std::intptr_t result);
+
+    bool happened() const { return left_ <= 0; }
+
+private:
+    friend struct FaultState;
+    std::string function_;
+    int left_;
+    std::string error_;
+    bool hasResult_ = false;
+    std::intptr_t result_ = 0;
+};
+
+namespace detail {
+class Replacement {
+protected:
+    Replacement(std::string function, void* replacement);
+    ~Replacement();
+
+public:
+    Replacement(Replacement const&) = delete;
+    Replacement& operator=(Replacement const&) = delete;
+
+    std::string function;
+    void* body; ///< A std::function<R(R (*real)(A...), A...)>.
+};
+} // namespace detail
+
+/// While it lives, `body(real, arguments...)` runs in place of the function; name its type as in
+/// `Replacing<decltype(EVP_DigestFinal_ex)> const shorter("EVP_DigestFinal_ex", [](auto real, auto... a) { ... });`
+template <class Signature> class Replacing;
+
+template <class R, class... A> class Replacing<R(A...)> : private detail::Replacement {
+public:
+    using Body = std::function<R(R (*)(A...), A...)>;
+
+    Replacing(std::string name, Body replacement)
+        : detail::Replacement(std::move(name), &body_), body_(std::move(replacement)) {}
+
+private:
+    Body body_;
+};
+
+/// What an interposer asks: whether this call is to be recorded, failed or replaced.
+struct Verdict {
+    bool fails = false;
+    bool hasResult = false;
+    std::intptr_t result = 0;
+    void* replacement = nullptr;
+};
+
+bool isWatched(void const* caller);
+Verdict judge(char const* function, std::vector<std::intptr_t> arguments);
+
+template <class T> std::intptr_t asNumber(T value) {
+    if constexpr (std::is_pointer_v<T>) {
+        return reinterpret_cast<std::intptr_t>(value);
+    } else {
+        return static_cast<std::intptr_t>(value);
+    }
+}
+
+template <class R> R fromNumber(std::intptr_t number) {
+    if constexpr (std::is_pointer_v<R>) {
+        return reinterpret_cast<R>(number);
+    } else {
+        return static_cast<R>(number);
+    }
+}
+
+/// The body of every interposer.
+template <class R, class... A>
+R intercept(char const* function, void const* caller, R (*real)(A...), std::intptr_t failure,
+            std::common_type_t<std::tuple<A...>> arguments) {
+    if (!isWatched(caller)) {
+        return std::apply(real, arguments);
+    }
+    Verdict const verdict =
+        judge(function, std::apply([](auto... a) { return std::vector<std::intptr_t>{asNumber(a)...}; }, arguments));
+    if (verdict.fails) {
+        return fromNumber<R>(verdict.hasResult ? verdict.result : failure);
+    }
+    if (verdict.replacement != nullptr) {
+        auto& body = *static_cast<std::function<R(R(*)(A...), A...)>*>(verdict.replacement);
+        return std::apply([&](auto... a) { return body(real, a...); }, arguments);
+    }
+    return std::apply(real, arguments);
+}
+
+} // namespace support
+
+#endif
