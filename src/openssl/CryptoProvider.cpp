@@ -2,6 +2,7 @@
 
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "RSAKey.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -9,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace foundation::crypto::openssl {
 
@@ -87,111 +89,111 @@ std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArr
 // RSA keys
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<1024>>>
-CryptoProvider::generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA1024KeyPair");
+CryptoProvider::generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<1024>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<2048>>>
-CryptoProvider::generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA2048KeyPair");
+CryptoProvider::generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<2048>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<4096>>>
-CryptoProvider::generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA4096KeyPair");
+CryptoProvider::generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<4096>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 // RSA encryption
@@ -447,22 +449,22 @@ CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& /*key*/
 
 // Which RSA size a key has
 
-interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(std::istream& /*encodedKey*/,
-                                                                            std::string const& /*password*/) const {
-    notOffered("getPrivateKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(std::istream& encodedKey,
+                                                                            std::string const& password) const {
+    return getKeySignatureMethod(loadRSAPrivateKey(encodedKey, password).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(ByteArray const& /*encodedKey*/,
-                                                                            std::string const& /*password*/) const {
-    notOffered("getPrivateKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(ByteArray const& encodedKey,
+                                                                            std::string const& password) const {
+    return getKeySignatureMethod(loadRSAPrivateKey(encodedKey, password).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(std::istream& /*encodedKey*/) const {
-    notOffered("getPublicKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(std::istream& encodedKey) const {
+    return getKeySignatureMethod(loadRSAPublicKey(encodedKey).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(ByteArray const& /*encodedKey*/) const {
-    notOffered("getPublicKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(ByteArray const& encodedKey) const {
+    return getKeySignatureMethod(loadRSAPublicKey(encodedKey).get());
 }
 
 } // namespace foundation::crypto::openssl
