@@ -2,7 +2,9 @@
 
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "RSAEncryption.h"
 #include "RSAKey.h"
+#include "RSASignature.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -22,8 +24,15 @@ using utils::RSAKeySize;
 
 namespace {
 
+using DefaultPRNG = CryptoPRNG<utils::DefaultPRNGAlgorithm>;
+
 [[noreturn]] void notOffered(char const* operation) {
     throw utils::NotImplemented(std::string(operation) + " is not offered by this version.");
+}
+
+/// The library's own class behind an interface; empty for a null or a foreign object.
+template <class Own, class Interface> std::shared_ptr<Own> narrow(std::shared_ptr<Interface> const& given) {
+    return std::dynamic_pointer_cast<Own>(given);
 }
 
 } // namespace
@@ -199,77 +208,89 @@ CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
 // RSA encryption
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Encryptor");
+CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Encryptor");
+CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Encryptor");
+CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Decryptor");
+CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Decryptor");
+CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Decryptor");
+CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 // RSA signatures
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Signer");
+CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Signer");
+CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Signer");
+CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Verifier");
+CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Verifier");
+CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Verifier");
+CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 // Elliptic-curve keys
