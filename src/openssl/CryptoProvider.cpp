@@ -1,6 +1,7 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include "Blake2bDigestEngineImpl.h"
+#include "CryptoPRNG.h"
 #include "DigestEngine.h"
 #include "HMACDigestEngine.h"
 #include "PBKDF2.h"
@@ -37,8 +38,8 @@ CryptoProvider::~CryptoProvider() = default;
 
 // Random bytes
 
-std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& /*seed*/) const {
-    notOffered("createDefaultCryptoPRNG");
+std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
+    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
 }
 
 // Digests
