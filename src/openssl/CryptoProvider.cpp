@@ -1,7 +1,10 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "Blake2bDigestEngineImpl.h"
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "HMACDigestEngine.h"
+#include "PBKDF2.h"
 #include "RSAEncryption.h"
 #include "RSAKey.h"
 #include "RSASignature.h"
@@ -78,21 +81,22 @@ std::shared_ptr<IDigestEngine> CryptoProvider::createSHA512DigestEngine() const 
 
 // HMAC and BLAKE2b
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA1DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA1DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA256DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA512DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA512DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& /*key*/,
-                                                                         ByteArray const& /*salt*/) const {
-    notOffered("createBlake2bDigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& key,
+                                                                         ByteArray const& salt) const {
+    using Algorithm = utils::Blake2bDigestAlgorithm;
+    return std::make_shared<Blake2bDigestEngineImpl<Algorithm>>(key, salt, Algorithm::getDigestSize());
 }
 
 // RSA keys
@@ -455,17 +459,17 @@ std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::H
 
 // Key derivation
 
-ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& /*password*/, std::string const& /*salt*/,
-                                               int /*keyLength*/, int /*iterations*/) const {
-    notOffered("deriveKeyUsingPBKDF2");
+ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& password, std::string const& salt, int keyLength,
+                                               int iterations) const {
+    return openssl::deriveKeyUsingPBKDF2(password, salt, keyLength, iterations);
 }
 
 // BLAKE2b of a chosen size
 
-std::shared_ptr<IDigestEngine>
-CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& /*key*/, ByteArray const& /*salt*/,
-                                                        unsigned long /*digestSize*/) const {
-    notOffered("createBlake2bDigestEngineWithCustomSize");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
+                                                                                       ByteArray const& salt,
+                                                                                       unsigned long digestSize) const {
+    return std::make_shared<Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>>(key, salt, digestSize);
 }
 
 // Which RSA size a key has
