@@ -1,5 +1,6 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "CryptoPRNG.h"
 #include "DigestEngine.h"
 #include "ECCKey.h"
 #include "ECCSignature.h"
@@ -41,8 +42,8 @@ CryptoProvider::~CryptoProvider() = default;
 
 // Random bytes
 
-std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& /*seed*/) const {
-    notOffered("createDefaultCryptoPRNG");
+std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
+    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
 }
 
 // Digests
