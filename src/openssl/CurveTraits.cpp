@@ -2,6 +2,7 @@
 
 #include "Check.h"
 #include "Conversions.h"
+#include "Secrets.h"
 
 #include <openssl/core_names.h>
 #include <openssl/obj_mac.h>
@@ -12,14 +13,6 @@ namespace {
 
 using P256 = CurveTraits<utils::EllipticCurve::P256>;
 using Curve25519 = CurveTraits<utils::EllipticCurve::Curve25519>;
-
-/// The number that `bytes` encode, in memory that is wiped when it is released, as are the parameters made from it.
-BNUPtr toSecretNumber(ByteArray const& bytes) {
-    Owned<BIGNUM> room(BN_secure_new());
-    BNUPtr number(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), room.get()));
-    static_cast<void>(room.release()); // it is `number` now
-    return number;
-}
 
 ByteArray multiplyGenerator(BIGNUM const* integer) {
     EC_GROUPUPtr const group(EC_GROUP_new_by_curve_name(NID_X9_62_prime256v1));
@@ -54,6 +47,7 @@ public:
     /// The key of the parameters that `selection` names.
     EVP_PKEYUPtr makeKey(int selection, char const* failure) const {
         OSSL_PARAMUPtr const parameters(OSSL_PARAM_BLD_to_param(builder_.get()));
+        WipedObject const wiped(parameters.get());
         EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new_id(P256::keyType, nullptr));
         require(EVP_PKEY_fromdata_init(context.get()) == 1, "Failed to initialize EVP_PKEY_CTX");
         EVP_PKEY* made = nullptr;
@@ -76,7 +70,8 @@ void P256::chooseCurve(EVP_PKEY_CTX* generation) {
 
 EVP_PKEYUPtr P256::makePrivateKey(ByteArray const& integer) {
     require(!integer.empty(), "No bytes to initialize from in private integer");
-    BNUPtr const number = toSecretNumber(integer);
+    BNUPtr const number(BN_bin2bn(integer.data(), static_cast<int>(integer.size()), nullptr));
+    WipedObject const wiped(number.get());
     ByteArray const point = multiplyGenerator(number.get());
     P256Parameters parameters;
     parameters.addPrivateInteger(number.get());
@@ -91,9 +86,11 @@ EVP_PKEYUPtr P256::makePublicKey(ByteArray const& point) {
 }
 
 ByteArray P256::readPrivateInteger(OSSL_PARAM const& integer) {
-    BNUPtr const number(BN_secure_new()); // wiped when it is released
-    BIGNUM* target = number.get();
-    require(OSSL_PARAM_get_BN(&integer, &target) == 1, "Failed to initialize BIGNUM with private integer data");
+    BIGNUM* read = nullptr;
+    int const result = OSSL_PARAM_get_BN(&integer, &read);
+    Owned<BIGNUM> number(read);
+    WipedObject const wiped(read);
+    require(result == 1, "Failed to initialize BIGNUM with private integer data");
     return toByteArray(number.get());
 }
 

@@ -51,20 +51,6 @@ OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* 
     return OSSL_PARAMUPtr(parameters.release());
 }
 
-/// Wipes the value of a parameter when the scope ends; releasing a parameter does not.
-class WipedParameter {
-public:
-    explicit WipedParameter(OSSL_PARAM& parameter) noexcept : parameter_(parameter) {}
-
-    ~WipedParameter() { OPENSSL_cleanse(parameter_.data, parameter_.data_size); }
-
-    WipedParameter(WipedParameter const&) = delete;
-    WipedParameter& operator=(WipedParameter const&) = delete;
-
-private:
-    OSSL_PARAM& parameter_;
-};
-
 ByteArray exportPrivatePEM(EVP_PKEY* key) {
     // Encoding an EC key changes a flag of it for a moment, so that exports at the same time would disturb each other.
     EVP_PKEYUPtr const duplicate(EVP_PKEY_dup(key));
@@ -129,9 +115,9 @@ template <utils::EllipticCurve C> ByteArray ECCPrivateKey<C>::getPEM() const {
 template <utils::EllipticCurve C> ByteArray ECCPrivateKey<C>::getPrivateInteger() const {
     OSSL_PARAMUPtr const parameters =
         exportParameters(key_.get(), EVP_PKEY_KEYPAIR, "Failed to extract information from private EVP_PKEY");
-    OSSL_PARAM* const integer = OSSL_PARAM_locate(parameters.get(), OSSL_PKEY_PARAM_PRIV_KEY);
+    WipedObject const wiped(parameters.get());
+    OSSL_PARAM const* const integer = OSSL_PARAM_locate_const(parameters.get(), OSSL_PKEY_PARAM_PRIV_KEY);
     require(integer != nullptr, "Could not find 'priv' in parameter list from EVP_PKEY_todata");
-    WipedParameter const wiped(*integer);
     return CurveTraits<C>::readPrivateInteger(*integer);
 }
 
