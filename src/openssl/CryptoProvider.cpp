@@ -1,6 +1,7 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include "DigestEngine.h"
+#include "HSMSigner.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -8,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace foundation::crypto::openssl {
 
@@ -423,10 +425,10 @@ CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKey
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& /*hsmObject*/,
-                                                                        utils::RSAPaddingMode /*padding*/,
-                                                                        std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createHSMSigner");
+std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
+                                                                        utils::RSAPaddingMode padding,
+                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
 // Key derivation
