@@ -1,5 +1,6 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "CryptoPRNG.h"
 #include "DigestEngine.h"
 #include "HSMSigner.h"
 
@@ -36,8 +37,8 @@ CryptoProvider::~CryptoProvider() = default;
 
 // Random bytes
 
-std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& /*seed*/) const {
-    notOffered("createDefaultCryptoPRNG");
+std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
+    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
 }
 
 // Digests

@@ -81,13 +81,7 @@ ZRFL_OBSERVE(EVP_MAC_CTX_free, EVP_MAC_CTX)
 // Random bytes and key derivation
 ZRFL_INTERPOSE(int, RAND_bytes, (unsigned char* data, int size), (data, size), 0)
 ZRFL_INTERPOSE(int, PKCS5_PBKDF2_HMAC, (char const* password, int passwordSize, unsigned char const* salt, int saltSize, int iterations, EVP_MD const* digest, int size, unsigned char* key), (password, passwordSize, salt, saltSize, iterations, digest, size, key), 0)
-extern "C" void RAND_seed(void const* data, int size) {
-    static auto const real = reinterpret_cast<decltype(&RAND_seed)>(dlsym(RTLD_NEXT, "RAND_seed"));
-    if (support::isWatched(__builtin_return_address(0))) {
-        support::judge("RAND_seed", {support::asNumber(data), size});
-    }
-    real(data, size);
-}
+ZRFL_INTERPOSE(void, RAND_seed, (void const* data, int size), (data, size), 0)
 
 // Ciphers
 ZRFL_INTERPOSE(EVP_CIPHER const*, EVP_aes_128_cbc, (), (), 0)
