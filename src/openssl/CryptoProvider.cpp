@@ -6,6 +6,7 @@
 #include "ECCKey.h"
 #include "ECCSignature.h"
 #include "HMACDigestEngine.h"
+#include "HSMSigner.h"
 #include "PBKDF2.h"
 #include "RSAEncryption.h"
 #include "RSAKey.h"
@@ -455,10 +456,10 @@ CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKey
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& /*hsmObject*/,
-                                                                        utils::RSAPaddingMode /*padding*/,
-                                                                        std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createHSMSigner");
+std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
+                                                                        utils::RSAPaddingMode padding,
+                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
 // Key derivation
