@@ -53,7 +53,7 @@ CryptoProvider::~CryptoProvider() = default;
 // Random bytes
 
 std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
-    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
+    return std::make_shared<DefaultPRNG>(seed);
 }
 
 // Digests
