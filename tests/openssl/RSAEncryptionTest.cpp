@@ -195,6 +195,19 @@ TEST(RSABlocks, DecryptOnlyAtTheirSizeAndBelowTheModulus) {
     }
 }
 
+TEST(RSABlocks, ThatAreShorterAreTheNumberAllTheSame) {
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    for (RSAPaddingMode const padding : {oaep1, pkcs1}) {
+        ByteArray cipherText;
+        do {
+            cipherText = user.encryptor(padding)->encrypt(bytes("message"));
+        } while (cipherText.front() != 0);
+        cipherText.erase(cipherText.begin());
+        EXPECT_EQ(text(user.decryptor(padding)->decrypt(cipherText)), "message");
+        EXPECT_EQ(decryptStream(*user.decryptor(padding), text(cipherText)), "message");
+    }
+}
+
 TEST(RSABlocks, DecryptOnlyWithTheirOAEPHash) {
     RSAKeyUser const& user = rsaTestKeyUser(2048);
     for (RSAPaddingMode const padding : {oaep1, oaep256, oaep512}) {
