@@ -1,7 +1,13 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "Blake2bDigestEngineImpl.h"
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "ECCKey.h"
+#include "ECCSignature.h"
+#include "HMACDigestEngine.h"
+#include "HSMSigner.h"
+#include "PBKDF2.h"
 #include "RSAEncryption.h"
 #include "RSAKey.h"
 #include "RSASignature.h"
@@ -47,7 +53,7 @@ CryptoProvider::~CryptoProvider() = default;
 // Random bytes
 
 std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
-    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
+    return std::make_shared<DefaultPRNG>(seed);
 }
 
 // Digests
@@ -78,21 +84,22 @@ std::shared_ptr<IDigestEngine> CryptoProvider::createSHA512DigestEngine() const 
 
 // HMAC and BLAKE2b
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA1DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA1DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA256DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA512DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA512DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& /*key*/,
-                                                                         ByteArray const& /*salt*/) const {
-    notOffered("createBlake2bDigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& key,
+                                                                         ByteArray const& salt) const {
+    using Algorithm = utils::Blake2bDigestAlgorithm;
+    return std::make_shared<Blake2bDigestEngineImpl<Algorithm>>(key, salt, Algorithm::getDigestSize());
 }
 
 // RSA keys
@@ -296,94 +303,96 @@ CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<
 // Elliptic-curve keys
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::P256>> CryptoProvider::generateECCP256KeyPair() const {
-    notOffered("generateECCP256KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::P256>>();
 }
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::Curve25519>>
 CryptoProvider::generateECCCurve25519KeyPair() const {
-    notOffered("generateECCCurve25519KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::Curve25519>>();
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCP256PrivateKeyFromInteger");
+CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCCurve25519PrivateKeyFromInteger");
+CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCP256PublicKeyFromPoint");
+CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCCurve25519PublicKeyFromPoint");
+CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey);
 }
 
 // Elliptic-curve signatures
 
-std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCP256Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> /*privateKey*/) const {
-    notOffered("createECCP256Signer");
+std::shared_ptr<interfaces::IECCSigner>
+CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(privateKey));
 }
 
 std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCCurve25519Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> /*privateKey*/) const {
-    notOffered("createECCCurve25519Signer");
+    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(
+        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(privateKey));
 }
 
-std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCP256Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> /*publicKey*/) const {
-    notOffered("createECCP256Verifier");
+std::shared_ptr<interfaces::IECCVerifier>
+CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(publicKey));
 }
 
 std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> /*publicKey*/) const {
-    notOffered("createECCCurve25519Verifier");
+    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(
+        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(publicKey));
 }
 
 // AES
@@ -447,25 +456,25 @@ CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKey
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& /*hsmObject*/,
-                                                                        utils::RSAPaddingMode /*padding*/,
-                                                                        std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createHSMSigner");
+std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
+                                                                        utils::RSAPaddingMode padding,
+                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
 // Key derivation
 
-ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& /*password*/, std::string const& /*salt*/,
-                                               int /*keyLength*/, int /*iterations*/) const {
-    notOffered("deriveKeyUsingPBKDF2");
+ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& password, std::string const& salt, int keyLength,
+                                               int iterations) const {
+    return openssl::deriveKeyUsingPBKDF2(password, salt, keyLength, iterations);
 }
 
 // BLAKE2b of a chosen size
 
-std::shared_ptr<IDigestEngine>
-CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& /*key*/, ByteArray const& /*salt*/,
-                                                        unsigned long /*digestSize*/) const {
-    notOffered("createBlake2bDigestEngineWithCustomSize");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
+                                                                                       ByteArray const& salt,
+                                                                                       unsigned long digestSize) const {
+    return std::make_shared<Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>>(key, salt, digestSize);
 }
 
 // Which RSA size a key has
