@@ -1,10 +1,15 @@
 // A PKCS #11 module that is another one, named by ZRFL_SPIED_MODULE, and writes a line into the file ZRFL_SPY_LOG for
-// each call that concerns sessions: its name, and its result where it failed.
+// each call that concerns sessions: its name, its result where it failed, and how many sessions a C_Finalize met open.
 #include "Cryptoki.h"
 
-#include <cstdio>
+#include <cstddef>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
 
 using namespace support::cryptoki;
 
@@ -22,17 +27,19 @@ struct Spied {
 };
 
 FunctionList* spied = nullptr;
+std::map<Session, Number> slotsOfOpenSessions;
 
-Result noted(char const* call, Result result) {
-    FILE* const log = std::fopen(std::getenv("ZRFL_SPY_LOG"), "a");
-    if (log != nullptr) {
-        if (result == CKR_OK) {
-            std::fprintf(log, "%s\n", call);
-        } else {
-            std::fprintf(log, "%s 0x%lx\n", call, result);
-        }
-        std::fclose(log);
+void note(std::string const& line) {
+    std::ofstream(std::getenv("ZRFL_SPY_LOG"), std::ios::app) << line << '\n';
+}
+
+Result noted(std::string const& call, Result result) {
+    std::ostringstream line;
+    line << call;
+    if (result != CKR_OK) {
+        line << " 0x" << std::hex << result;
     }
+    note(line.str());
     return result;
 }
 
@@ -41,18 +48,29 @@ Result initialize(void* arguments) {
 }
 
 Result finalize(void* reserved) {
-    return noted("C_Finalize", spied->finalize(reserved));
+    std::size_t const open = slotsOfOpenSessions.size();
+    slotsOfOpenSessions.clear();
+    return noted(open == 0 ? "C_Finalize" : "C_Finalize with sessions open: " + std::to_string(open),
+                 spied->finalize(reserved));
 }
 
 Result openSession(Number slot, Number flags, void* application, void* notify, Session* session) {
-    return noted("C_OpenSession", spied->openSession(slot, flags, application, notify, session));
+    Result const result = spied->openSession(slot, flags, application, notify, session);
+    if (result == CKR_OK) {
+        slotsOfOpenSessions[*session] = slot;
+    }
+    return noted("C_OpenSession", result);
 }
 
 Result closeSession(Session session) {
+    slotsOfOpenSessions.erase(session);
     return noted("C_CloseSession", spied->closeSession(session));
 }
 
 Result closeAllSessions(Number slot) {
+    for (auto session = slotsOfOpenSessions.begin(); session != slotsOfOpenSessions.end();) {
+        session = session->second == slot ? slotsOfOpenSessions.erase(session) : std::next(session);
+    }
     return noted("C_CloseAllSessions", spied->closeAllSessions(slot));
 }
 
