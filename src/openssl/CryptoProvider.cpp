@@ -1,8 +1,18 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "AESKey.h"
+#include "AESTransform.h"
+#include "Blake2bDigestEngineImpl.h"
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "ECCKey.h"
+#include "ECCSignature.h"
+#include "HMACDigestEngine.h"
+#include "HSMSigner.h"
+#include "PBKDF2.h"
+#include "RSAEncryption.h"
 #include "RSAKey.h"
+#include "RSASignature.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -22,8 +32,15 @@ using utils::RSAKeySize;
 
 namespace {
 
+using DefaultPRNG = CryptoPRNG<utils::DefaultPRNGAlgorithm>;
+
 [[noreturn]] void notOffered(char const* operation) {
     throw utils::NotImplemented(std::string(operation) + " is not offered by this version.");
+}
+
+/// The library's own class behind an interface; empty for a null or a foreign object.
+template <class Own, class Interface> std::shared_ptr<Own> narrow(std::shared_ptr<Interface> const& given) {
+    return std::dynamic_pointer_cast<Own>(given);
 }
 
 } // namespace
@@ -38,7 +55,7 @@ CryptoProvider::~CryptoProvider() = default;
 // Random bytes
 
 std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
-    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
+    return std::make_shared<DefaultPRNG>(seed);
 }
 
 // Digests
@@ -69,21 +86,22 @@ std::shared_ptr<IDigestEngine> CryptoProvider::createSHA512DigestEngine() const 
 
 // HMAC and BLAKE2b
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA1DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA1DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA256DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA512DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA512DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& /*key*/,
-                                                                         ByteArray const& /*salt*/) const {
-    notOffered("createBlake2bDigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& key,
+                                                                         ByteArray const& salt) const {
+    using Algorithm = utils::Blake2bDigestAlgorithm;
+    return std::make_shared<Blake2bDigestEngineImpl<Algorithm>>(key, salt, Algorithm::getDigestSize());
 }
 
 // RSA keys
@@ -199,252 +217,269 @@ CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
 // RSA encryption
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Encryptor");
+CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Encryptor");
+CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Encryptor");
+CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Decryptor");
+CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Decryptor");
+CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Decryptor");
+CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 // RSA signatures
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Signer");
+CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Signer");
+CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Signer");
+CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Verifier");
+CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Verifier");
+CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Verifier");
+CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 // Elliptic-curve keys
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::P256>> CryptoProvider::generateECCP256KeyPair() const {
-    notOffered("generateECCP256KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::P256>>();
 }
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::Curve25519>>
 CryptoProvider::generateECCCurve25519KeyPair() const {
-    notOffered("generateECCCurve25519KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::Curve25519>>();
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCP256PrivateKeyFromInteger");
+CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCCurve25519PrivateKeyFromInteger");
+CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCP256PublicKeyFromPoint");
+CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCCurve25519PublicKeyFromPoint");
+CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey);
 }
 
 // Elliptic-curve signatures
 
-std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCP256Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> /*privateKey*/) const {
-    notOffered("createECCP256Signer");
+std::shared_ptr<interfaces::IECCSigner>
+CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(privateKey));
 }
 
 std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCCurve25519Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> /*privateKey*/) const {
-    notOffered("createECCCurve25519Signer");
+    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(
+        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(privateKey));
 }
 
-std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCP256Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> /*publicKey*/) const {
-    notOffered("createECCP256Verifier");
+std::shared_ptr<interfaces::IECCVerifier>
+CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(publicKey));
 }
 
 std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> /*publicKey*/) const {
-    notOffered("createECCCurve25519Verifier");
+    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(
+        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(publicKey));
 }
 
 // AES
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>>
-CryptoProvider::createAES128Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES128Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> CryptoProvider::createAES128Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<128>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>>
-CryptoProvider::createAES192Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES192Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> CryptoProvider::createAES192Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<192>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>>
-CryptoProvider::createAES256Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES256Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> CryptoProvider::createAES256Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<256>>>(keyBytes);
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES128Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES128Encryptor");
+CryptoProvider::createAES128Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES192Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES192Encryptor");
+CryptoProvider::createAES192Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES256Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES256Encryptor");
+CryptoProvider::createAES256Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES128Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES128Decryptor");
+CryptoProvider::createAES128Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES192Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES192Decryptor");
+CryptoProvider::createAES192Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES256Decryptor");
+CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& /*hsmObject*/,
-                                                                        utils::RSAPaddingMode /*padding*/,
-                                                                        std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createHSMSigner");
+std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
+                                                                        utils::RSAPaddingMode padding,
+                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
 // Key derivation
 
-ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& /*password*/, std::string const& /*salt*/,
-                                               int /*keyLength*/, int /*iterations*/) const {
-    notOffered("deriveKeyUsingPBKDF2");
+ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& password, std::string const& salt, int keyLength,
+                                               int iterations) const {
+    return openssl::deriveKeyUsingPBKDF2(password, salt, keyLength, iterations);
 }
 
 // BLAKE2b of a chosen size
 
-std::shared_ptr<IDigestEngine>
-CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& /*key*/, ByteArray const& /*salt*/,
-                                                        unsigned long /*digestSize*/) const {
-    notOffered("createBlake2bDigestEngineWithCustomSize");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
+                                                                                       ByteArray const& salt,
+                                                                                       unsigned long digestSize) const {
+    return std::make_shared<Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>>(key, salt, digestSize);
 }
 
 // Which RSA size a key has
