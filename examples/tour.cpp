@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,7 @@ namespace {
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
+using foundation::crypto::utils::Exception;
 
 CryptoProvider const provider;
 
@@ -95,6 +97,39 @@ void showDigests(Tour& tour) {
     }
 }
 
+void showRSAKeys(Tour& tour) {
+    tour.section("RSA keys: generated, exported, loaded, made from numbers");
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    auto const pair = tour.timed([&] { return provider.generateRSA2048KeyPair(prng); });
+    auto const privateKey = pair->getPrivateKey();
+    auto const publicKey = pair->getPublicKey();
+    ByteArray const modulus = publicKey->getModulus();
+    tour.line("generated, 2048 bits", modulus == privateKey->getModulus(), hex(modulus).substr(0, 32) + "...");
+
+    ByteArray const der = privateKey->getDER();
+    auto const loaded = tour.timed([&] { return provider.createRSA2048PrivateKey(der); });
+    tour.line("private, through DER", loaded->getDER() == der, std::to_string(der.size()) + " bytes");
+
+    ByteArray const publicDER = publicKey->getDER();
+    std::istringstream stream(std::string(publicDER.begin(), publicDER.end()));
+    auto const streamed = tour.timed([&] { return provider.createRSA2048PublicKey(stream); });
+    tour.line("public, through a stream", streamed->getDER() == publicDER, std::to_string(publicDER.size()) + " bytes");
+
+    auto const fromNumbers =
+        tour.timed([&] { return provider.createRSA2048PublicKey(modulus, publicKey->getPublicExponent()); });
+    tour.line("public, from n and e", fromNumbers->getDER() == publicDER);
+
+    bool const refused = tour.timed([&] {
+        try {
+            provider.createRSA4096PublicKey(publicDER);
+            return false;
+        } catch (Exception const&) {
+            return true;
+        }
+    });
+    tour.line("refused as one of 4096 bits", refused);
+}
+
 /// The content of a regular file or of anything else that can be read to an end; nothing if it cannot.
 std::optional<ByteArray> read(std::string const& path) {
     std::error_code error;
@@ -123,6 +158,7 @@ bool visit(std::string const& path) {
                 content->empty() ? " (an empty message is a message, too)" : "");
     Tour tour(path, *std::move(content));
     showDigests(tour);
+    showRSAKeys(tour);
     std::printf("\n  %s\n\n", tour.allRight() ? "Everything agrees." : "SOMETHING DISAGREES.");
     return tour.allRight();
 }
