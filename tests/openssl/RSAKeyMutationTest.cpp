@@ -1,5 +1,6 @@
 // Damaged keys: whatever the bytes, a key loads or the library says why not in an exception of its own family.
 #include "support/Bytes.h"
+#include "support/Mutations.h"
 #include "support/RSAKeys.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -9,7 +10,6 @@
 
 #include <openssl/err.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <random>
@@ -24,62 +24,6 @@ using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
 
 CryptoProvider const provider;
-
-class Mutator {
-public:
-    /// A copy of `whole` with one to four damages.
-    ByteArray damage(ByteArray whole) {
-        for (std::size_t count = below(4) + 1; count > 0; --count) {
-            damageOnce(whole);
-        }
-        return whole;
-    }
-
-    /// A number from 0 to `end` - 1; 0 for an `end` of 0.
-    std::size_t below(std::size_t end) { return end == 0 ? 0 : random_() % end; }
-
-private:
-    void damageOnce(ByteArray& whole) {
-        if (whole.empty()) {
-            whole.push_back(byte());
-            return;
-        }
-        auto const at = whole.begin() + static_cast<std::ptrdiff_t>(below(whole.size()));
-        auto const end = at + static_cast<std::ptrdiff_t>(
-                                  std::min<std::size_t>(below(20) + 1, static_cast<std::size_t>(whole.end() - at)));
-        switch (below(8)) {
-        case 0: // one bit; most damages keep the structure
-        case 1:
-        case 2:
-            *at = static_cast<unsigned char>(*at ^ (1U << below(8)));
-            break;
-        case 3:
-            *at = byte();
-            break;
-        case 4:
-            whole.erase(at, end);
-            break;
-        case 5: {
-            ByteArray const copy(at, end);
-            whole.insert(at, copy.begin(), copy.end());
-            break;
-        }
-        case 6:
-            std::generate(at, end, [this] { return byte(); });
-            break;
-        default:
-            if (below(8) == 0) {
-                whole.erase(at, whole.end());
-            } else {
-                std::fill(at, end, below(2) == 0 ? 0x00 : 0xff);
-            }
-        }
-    }
-
-    unsigned char byte() { return static_cast<unsigned char>(below(256)); }
-
-    std::mt19937_64 random_{20261120}; // NOLINT: repeatable is what it is for
-};
 
 int loaded = 0;
 int refused = 0;
@@ -145,7 +89,7 @@ template <class OfSize> void loadPublic(ByteArray const& encoded) {
     attempt([&] { return provider.getPublicKeySignatureMethod(encoded); }, useNothing);
 }
 
-template <class OfSize> void damageFiles(Mutator& mutator, int rounds) {
+template <class OfSize> void damageFiles(std::mt19937_64& random, int rounds) {
     struct {
         char const* form;
         std::function<void(ByteArray const&)> load;
@@ -164,17 +108,17 @@ template <class OfSize> void damageFiles(Mutator& mutator, int rounds) {
     for (auto const& [form, load] : forms) {
         ByteArray const whole = readRSAKey(OfSize::size, form);
         for (int round = 0; round < rounds; ++round) {
-            load(mutator.damage(whole));
+            load(mutate(whole, random));
         }
     }
 }
 
 TEST(DamagedRSAKeys, InFilesAreLoadedOrRefused) {
     loaded = refused = 0;
-    Mutator mutator;
-    damageFiles<RSAKeys<1024>>(mutator, 200);
-    damageFiles<RSAKeys<2048>>(mutator, 200);
-    damageFiles<RSAKeys<4096>>(mutator, 50); // 4050 files in all
+    std::mt19937_64 random(20261120);
+    damageFiles<RSAKeys<1024>>(random, 200);
+    damageFiles<RSAKeys<2048>>(random, 200);
+    damageFiles<RSAKeys<4096>>(random, 50); // 4050 files in all
     EXPECT_GT(loaded, 300);
     EXPECT_GT(refused, 4000);
 }
@@ -184,11 +128,11 @@ TEST(DamagedRSAKeys, InFilesAreLoadedOrRefused) {
 TEST(DamagedRSAKeys, InEncryptedDERAreLoadedOrRefused) {
     constexpr std::size_t parametersEnd = 120;
     loaded = refused = 0;
-    Mutator mutator;
+    std::mt19937_64 random(20261120);
     ByteArray const whole = readRSAKey(1024, "encrypted.der");
     for (int round = 0; round < 250; ++round) {
         ByteArray encoded(whole.begin(), whole.begin() + parametersEnd);
-        ByteArray const rest = mutator.damage(ByteArray(whole.begin() + parametersEnd, whole.end()));
+        ByteArray const rest = mutate(ByteArray(whole.begin() + parametersEnd, whole.end()), random);
         encoded.insert(encoded.end(), rest.begin(), rest.end());
         loadEncrypted<RSAKeys<1024>>(encoded);
     }
@@ -197,14 +141,12 @@ TEST(DamagedRSAKeys, InEncryptedDERAreLoadedOrRefused) {
 
 TEST(DamagedRSAKeys, InNumbersAreLoadedOrRefused) {
     loaded = refused = 0;
-    Mutator mutator;
+    std::mt19937_64 random(20261120);
     Vector const numbers = readVectors("keys/rsa_numbers.txt").at(0);
     ByteArray const n = numbers.bytes("n");
     ByteArray const d = numbers.bytes("d");
     ByteArray const e = numbers.bytes("e");
-    auto const sometimes = [&](ByteArray const& number) {
-        return mutator.below(3) == 0 ? number : mutator.damage(number);
-    };
+    auto const sometimes = [&](ByteArray const& number) { return random() % 3 == 0 ? number : mutate(number, random); };
     for (int round = 0; round < 700; ++round) {
         ByteArray const modulus = sometimes(n);
         ByteArray const publicExponent = sometimes(e);
