@@ -46,6 +46,7 @@ public:
     std::ifstream open() const { return std::ifstream(path_, std::ios::binary); }
 
     /// Begins the part of the page on one family.
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the page is the tour's
     void section(char const* title) const { std::printf("\n  %s\n", title); }
 
     /// Runs `work` and returns its result, keeping its time for the line to come.
