@@ -10,6 +10,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -49,6 +50,7 @@ public:
     std::ifstream open() const { return std::ifstream(path_, std::ios::binary); }
 
     /// Begins the part of the page on one family.
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): the page is the tour's
     void section(char const* title) const { std::printf("\n  %s\n", title); }
 
     /// Runs `work` and returns its result, keeping its time for the line to come.
@@ -77,25 +79,30 @@ private:
     bool allRight_ = true;
 };
 
+/// Digests the file in one piece, in pieces and as a stream, and prints the digest; `right` is what else must hold.
+void showDigest(Tour& tour, std::string const& what, IDigestEngine& engine, bool right = true) {
+    ByteArray const inOnePiece = tour.timed([&] { return engine.computeDigest(tour.content()); });
+    ByteArray const inPieces = tour.timed([&] {
+        constexpr std::size_t piece = 4096;
+        for (std::size_t at = 0; at < tour.content().size(); at += piece) {
+            engine.update(tour.content().data() + at, std::min(piece, tour.content().size() - at));
+        }
+        return engine.finalize();
+    });
+    ByteArray const asStream = tour.timed([&] {
+        std::ifstream file = tour.open();
+        return engine.computeDigest(file);
+    });
+    tour.line(what, right && inOnePiece == inPieces && inOnePiece == asStream, hex(inOnePiece));
+}
+
 void showDigests(Tour& tour) {
     tour.section("Digests: in one piece, in pieces and as a stream");
     for (auto const create : {&CryptoProvider::createMD5DigestEngine, &CryptoProvider::createSHA1DigestEngine,
                               &CryptoProvider::createSHA224DigestEngine, &CryptoProvider::createSHA256DigestEngine,
                               &CryptoProvider::createSHA384DigestEngine, &CryptoProvider::createSHA512DigestEngine}) {
         auto const engine = (provider.*create)();
-        ByteArray const inOnePiece = tour.timed([&] { return engine->computeDigest(tour.content()); });
-        ByteArray const inPieces = tour.timed([&] {
-            constexpr std::size_t piece = 4096;
-            for (std::size_t at = 0; at < tour.content().size(); at += piece) {
-                engine->update(tour.content().data() + at, std::min(piece, tour.content().size() - at));
-            }
-            return engine->finalize();
-        });
-        ByteArray const asStream = tour.timed([&] {
-            std::ifstream file = tour.open();
-            return engine->computeDigest(file);
-        });
-        tour.line(engine->getDigestName(), inOnePiece == inPieces && inOnePiece == asStream, hex(inOnePiece));
+        showDigest(tour, engine->getDigestName(), *engine);
     }
 }
 
@@ -192,6 +199,48 @@ void showRSAEncryption(Tour& tour) {
     }
 }
 
+/// Derives a key of 64 bytes from a password, and checks it by the definition of PBKDF2 (RFC 8018, section 5.2).
+ByteArray showKeyDerivation(Tour& tour) {
+    std::string const password = "correct horse battery staple";
+    std::string const salt = "chosen at random";
+    constexpr int iterations = 10000;
+
+    tour.section("A key from a password");
+    ByteArray key = tour.timed([&] { return provider.deriveKeyUsingPBKDF2(password, salt, 64, iterations); });
+    auto const hmac = provider.createHMACSHA512DigestEngine(ByteArray(password.begin(), password.end()));
+    hmac->update(ByteArray(salt.begin(), salt.end()));
+    ByteArray link = hmac->computeDigest(ByteArray{0, 0, 0, 1});
+    ByteArray expected = link;
+    for (int i = 1; i < iterations; ++i) {
+        link = hmac->computeDigest(link);
+        std::transform(link.begin(), link.end(), expected.begin(), expected.begin(), std::bit_xor<>());
+    }
+    tour.line("PBKDF2, 10000 iterations", key == expected, hex(key));
+    return key;
+}
+
+void showAuthentication(Tour& tour, ByteArray const& key) {
+    tour.section("Codes that only who has that key can make: another key gives another code");
+    ByteArray const anotherKey(key.rbegin(), key.rend());
+    auto const show = [&](std::string const& what, auto const& create) {
+        auto const engine = create(key);
+        showDigest(tour, what, *engine,
+                   create(anotherKey)->computeDigest(tour.content()) != engine->computeDigest(tour.content()));
+    };
+    show("HMAC-SHA1", [](ByteArray const& k) { return provider.createHMACSHA1DigestEngine(k); });
+    show("HMAC-SHA256", [](ByteArray const& k) { return provider.createHMACSHA256DigestEngine(k); });
+    show("HMAC-SHA512", [](ByteArray const& k) { return provider.createHMACSHA512DigestEngine(k); });
+    show("BLAKE2b, 32 bytes, salted", [](ByteArray const& k) {
+        return provider.createBlake2bDigestEngineWithCustomSize(k, {'t', 'o', 'u', 'r'}, 32);
+    });
+}
+
+void showBlake2b(Tour& tour) {
+    tour.section("BLAKE2b without a key, in any size from 1 to 64 bytes");
+    showDigest(tour, "BLAKE2b, 64 bytes", *provider.createBlake2bDigestEngine({}, {}));
+    showDigest(tour, "BLAKE2b, 20 bytes", *provider.createBlake2bDigestEngineWithCustomSize({}, {}, 20));
+}
+
 /// The content of a regular file or of anything else that can be read to an end; nothing if it cannot.
 std::optional<ByteArray> read(std::string const& path) {
     std::error_code error;
@@ -223,6 +272,8 @@ bool visit(std::string const& path) {
     showRSAKeys(tour);
     showRSASignatures(tour);
     showRSAEncryption(tour);
+    showBlake2b(tour);
+    showAuthentication(tour, showKeyDerivation(tour));
     std::printf("\n  %s\n\n", tour.allRight() ? "Everything agrees." : "SOMETHING DISAGREES.");
     return tour.allRight();
 }
