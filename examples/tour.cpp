@@ -109,10 +109,10 @@ struct KeyOnToken {
 
 void showHSM(Tour& tour) {
     tour.section("RSA-PSS by a key inside a hardware security module");
-    static std::optional<KeyOnToken> key;
-    if (!key) {
+    static std::unique_ptr<KeyOnToken const> key;
+    if (key == nullptr) {
         try {
-            tour.timed([] { return &key.emplace(); });
+            key = tour.timed([] { return std::make_unique<KeyOnToken const>(); });
         } catch (std::runtime_error const& error) {
             std::printf("    left out, since no token can be had: %s\n", error.what());
             return;
