@@ -1,5 +1,7 @@
 // A tour of the library on real input: takes files and shows what the library does with each, checking every result a
 // second way. It ends with 1 when anything disagrees or a file cannot be read.
+#include "TemporaryToken.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -15,12 +17,14 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
+using namespace foundation::crypto;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
@@ -241,6 +245,39 @@ void showBlake2b(Tour& tour) {
     showDigest(tour, "BLAKE2b, 20 bytes", *provider.createBlake2bDigestEngineWithCustomSize({}, {}, 20));
 }
 
+/// A key on a token of its own, made at the first visit and kept for the files to come.
+struct KeyOnToken {
+    std::shared_ptr<interfaces::IRSAKeyPair<utils::RSAKeySize<2048>>> pair =
+        provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
+    TemporaryToken token{pair->getPrivateKey()->getDER()};
+};
+
+void showHSM(Tour& tour) {
+    tour.section("RSA-PSS by a key inside a hardware security module");
+    static std::unique_ptr<KeyOnToken const> key;
+    if (key == nullptr) {
+        try {
+            key = tour.timed([] { return std::make_unique<KeyOnToken const>(); });
+        } catch (std::runtime_error const& error) {
+            std::printf("    left out, since no token can be had: %s\n", error.what());
+            return;
+        }
+        tour.line("token made, key imported", true, "RSA-2048, in a temporary folder");
+    }
+    auto const signer = provider.createHSMSigner(key->token.key(), utils::RSAPaddingMode::PSS, nullptr);
+    auto const digest = provider.createSHA256DigestEngine();
+    auto const verifier = provider.createRSA2048Verifier(key->pair->getPublicKey(), utils::RSAPaddingMode::PSS,
+                                                         provider.createDefaultCryptoPRNG({}));
+    std::ifstream file = tour.open();
+    ByteArray signature = tour.timed([&] { return signer->sign(file, digest); });
+    tour.line("signed inside the token", signature.size() * 8 == signer->getKeySize(),
+              hex(signature).substr(0, 32) + "...");
+    bool const valid = tour.timed([&] { return verifier->verify(tour.content(), signature, digest).isValid(); });
+    tour.line("verified in software", valid);
+    signature.front() ^= 1U;
+    tour.line("one bit changed: refused", !verifier->verify(tour.content(), signature, digest).isValid());
+}
+
 /// The content of a regular file or of anything else that can be read to an end; nothing if it cannot.
 std::optional<ByteArray> read(std::string const& path) {
     std::error_code error;
@@ -274,6 +311,7 @@ bool visit(std::string const& path) {
     showRSAEncryption(tour);
     showBlake2b(tour);
     showAuthentication(tour, showKeyDerivation(tour));
+    showHSM(tour);
     std::printf("\n  %s\n\n", tour.allRight() ? "Everything agrees." : "SOMETHING DISAGREES.");
     return tour.allRight();
 }
