@@ -278,6 +278,41 @@ void showHSM(Tour& tour) {
     tour.line("one bit changed: refused", !verifier->verify(tour.content(), signature, digest).isValid());
 }
 
+void showECCSignatures(Tour& tour) {
+    tour.section(
+        "Elliptic-curve signatures: of the file as a stream, checked in one piece, refused with a changed byte");
+    ByteArray altered = tour.content();
+    if (altered.empty()) {
+        altered.push_back(0);
+    } else {
+        altered[altered.size() / 2] ^= 0x01U;
+    }
+    auto const show = [&](char const* name, auto const& signer, auto const& verifier, auto const& digest) {
+        ByteArray const signature = tour.timed([&] {
+            std::ifstream file = tour.open();
+            return signer->sign(file, digest);
+        });
+        bool const valid = tour.timed([&] { return verifier->verify(tour.content(), signature, digest).isValid(); });
+        bool const alteredIsValid = verifier->verify(altered, signature, digest).isValid();
+        tour.line(name, valid && !alteredIsValid, hex(signature).substr(0, 32) + "...");
+    };
+
+    // The verifiers know the keys only from what a file would hold.
+    auto const onP256 = provider.generateECCP256KeyPair();
+    auto const p256Verifier =
+        provider.createECCP256Verifier(provider.createECCP256PublicKey(onP256->getPublicKey()->getPEM()));
+    for (auto const create : {&CryptoProvider::createSHA256DigestEngine, &CryptoProvider::createSHA512DigestEngine}) {
+        auto const digest = (provider.*create)();
+        show(("ECDSA on P-256 with " + digest->getDigestName()).c_str(),
+             provider.createECCP256Signer(onP256->getPrivateKey()), p256Verifier, digest);
+    }
+    auto const onCurve25519 = provider.generateECCCurve25519KeyPair();
+    show("Ed25519", provider.createECCCurve25519Signer(onCurve25519->getPrivateKey()),
+         provider.createECCCurve25519Verifier(
+             provider.createECCCurve25519PublicKey(onCurve25519->getPublicKey()->getPEM())),
+         provider.createSHA512DigestEngine());
+}
+
 /// The content of a regular file or of anything else that can be read to an end; nothing if it cannot.
 std::optional<ByteArray> read(std::string const& path) {
     std::error_code error;
@@ -312,6 +347,7 @@ bool visit(std::string const& path) {
     showBlake2b(tour);
     showAuthentication(tour, showKeyDerivation(tour));
     showHSM(tour);
+    showECCSignatures(tour);
     std::printf("\n  %s\n\n", tour.allRight() ? "Everything agrees." : "SOMETHING DISAGREES.");
     return tour.allRight();
 }
