@@ -26,7 +26,7 @@ step() {
     local title=$1 start=$SECONDS
     shift
     printf '==> %s' "$title" >&2
-    "$@" >"$scratch/log" 2>&1 # not part of a condition: `set -e` has to hold inside a function given here
+    ("$@") >"$scratch/log" 2>&1 # not part of a condition: `set -e` has to hold inside a function given here
     : >"$scratch/log"
     printf ' (%d s)\n' $((SECONDS - start)) >&2
 }

@@ -2,8 +2,17 @@
 
 #include "AESKey.h"
 #include "AESTransform.h"
+#include "Blake2bDigestEngineImpl.h"
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
+#include "ECCKey.h"
+#include "ECCSignature.h"
+#include "HMACDigestEngine.h"
+#include "HSMSigner.h"
+#include "PBKDF2.h"
+#include "RSAEncryption.h"
+#include "RSAKey.h"
+#include "RSASignature.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -11,6 +20,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace foundation::crypto::openssl {
 
@@ -45,7 +55,7 @@ CryptoProvider::~CryptoProvider() = default;
 // Random bytes
 
 std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
-    return std::make_shared<CryptoPRNG<utils::DefaultPRNGAlgorithm>>(seed);
+    return std::make_shared<DefaultPRNG>(seed);
 }
 
 // Digests
@@ -76,300 +86,315 @@ std::shared_ptr<IDigestEngine> CryptoProvider::createSHA512DigestEngine() const 
 
 // HMAC and BLAKE2b
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA1DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA1DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA256DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& /*key*/) const {
-    notOffered("createHMACSHA512DigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
+    return std::make_shared<HMACDigestEngine<utils::HMACSHA512DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& /*key*/,
-                                                                         ByteArray const& /*salt*/) const {
-    notOffered("createBlake2bDigestEngine");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& key,
+                                                                         ByteArray const& salt) const {
+    using Algorithm = utils::Blake2bDigestAlgorithm;
+    return std::make_shared<Blake2bDigestEngineImpl<Algorithm>>(key, salt, Algorithm::getDigestSize());
 }
 
 // RSA keys
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<1024>>>
-CryptoProvider::generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA1024KeyPair");
+CryptoProvider::generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<1024>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<2048>>>
-CryptoProvider::generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA2048KeyPair");
+CryptoProvider::generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<2048>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<4096>>>
-CryptoProvider::generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("generateRSA4096KeyPair");
+CryptoProvider::generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAKeyPair<RSAKeySize<4096>>>(std::move(prng));
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& /*modulus*/, ByteArray const& /*privateExponent*/,
-                                        ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                        ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(modulus, privateExponent, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA1024PrivateKey");
+CryptoProvider::createRSA1024PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA2048PrivateKey");
+CryptoProvider::createRSA2048PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createRSA4096PrivateKey");
+CryptoProvider::createRSA4096PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& /*modulus*/, ByteArray const& /*publicExponent*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(modulus, publicExponent);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA1024PublicKey");
+CryptoProvider::createRSA1024PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA2048PublicKey");
+CryptoProvider::createRSA2048PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createRSA4096PublicKey");
+CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 // RSA encryption
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Encryptor");
+CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Encryptor");
+CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Encryptor");
+CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Decryptor");
+CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Decryptor");
+CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                       utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Decryptor");
+CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey),
+                                                            padding, narrow<DefaultPRNG>(prng));
 }
 
 // RSA signatures
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Signer");
+CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Signer");
+CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> /*privateKey*/,
-                                    utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Signer");
+CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey), padding,
+                                                         narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA1024Verifier");
+CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA2048Verifier");
+CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> /*publicKey*/,
-                                      utils::RSAPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createRSA4096Verifier");
+CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+                                                           narrow<DefaultPRNG>(prng));
 }
 
 // Elliptic-curve keys
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::P256>> CryptoProvider::generateECCP256KeyPair() const {
-    notOffered("generateECCP256KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::P256>>();
 }
 
 std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::Curve25519>>
 CryptoProvider::generateECCCurve25519KeyPair() const {
-    notOffered("generateECCCurve25519KeyPair");
+    return std::make_shared<ECCKeyPair<EllipticCurve::Curve25519>>();
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCP256PrivateKeyFromInteger");
+CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& /*privateInteger*/) const {
-    notOffered("createECCCurve25519PrivateKeyFromInteger");
+CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& privateInteger) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(privateInteger, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCP256PrivateKey");
+CryptoProvider::createECCP256PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PrivateKey(std::istream& /*encodedKey*/, std::string const& /*password*/) const {
-    notOffered("createECCCurve25519PrivateKey");
+CryptoProvider::createECCCurve25519PrivateKey(std::istream& encodedKey, std::string const& password) const {
+    return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, password);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(ByteArray const& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(ByteArray const& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCP256PublicKeyFromPoint");
+CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& /*publicPoint*/) const {
-    notOffered("createECCCurve25519PublicKeyFromPoint");
+CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& publicPoint) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(publicPoint, ECCKeyInput::Raw);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCP256PublicKey");
+CryptoProvider::createECCP256PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey);
 }
 
 std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
-CryptoProvider::createECCCurve25519PublicKey(std::istream& /*encodedKey*/) const {
-    notOffered("createECCCurve25519PublicKey");
+CryptoProvider::createECCCurve25519PublicKey(std::istream& encodedKey) const {
+    return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey);
 }
 
 // Elliptic-curve signatures
 
-std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCP256Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> /*privateKey*/) const {
-    notOffered("createECCP256Signer");
+std::shared_ptr<interfaces::IECCSigner>
+CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(privateKey));
 }
 
 std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCCurve25519Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> /*privateKey*/) const {
-    notOffered("createECCCurve25519Signer");
+    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> privateKey) const {
+    return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(
+        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(privateKey));
 }
 
-std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCP256Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> /*publicKey*/) const {
-    notOffered("createECCP256Verifier");
+std::shared_ptr<interfaces::IECCVerifier>
+CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(publicKey));
 }
 
 std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> /*publicKey*/) const {
-    notOffered("createECCCurve25519Verifier");
+    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> publicKey) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(
+        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(publicKey));
 }
 
 // AES
@@ -436,45 +461,45 @@ CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKey
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& /*hsmObject*/,
-                                                                        utils::RSAPaddingMode /*padding*/,
-                                                                        std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createHSMSigner");
+std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
+                                                                        utils::RSAPaddingMode padding,
+                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
 // Key derivation
 
-ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& /*password*/, std::string const& /*salt*/,
-                                               int /*keyLength*/, int /*iterations*/) const {
-    notOffered("deriveKeyUsingPBKDF2");
+ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& password, std::string const& salt, int keyLength,
+                                               int iterations) const {
+    return openssl::deriveKeyUsingPBKDF2(password, salt, keyLength, iterations);
 }
 
 // BLAKE2b of a chosen size
 
-std::shared_ptr<IDigestEngine>
-CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& /*key*/, ByteArray const& /*salt*/,
-                                                        unsigned long /*digestSize*/) const {
-    notOffered("createBlake2bDigestEngineWithCustomSize");
+std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
+                                                                                       ByteArray const& salt,
+                                                                                       unsigned long digestSize) const {
+    return std::make_shared<Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>>(key, salt, digestSize);
 }
 
 // Which RSA size a key has
 
-interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(std::istream& /*encodedKey*/,
-                                                                            std::string const& /*password*/) const {
-    notOffered("getPrivateKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(std::istream& encodedKey,
+                                                                            std::string const& password) const {
+    return getKeySignatureMethod(loadRSAPrivateKey(encodedKey, password).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(ByteArray const& /*encodedKey*/,
-                                                                            std::string const& /*password*/) const {
-    notOffered("getPrivateKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPrivateKeySignatureMethod(ByteArray const& encodedKey,
+                                                                            std::string const& password) const {
+    return getKeySignatureMethod(loadRSAPrivateKey(encodedKey, password).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(std::istream& /*encodedKey*/) const {
-    notOffered("getPublicKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(std::istream& encodedKey) const {
+    return getKeySignatureMethod(loadRSAPublicKey(encodedKey).get());
 }
 
-interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(ByteArray const& /*encodedKey*/) const {
-    notOffered("getPublicKeySignatureMethod");
+interfaces::KeySignatureMethod CryptoProvider::getPublicKeySignatureMethod(ByteArray const& encodedKey) const {
+    return getKeySignatureMethod(loadRSAPublicKey(encodedKey).get());
 }
 
 } // namespace foundation::crypto::openssl

@@ -1,7 +1,7 @@
 #include "DigestEngine.h"
 
 #include "Check.h"
-#include "Streams.h"
+#include "DigestSupport.h"
 
 #include <utility>
 
@@ -27,15 +27,11 @@ template <class Algorithm> DigestEngine<Algorithm>& DigestEngine<Algorithm>::ope
 }
 
 template <class Algorithm> ByteArray DigestEngine<Algorithm>::computeDigest(ByteArray const& data) {
-    update(data);
-    return finalize();
+    return updateAndFinalize(*this, data);
 }
 
 template <class Algorithm> ByteArray DigestEngine<Algorithm>::computeDigest(std::istream& input) {
-    return rethrowAs<utils::InternalException>([&] {
-        forEachChunk(input, [this](unsigned char const* data, std::size_t size) { update(data, size); });
-        return finalize();
-    });
+    return rethrowAs<utils::InternalException>([&] { return updateAndFinalize(*this, input); });
 }
 
 template <class Algorithm> void DigestEngine<Algorithm>::update(ByteArray const& data) {
@@ -60,11 +56,7 @@ template <class Algorithm> ByteArray DigestEngine<Algorithm>::finalize() {
 }
 
 template <class Algorithm> void DigestEngine<Algorithm>::createContext() {
-    digest_ = EVP_get_digestbyname(Algorithm::getDigestNameForEVP_MD().c_str());
-    if (digest_ == nullptr) {
-        throw utils::InternalException("OpenSSL did not recognize " + Algorithm::getDigestName() +
-                                       "; Error Message=" + getOpenSSLErrorText());
-    }
+    digest_ = findDigest<Algorithm>();
     context_.reset(EVP_MD_CTX_new());
     requireExplained(context_ != nullptr, "Could not construct a context. ");
 }

@@ -1,7 +1,9 @@
 #ifndef ZRFL_OPENSSL_SECRETS_H
 #define ZRFL_OPENSSL_SECRETS_H
 
+#include <openssl/bn.h>
 #include <openssl/crypto.h>
+#include <openssl/params.h>
 
 #include <cstddef>
 #include <memory>
@@ -44,6 +46,33 @@ public:
 
 private:
     Bytes& secret_;
+};
+
+inline void wipe(BIGNUM* number) noexcept {
+    if (number != nullptr) {
+        BN_clear(number);
+    }
+}
+
+inline void wipe(OSSL_PARAM* parameters) noexcept {
+    for (OSSL_PARAM* entry = parameters; entry != nullptr && entry->key != nullptr; ++entry) {
+        OPENSSL_cleanse(entry->data, entry->data_size);
+    }
+}
+
+/// As `Wiped`, for a libcrypto object that does not wipe itself when its owner releases it: a number, or parameters.
+/// It may be null.
+template <class Object> class WipedObject {
+public:
+    explicit WipedObject(Object* secret) noexcept : secret_(secret) {}
+
+    ~WipedObject() { wipe(secret_); }
+
+    WipedObject(WipedObject const&) = delete;
+    WipedObject& operator=(WipedObject const&) = delete;
+
+private:
+    Object* secret_;
 };
 
 } // namespace foundation::crypto::openssl

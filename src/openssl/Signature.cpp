@@ -8,8 +8,12 @@
 
 namespace foundation::crypto::openssl {
 
-std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+void requireDigestEngine(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
     require(engine != nullptr, "The digest engine does not exist.");
+}
+
+std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+    requireDigestEngine(engine);
     return engine->getDigestNameForEVP_MD();
 }
 

@@ -15,9 +15,12 @@ using utils::ByteArray;
 
 // What every signer of this library has in common, whatever its key.
 
+/// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.
+void requireDigestEngine(std::shared_ptr<interfaces::IDigestEngine> const& engine);
+
 /// The name by which libcrypto knows the digest of `engine`.
 ///
-/// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.
+/// @throws utils::InternalException as `requireDigestEngine`.
 std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine);
 
 /// Signs `message` with the key, digest and padding that `context` was set up with: asks for the signature's size, then

@@ -33,6 +33,21 @@ template <class Bytes> Bytes readExtracted(std::istream& input);
 extern template ByteArray readExtracted<ByteArray>(std::istream& input);
 extern template SecretBytes readExtracted<SecretBytes>(std::istream& input);
 
+/// Gives a stream back the format flags it has now when the scope ends, by whichever path.
+class FormatFlagsRestorer {
+public:
+    explicit FormatFlagsRestorer(std::istream& stream) : stream_(stream), flags_(stream.flags()) {}
+
+    ~FormatFlagsRestorer() { stream_.flags(flags_); }
+
+    FormatFlagsRestorer(FormatFlagsRestorer const&) = delete;
+    FormatFlagsRestorer& operator=(FormatFlagsRestorer const&) = delete;
+
+private:
+    std::istream& stream_;
+    std::ios_base::fmtflags flags_;
+};
+
 /// Every byte from the current position to the end, read from the stream's buffer; the stream's state is neither looked
 /// at nor changed. Memory: the bytes alone where the buffer knows how many are left (files, strings); else the bytes
 /// twice while pieces of up to 1 MiB are joined.

@@ -1,5 +1,6 @@
 #include "DigestEngine.h"
 
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Faults.h"
 #include "support/Throws.h"
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <new>
 #include <sstream>
 
 namespace {
@@ -157,6 +157,13 @@ TEST(DigestFault, OfReconstructionAreReportedByWhatComesNext) {
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(bytes("abc")));
     std::istringstream stream("abc");
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(stream));
+}
+
+TEST(DigestFault, OfAllocationInFinalizeIsTranslated) {
+    Engine engine;
+    FailingAllocation const failing;
+    EXPECT_THROWS(InternalException, "std::bad_alloc", engine.finalize());
+    EXPECT_TRUE(failing.happened());
 }
 
 TEST(DigestFault, InUpdateLeaveTheMessageAsItWas) {

@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # Installs into a temporary prefix, moves it, and builds and runs an outside host against it: by find_package and by
-# pkg-config. Usage: installed_package.sh CMAKE BUILD_DIRECTORY COMPILER [COMPILER_AND_LINKER_FLAG...]
+# pkg-config. Usage: installed_package.sh CMAKE BUILD_DIRECTORY LIBCRYPTO COMPILER [COMPILER_AND_LINKER_FLAG...]
 set -euo pipefail
-cmake=$1 build=$2 compiler=$3
-shift 3
+cmake=$1 build=$2 libcrypto=$3 compiler=$4
+shift 4
 flags=("$@")
 host=$(cd "$(dirname "${BASH_SOURCE[0]}")/host" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+
+# The installed libraries leave it to the machine to find libcrypto; the one they were built with may be anywhere.
+run() { LD_LIBRARY_PATH=$(dirname "$libcrypto") "$@"; }
 
 "$cmake" --install "$build" --prefix "$work/installed" >/dev/null
 mv "$work/installed" "$work/moved"
@@ -20,11 +23,11 @@ fi
 "$cmake" -S "$host" -B "$work/by-cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
     -DCMAKE_CXX_FLAGS="${flags[*]}" >/dev/null
 "$cmake" --build "$work/by-cmake" >/dev/null
-"$work/by-cmake/host"
+run "$work/by-cmake/host"
 
 pkg_config_path=$(dirname "$(find "$prefix" -name zrflcryptoopenssl.pc)")
 read -ra package < <(PKG_CONFIG_PATH=$pkg_config_path pkg-config --cflags --libs zrflcryptoopenssl)
 library_directory=$(PKG_CONFIG_PATH=$pkg_config_path pkg-config --variable=libdir zrflcryptoopenssl)
 "$compiler" -std=c++17 "${flags[@]}" "$host/host.cpp" "${package[@]}" -Wl,-rpath,"$library_directory" \
     -o "$work/by-pkg-config"
-"$work/by-pkg-config"
+run "$work/by-pkg-config"

@@ -23,13 +23,17 @@ struct FaultState {
         for (Recording* const recording : recordings) {
             recording->calls_.push_back({function, arguments});
         }
+        Failing* now = nullptr;
         for (Failing* const failing : failings) {
             if (failing->function_ == function && --failing->left_ == 0) {
-                if (!failing->error_.empty()) {
-                    ERR_raise_data(ERR_LIB_USER, 1, "%s", failing->error_.c_str());
-                }
-                return {true, failing->hasResult_, failing->result_, nullptr};
+                now = failing;
             }
+        }
+        if (now != nullptr) {
+            if (!now->error_.empty()) {
+                ERR_raise_data(ERR_LIB_USER, 1, "%s", now->error_.c_str());
+            }
+            return {true, now->hasResult_, now->result_, nullptr};
         }
         for (detail::Replacement* const replacement : replacements) {
             if (replacement->function == function) {

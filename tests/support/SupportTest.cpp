@@ -1,4 +1,5 @@
 // The test tools themselves: a check that cannot fail is worth nothing.
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/Faults.h"
@@ -13,6 +14,9 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
+#include <memory>
+#include <new>
 #include <thread>
 
 namespace {
@@ -85,6 +89,27 @@ TEST(Failing, MeansTheThreadOfTheTest) {
         EVP_MD_CTX_free(context);
     }).join();
     EXPECT_EQ(EVP_MD_CTX_new(), nullptr);
+}
+
+TEST(FailingAllocation, FailsTheChosenOne) {
+    FailingAllocation const failing(2);
+    ::operator delete(::operator new(1)); // called by name, since the compiler may leave out a new-expression
+    EXPECT_THROW(static_cast<void>(::operator new(1)), std::bad_alloc);
+    EXPECT_NO_THROW(::operator delete(::operator new(1)));
+    EXPECT_TRUE(failing.happened());
+}
+
+TEST(ReleaseWatch, SeesASecretThatWasNotWiped) {
+    ByteArray const secret = bytes("a secret of some length");
+    auto unwiped = std::make_unique<ByteArray>(secret);
+    auto wiped = std::make_unique<ByteArray>(secret);
+    ReleaseWatch const watch(secret);
+    std::fill(wiped->begin(), wiped->end(), static_cast<unsigned char>(0));
+    wiped.reset();
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
+    EXPECT_GT(watch.blocks(), 0U);
+    unwiped.reset();
+    EXPECT_EQ(watch.blocksWithSecret(), 1U);
 }
 
 TEST(Replacing, RunsInPlaceOfTheFunction) {

@@ -1,0 +1,32 @@
+#ifndef ZRFL_OPENSSL_HSMSIGNER_H
+#define ZRFL_OPENSSL_HSMSIGNER_H
+
+#include <foundation/crypto/interfaces/ICryptoPRNG.h>
+#include <foundation/crypto/interfaces/IHSMSigner.h>
+#include <foundation/crypto/utils/HSMObject.h>
+#include <foundation/crypto/utils/RSAPaddingMode.h>
+
+namespace foundation::crypto::openssl {
+
+using utils::ByteArray;
+
+/// RSA-PSS signatures with a private key inside a PKCS #11 module, by way of the provider module "pkcs11prov". Every
+/// operation loads that module into a library context of its own and frees both before it returns.
+class HSMSigner final : public interfaces::IHSMSigner {
+public:
+    /// Checks nothing: whatever is wrong with the arguments comes up in the operations. `prng` is kept and never used.
+    HSMSigner(utils::HSMObject hsmObject, utils::RSAPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng);
+
+    ByteArray sign(ByteArray const& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+    ByteArray sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+    unsigned long getKeySize() const override;
+
+private:
+    utils::HSMObject hsmObject_;
+    utils::RSAPaddingMode padding_;
+    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+};
+
+} // namespace foundation::crypto::openssl
+
+#endif

@@ -1,0 +1,45 @@
+#ifndef ZRFL_TESTS_SUPPORT_ALLOCATIONS_H
+#define ZRFL_TESTS_SUPPORT_ALLOCATIONS_H
+
+#include "Bytes.h"
+
+#include <cstddef>
+
+/// Failing and watching the heap. A test program that links `zrfl_test_allocations` replaces operator new and delete.
+namespace support {
+
+/// Makes the n-th allocation by operator new that follows on this thread (1 is the next) throw std::bad_alloc.
+class FailingAllocation {
+public:
+    explicit FailingAllocation(int nth = 1);
+    ~FailingAllocation();
+    FailingAllocation(FailingAllocation const&) = delete;
+    FailingAllocation& operator=(FailingAllocation const&) = delete;
+
+    bool happened() const;
+};
+
+/// Looks at every block that operator delete releases on this thread while it lives, at the moment of its release.
+class ReleaseWatch {
+public:
+    /// `secret` is what no released block may hold any more: its bytes, anywhere in the block.
+    explicit ReleaseWatch(ByteArray secret);
+    ~ReleaseWatch();
+    ReleaseWatch(ReleaseWatch const&) = delete;
+    ReleaseWatch& operator=(ReleaseWatch const&) = delete;
+
+    /// How many blocks were released with the secret still in them.
+    std::size_t blocksWithSecret() const { return blocksWithSecret_; }
+
+    std::size_t blocks() const { return blocks_; }
+
+private:
+    friend struct AllocationState;
+    ByteArray secret_;
+    std::size_t blocks_ = 0;
+    std::size_t blocksWithSecret_ = 0;
+};
+
+} // namespace support
+
+#endif
