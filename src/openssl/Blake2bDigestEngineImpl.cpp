@@ -13,7 +13,7 @@ namespace foundation::crypto::openssl {
 template <class Algorithm>
 Blake2bDigestEngineImpl<Algorithm>::Blake2bDigestEngineImpl(ByteArray const& key, ByteArray const& salt,
                                                             std::size_t size)
-    : key_(key.begin(), key.end()), salt_(salt), size_(size) {
+    : key_(key.begin(), key.end()), salt_(salt.begin(), salt.end()), size_(size) {
     require(size_ - 1 <= 63, "Invalid digest size for Blake2b digest engine."); // 0 wraps around
     initialize();
 }

@@ -1,5 +1,7 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include "AESKey.h"
+#include "AESTransform.h"
 #include "Blake2bDigestEngineImpl.h"
 #include "CryptoPRNG.h"
 #include "DigestEngine.h"
@@ -397,61 +399,64 @@ std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Ver
 
 // AES
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>>
-CryptoProvider::createAES128Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES128Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> CryptoProvider::createAES128Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<128>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>>
-CryptoProvider::createAES192Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES192Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> CryptoProvider::createAES192Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<192>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>>
-CryptoProvider::createAES256Key(ByteArray const& /*keyBytes*/) const {
-    notOffered("createAES256Key");
+std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> CryptoProvider::createAES256Key(ByteArray const& keyBytes) const {
+    return std::make_shared<AESKey<AESKeySize<256>>>(keyBytes);
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES128Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES128Encryptor");
+CryptoProvider::createAES128Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES192Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES192Encryptor");
+CryptoProvider::createAES192Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES256Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES256Encryptor");
+CryptoProvider::createAES256Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES128Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES128Decryptor");
+CryptoProvider::createAES128Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES192Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES192Decryptor");
+CryptoProvider::createAES192Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> /*key*/,
-                                      ByteArray const& /*iv*/, utils::AESMode /*mode*/,
-                                      utils::AESPaddingMode /*padding*/, std::shared_ptr<ICryptoPRNG> /*prng*/) const {
-    notOffered("createAES256Decryptor");
+CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
+                                      ByteArray const& initializationVector, utils::AESMode mode,
+                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
+                                                           mode, padding, narrow<DefaultPRNG>(prng));
 }
 
 // Signatures by a key in a hardware security module

@@ -3,7 +3,7 @@
 
 namespace foundation::crypto::openssl {
 
-/// The number that a size tag carries: 2048 for RSAKeySize<2048>.
+/// The number of bits that a size tag names: 256 for `utils::AESKeySize<256>`.
 template <template <unsigned long> class Tag, unsigned long N> constexpr unsigned long bitsOf(Tag<N> /*size*/) {
     return N;
 }

@@ -110,16 +110,19 @@ std::size_t readChunk(std::istream& input, SecretBytes& chunk) {
     return static_cast<std::size_t>(input.gcount());
 }
 
-/// Writes characters: to a field that the host has set, the first one; unformatted, the others.
+/// Inserts the bytes as characters, to the same effect as one after the other: a field width is for the first, and the
+/// last finds the stream in the state that a failure before it left.
 void write(SecretBytes const& block, std::ostream& output) {
+    if (block.empty()) {
+        return;
+    }
+    std::size_t const last = block.size() - 1;
     std::size_t written = 0;
-    for (; written < block.size() && output.width() != 0; ++written) {
+    for (; written < last && output.width() != 0; ++written) {
         output << static_cast<char>(block[written]);
     }
-    if (written < block.size()) {
-        output.write(reinterpret_cast<char const*>(block.data()) + written,
-                     static_cast<std::streamsize>(block.size() - written));
-    }
+    output.write(reinterpret_cast<char const*>(block.data()) + written, static_cast<std::streamsize>(last - written));
+    output << static_cast<char>(block[last]);
 }
 
 /// One RSA operation for each `chunkLength` bytes of `input`; what it has read and made in between is wiped.

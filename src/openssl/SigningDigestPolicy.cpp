@@ -53,13 +53,15 @@ void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine
     }
     switch (curve) {
     case utils::EllipticCurve::P256:
-        return requireAccepted(rule.onP256, "P256 Signing/verification does not support digest algorithm: ");
+        requireAccepted(rule.onP256, "P256 Signing/verification does not support digest algorithm: ");
+        break;
     case utils::EllipticCurve::Curve25519:
-        return requireAccepted(rule.onCurve25519,
-                               "Curve25519 signing/verification can only support the SHA-512 digest algorithm. "
-                               "Digest algorithm passed: ");
+        requireAccepted(rule.onCurve25519, "Curve25519 signing/verification can only support the SHA-512 digest "
+                                           "algorithm. Digest algorithm passed: ");
+        break;
+    default:
+        throw utils::InternalException("Unknown curve");
     }
-    throw utils::InternalException("Unknown curve");
 }
 
 } // namespace foundation::crypto::openssl

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cxxabi.h>
 #include <streambuf>
+#include <utility>
+#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -46,6 +48,19 @@ template <class Bytes, class Deliver> void append(Bytes& bytes, std::streamsize 
     bytes.resize(before + static_cast<std::size_t>(delivered));
 }
 
+ByteArray join(std::vector<ByteArray> pieces, std::size_t size) {
+    if (pieces.size() == 1) {
+        return std::move(pieces.front());
+    }
+    ByteArray bytes;
+    bytes.reserve(size);
+    for (ByteArray& piece : pieces) {
+        bytes.insert(bytes.end(), piece.begin(), piece.end());
+        ByteArray().swap(piece); // released at once, so that no more than one copy is held
+    }
+    return bytes;
+}
+
 } // namespace
 
 template <class Bytes> Bytes readExtracted(std::istream& input) {
@@ -74,16 +89,27 @@ template ByteArray readExtracted<ByteArray>(std::istream& input);
 template SecretBytes readExtracted<SecretBytes>(std::istream& input);
 
 ByteArray readUnformatted(std::istream& input) {
-    ByteArray bytes;
-    std::streambuf* const buffer = input.rdbuf();
-    if (buffer == nullptr) {
-        return bytes;
-    }
-    for (std::streamsize left = buffer->in_avail(); left > 0 || !atEnd(*buffer); left = buffer->in_avail()) {
-        append(bytes, std::max<std::streamsize>(left, 1),
+    constexpr std::size_t smallestPiece = 4096;
+    constexpr std::size_t largestPiece = std::size_t(1) << 20;
+
+    std::vector<ByteArray> pieces;
+    std::size_t total = 0;
+    bool wasShort = false;
+    for (std::streambuf* const buffer = input.rdbuf(); buffer != nullptr;) {
+        std::streamsize const ready = buffer->in_avail();
+        if ((ready <= 0 || wasShort) && atEnd(*buffer)) {
+            break;
+        }
+        // A buffer that tells its length tells it at once. One that knows no further than its next portion is asked for
+        // more and more, which it delivers unless the end comes first.
+        auto const more = static_cast<std::streamsize>(std::clamp(total, smallestPiece, largestPiece));
+        std::streamsize const asked = pieces.empty() && ready > 0 ? ready : std::max(ready, more);
+        append(pieces.emplace_back(), asked,
                [&](char* data, std::streamsize size) { return buffer->sgetn(data, size); });
+        total += pieces.back().size();
+        wasShort = pieces.back().size() < static_cast<std::size_t>(asked);
     }
-    return bytes;
+    return join(std::move(pieces), total);
 }
 
 } // namespace foundation::crypto::openssl

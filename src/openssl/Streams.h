@@ -49,8 +49,8 @@ private:
 };
 
 /// Every byte from the current position to the end, read from the stream's buffer; the stream's state is neither looked
-/// at nor changed. Memory: the bytes alone where the buffer knows how many are left (files, strings), else up to three
-/// times as much while the array grows.
+/// at nor changed. Memory: the bytes alone where the buffer knows how many are left (files, strings); else the bytes
+/// twice while pieces of up to 1 MiB are joined.
 ByteArray readUnformatted(std::istream& input);
 
 } // namespace foundation::crypto::openssl

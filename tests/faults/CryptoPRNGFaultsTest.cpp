@@ -109,13 +109,6 @@ TEST(PRNGFaults, AreNotTriedAgain) {
     EXPECT_EQ(recording.count("RAND_bytes"), 2U);
 }
 
-TEST(PRNGFaults, OfAllocationNameTheSize) {
-    // The largest array there can be does not fit into any memory.
-    std::size_t const size = ByteArray().max_size();
-    EXPECT_THROWS(InternalException, "std::bad_alloc;Size = " + std::to_string(size),
-                  provider.createDefaultCryptoPRNG({})->generateRandomBytes(size));
-}
-
 TEST(PRNGFaults, OfSeedingLeaveNoErrorBehind) {
     ERR_raise(ERR_LIB_USER, 7);
     Replacing<decltype(RAND_seed)> const failing(

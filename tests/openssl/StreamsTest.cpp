@@ -1,6 +1,7 @@
 #include "Streams.h"
 
 #include "support/Bytes.h"
+#include "support/Commands.h"
 #include "support/Streams.h"
 
 #include <gtest/gtest.h>
@@ -157,6 +158,37 @@ TEST(ReadUnformatted, LetsABufferThrow) {
     std::istream input(&buffer);
     EXPECT_THROW(readUnformatted(input), std::runtime_error);
     EXPECT_TRUE(input.good());
+}
+
+TEST(ReadUnformatted, EndsWithABufferThatPromisesTooMuch) {
+    class Boastful : public PortionBuffer { // as files of the kernel do that state a size of 4096 bytes
+        using PortionBuffer::PortionBuffer;
+
+        std::streamsize showmanyc() override { return 1000; }
+    };
+
+    for (std::size_t const portion : {1U, 5U, 100U}) {
+        Boastful buffer(content, portion);
+        std::istream input(&buffer);
+        EXPECT_EQ(text(readUnformatted(input)), content);
+    }
+}
+
+TEST(ReadUnformatted, ReadsWhatArrivesInPortionsOfAnySize) {
+    std::string const large = text(pseudoRandomBytes(3000000));
+    for (std::size_t const portion : {1U, 4095U, 4096U, 4097U, 1048576U, 2000000U}) {
+        PortionBuffer buffer(large, portion);
+        std::istream input(&buffer);
+        EXPECT_EQ(text(readUnformatted(input)) == large, true) << portion;
+    }
+}
+
+TEST(ReadUnformatted, ReadsAPipe) {
+    TemporaryDirectory const directory;
+    std::string const path = directory / "pipe";
+    ASSERT_EQ(run("mkfifo " + path + " && (head -c 3000000 /dev/zero >" + path + " &) >/dev/null").status, 0);
+    std::ifstream input(path, std::ios::binary);
+    EXPECT_EQ(readUnformatted(input), ByteArray(3000000));
 }
 
 TEST(ForEachChunk, DeliversPiecesOf1024BytesAndAnEmptyLastOne) {

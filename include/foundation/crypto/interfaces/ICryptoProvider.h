@@ -141,8 +141,9 @@ public:
     /// is used. Such a key lacks the CRT factors: it is many times slower to sign and decrypt with, and `getDER()`
     /// cannot export it.
     ///
-    /// @throws utils::Exception for a modulus of another size (an empty one, or 0, has size 0).
-    /// @throws utils::InternalException when libcrypto does not take the numbers.
+    /// @throws utils::Exception for a modulus of another size.
+    /// @throws utils::InternalException when libcrypto does not take the numbers, as for a private exponent with more
+    ///         bits than the modulus ("Failed to generate the private key from the modulus and the exponents").
     virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>>
     createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
                             ByteArray const& publicExponent) const = 0;

@@ -1,0 +1,53 @@
+// Signs a file with an RSA key that stays inside a hardware security module, and writes the signature into another
+// file:
+//
+//     sign_with_hsm /usr/lib/softhsm/libsofthsm2.so 'pkcs11:token=t;object=k;type=private?pin-source=/run/pin' FILE
+//     SIGNATURE openssl dgst -sha256 -verify public.pem -signature SIGNATURE -sigopt rsa_padding_mode:pss -sigopt
+//     rsa_pss_saltlen:32 FILE
+#include <foundation/crypto/openssl/CryptoProvider.h>
+#include <foundation/crypto/utils/Exceptions.h>
+
+#include <cstdio>
+#include <fstream>
+
+namespace {
+
+using namespace foundation::crypto;
+
+int sign(char const* module, char const* uri, char const* path, char const* signaturePath) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        std::fprintf(stderr, "cannot open %s\n", path);
+        return 1;
+    }
+    openssl::CryptoProvider const provider;
+    // A program with several threads wraps the signer: see SerializedHSMSigner.h.
+    auto const signer = provider.createHSMSigner(utils::HSMObject(module, uri), utils::RSAPaddingMode::PSS, nullptr);
+    utils::ByteArray const signature = signer->sign(file, provider.createSHA256DigestEngine());
+    if (file.bad()) {
+        std::fprintf(stderr, "cannot read %s to its end\n", path);
+        return 1;
+    }
+    std::ofstream output(signaturePath, std::ios::binary);
+    output.write(reinterpret_cast<char const*>(signature.data()), static_cast<std::streamsize>(signature.size()));
+    if (!output.flush()) {
+        std::fprintf(stderr, "cannot write %s\n", signaturePath);
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count != 5) {
+        std::fprintf(stderr, "usage: sign_with_hsm MODULE URI FILE SIGNATURE\n");
+        return 2;
+    }
+    try {
+        return sign(arguments[1], arguments[2], arguments[3], arguments[4]);
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

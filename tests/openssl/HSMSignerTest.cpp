@@ -1,0 +1,425 @@
+#include "support/Bytes.h"
+#include "support/Streams.h"
+#include "support/Throws.h"
+#include "support/Token.h"
+
+#include <foundation/crypto/interfaces/ICryptoPRNG.h>
+#include <foundation/crypto/openssl/CryptoProvider.h>
+#include <foundation/crypto/utils/Exceptions.h>
+
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto;
+using interfaces::IDigestEngine;
+using interfaces::IHSMSigner;
+using openssl::CryptoProvider;
+using utils::HSMObject;
+using utils::InternalException;
+using utils::RSAPaddingMode;
+
+CryptoProvider const provider;
+
+std::string const notFound = "Failed to load the reference to the key on HSM";
+
+constexpr auto otherPadding = static_cast<RSAPaddingMode>(5);
+
+std::shared_ptr<IHSMSigner> signerFor(std::string const& uri, RSAPaddingMode padding = RSAPaddingMode::PSS) {
+    return provider.createHSMSigner(HSMObject(Token::module(), uri), padding, nullptr);
+}
+
+std::shared_ptr<IDigestEngine> sha256() {
+    return provider.createSHA256DigestEngine();
+}
+
+/// Whether libcrypto, left to itself, takes `signature` for one of `message` with a salt of exactly this many bytes.
+bool verifies(ByteArray const& publicKey, std::string const& digest, int saltSize, ByteArray const& message,
+              ByteArray const& signature) {
+    std::unique_ptr<BIO, decltype(&BIO_free_all)> const bio(
+        BIO_new_mem_buf(publicKey.data(), static_cast<int>(publicKey.size())), &BIO_free_all);
+    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> const key(
+        PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, nullptr), &EVP_PKEY_free);
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    EVP_PKEY_CTX* keyContext = nullptr;
+    EXPECT_EQ(EVP_DigestVerifyInit_ex(context.get(), &keyContext, digest.c_str(), nullptr, nullptr, key.get(), nullptr),
+              1);
+    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING), 1);
+    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltSize), 1);
+    return EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
+}
+
+class HSMSigner : public testing::Test {
+protected:
+    bool isSignedBySHA256(ByteArray const& content, ByteArray const& signature, std::string const& key = "rsa2048") {
+        return verifies(token.publicKey(key), "sha256", 32, content, signature);
+    }
+
+    Token token;
+    std::shared_ptr<IHSMSigner> const signer = signerFor(Token::uri("rsa2048"));
+    ByteArray const message = bytes("a message");
+};
+
+TEST_F(HSMSigner, SignsSoThatTheSoftwareVerifies) {
+    ByteArray const signature = signer->sign(message, sha256());
+    EXPECT_EQ(signature.size(), 256U);
+    EXPECT_TRUE(isSignedBySHA256(message, signature));
+    EXPECT_FALSE(isSignedBySHA256(bytes("another message"), signature));
+}
+
+TEST_F(HSMSigner, DrawsAFreshSaltForEachSignature) {
+    EXPECT_NE(signer->sign(message, sha256()), signer->sign(message, sha256()));
+}
+
+TEST_F(HSMSigner, SignsTheEmptyMessage) {
+    EXPECT_TRUE(isSignedBySHA256({}, signer->sign(ByteArray(), sha256())));
+    std::istringstream stream;
+    EXPECT_TRUE(isSignedBySHA256({}, signer->sign(stream, sha256())));
+}
+
+TEST_F(HSMSigner, SignsALongMessage) {
+    ByteArray const large = pseudoRandomBytes(5'000'000);
+    EXPECT_TRUE(isSignedBySHA256(large, signer->sign(large, sha256())));
+}
+
+TEST_F(HSMSigner, SignsWithKeysOfOtherSizes) {
+    ByteArray const signature = signerFor(Token::uri("rsa3072"))->sign(message, sha256());
+    EXPECT_EQ(signature.size(), 384U);
+    EXPECT_TRUE(isSignedBySHA256(message, signature, "rsa3072"));
+}
+
+TEST_F(HSMSigner, ChoosesTheSaltByDigestAndPadding) {
+    struct {
+        decltype(&CryptoProvider::createSHA1DigestEngine) create;
+        int saltOfPSS;
+        int saltOfOthers;
+    } const rows[] = {{&CryptoProvider::createSHA1DigestEngine, 20, 20},
+                      {&CryptoProvider::createSHA256DigestEngine, 32, 32},
+                      {&CryptoProvider::createSHA512DigestEngine, 64, 64},
+                      {&CryptoProvider::createSHA224DigestEngine, 226, 28},
+                      {&CryptoProvider::createSHA384DigestEngine, 206, 48}};
+
+    ByteArray const publicKey = token.publicKey("rsa2048");
+    for (auto const& [create, saltOfPSS, saltOfOthers] : rows) {
+        auto const engine = (provider.*create)();
+        std::string const digest = engine->getDigestNameForEVP_MD();
+        EXPECT_TRUE(verifies(publicKey, digest, saltOfPSS, message, signer->sign(message, engine))) << digest;
+        EXPECT_TRUE(verifies(publicKey, digest, saltOfOthers, message,
+                             signerFor(Token::uri("rsa2048"), otherPadding)->sign(message, engine)))
+            << digest;
+    }
+}
+
+TEST_F(HSMSigner, CannotSignWithMD5) {
+    EXPECT_THROWS(InternalException, "Could not generate digital signature",
+                  signer->sign(message, provider.createMD5DigestEngine()));
+}
+
+TEST_F(HSMSigner, TakesEveryPaddingThatIsNotOfTheOthersForPSS) {
+    for (int const value : {-1, 4, 5, 6, 7, 8, 9}) {
+        auto const padded = signerFor(Token::uri("rsa2048"), static_cast<RSAPaddingMode>(value));
+        EXPECT_TRUE(isSignedBySHA256(message, padded->sign(message, sha256()))) << value;
+    }
+}
+
+TEST_F(HSMSigner, RefusesOtherPaddings) {
+    for (int const value : {0, 1, 2}) {
+        EXPECT_THROWS(InternalException, "Cannot use OAEP as Padding Algorithm for Signatures.",
+                      signerFor(Token::uri("rsa2048"), static_cast<RSAPaddingMode>(value))->sign(message, sha256()));
+    }
+    EXPECT_THROWS(InternalException, "Cannot use PKCS#1 v1.5 as Padding Algorithm for Signatures.",
+                  signerFor(Token::uri("rsa2048"), RSAPaddingMode::PKCS1_V1_5)->sign(message, sha256()));
+}
+
+TEST_F(HSMSigner, TellsTheSizeOfTheKey) {
+    struct {
+        char const* key;
+        unsigned long bits;
+    } const rows[] = {{"rsa1024", 1024}, {"rsa2048", 2048}, {"rsa3072", 3072}, {"p256", 256}};
+
+    for (auto const& [key, bits] : rows) {
+        EXPECT_EQ(signerFor(Token::uri(key))->getKeySize(), bits);
+        EXPECT_EQ(signerFor(Token::uri(key), RSAPaddingMode::OAEP_SHA1)->getKeySize(), bits);
+    }
+}
+
+TEST_F(HSMSigner, RefusesShortKeys) {
+    for (char const* const key : {"rsa1024", "p256"}) {
+        for (auto const padding : {RSAPaddingMode::PSS, RSAPaddingMode::PKCS1_V1_5, RSAPaddingMode::OAEP_SHA1}) {
+            EXPECT_THROWS(InternalException, "RSA 1024 is insecure and no longer supported.",
+                          signerFor(Token::uri(key), padding)->sign(message, nullptr));
+        }
+    }
+}
+
+TEST_F(HSMSigner, LooksForFaultsInAFixedOrder) {
+    EXPECT_THROWS(InternalException, notFound,
+                  signerFor(Token::uri("missing"), RSAPaddingMode::PKCS1_V1_5)->sign(message, nullptr));
+    EXPECT_THROWS(InternalException, "Cannot use PKCS#1 v1.5 as Padding Algorithm for Signatures.",
+                  signerFor(Token::uri("rsa2048"), RSAPaddingMode::PKCS1_V1_5)->sign(message, nullptr));
+    EXPECT_THROWS(InternalException, "The digest engine does not exist.", signer->sign(message, nullptr));
+}
+
+TEST_F(HSMSigner, FindsNoKeyWhereNoneCanBeReached) {
+    struct {
+        char const* what;
+        std::string module;
+        std::string uri;
+    } const rows[] = {
+        {"another object", Token::module(), Token::uri("missing")},
+        {"another token", Token::module(), "pkcs11:token=missing;object=rsa2048;type=private?pin-value=1234"},
+        {"another PIN", Token::module(), Token::uri("rsa2048", "4321")},
+        {"a malformed URI", Token::module(), "pkcs11:rubbish"},
+        {"a missing module", "/missing/module.so", Token::uri("rsa2048")},
+        {"a module that is none", "/etc/passwd", Token::uri("rsa2048")},
+        {"no module", "", Token::uri("rsa2048")},
+    };
+
+    for (auto const& [what, module, uri] : rows) {
+        SCOPED_TRACE(what);
+        auto const unable = provider.createHSMSigner(HSMObject(module, uri), RSAPaddingMode::PSS, nullptr);
+        EXPECT_THROWS(InternalException, notFound, unable->sign(message, sha256()));
+        EXPECT_THROWS(InternalException, notFound, unable->getKeySize());
+    }
+}
+
+TEST_F(HSMSigner, CannotOpenAnythingButAToken) {
+    std::string const file = token.scratchFile("key.pem");
+    writeFile(file, token.publicKey("rsa2048"));
+    for (std::string const& uri : {std::string(), std::string("missing:x"), file, "file://" + file}) {
+        EXPECT_THROWS(InternalException, "Fail to create OSSL_STORE_CTXUPtr; the given raw pointer is NULL",
+                      signerFor(uri)->sign(message, sha256()));
+    }
+}
+
+TEST_F(HSMSigner, FindsTheKeyByOtherMeansThanItsLabel) {
+    for (char const* const uri :
+         {"pkcs11:token=test;id=%02;type=private?pin-value=1234", "pkcs11:token=test;object=rsa2048?pin-value=1234",
+          "pkcs11:token=test;object=rsa2048;type=public?pin-value=1234"}) {
+        EXPECT_TRUE(isSignedBySHA256(message, signerFor(uri)->sign(message, sha256()))) << uri;
+    }
+}
+
+TEST_F(HSMSigner, PassesOverTheCertificateBesideTheKey) {
+    for (char const* const uri :
+         {"pkcs11:token=test;object=certified?pin-value=1234", "pkcs11:token=test;id=%05?pin-value=1234"}) {
+        EXPECT_TRUE(isSignedBySHA256(message, signerFor(uri)->sign(message, sha256()), "certified")) << uri;
+    }
+}
+
+TEST_F(HSMSigner, TakesThePINFromAFileOrTheEnvironment) {
+    std::string const withoutPIN = "pkcs11:token=test;object=rsa2048;type=private";
+    std::string const file = token.scratchFile("pin");
+    for (char const* const content : {"1234", "1234\n"}) {
+        writeFile(file, bytes(content));
+        EXPECT_TRUE(isSignedBySHA256(message, signerFor(withoutPIN + "?pin-source=" + file)->sign(message, sha256())));
+        EXPECT_TRUE(
+            isSignedBySHA256(message, signerFor(withoutPIN + "?pin-source=file:" + file)->sign(message, sha256())));
+    }
+    EnvironmentVariable const pin("PKCS11_PIN", "1234");
+    EXPECT_TRUE(isSignedBySHA256(message, signerFor(withoutPIN)->sign(message, sha256())));
+}
+
+TEST_F(HSMSigner, PrefersWhatItWasGivenToTheEnvironment) {
+    EnvironmentVariable const pin("PKCS11_PIN", "4321");
+    EnvironmentVariable const module("PKCS11_MODULE_PATH", "/missing/module.so");
+    EnvironmentVariable const login("PKCS11_FORCE_LOGIN", "0");
+    EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, sha256())));
+}
+
+TEST_F(HSMSigner, ChecksNothingWhenItIsMade) {
+    for (int const padding : {-1, 0, 3, 99}) {
+        EXPECT_NE(provider.createHSMSigner(HSMObject("", ""), static_cast<RSAPaddingMode>(padding), nullptr), nullptr);
+    }
+}
+
+TEST_F(HSMSigner, StaysUsableAfterAFailure) {
+    {
+        EnvironmentVariable const elsewhere("SOFTHSM2_CONF", "/missing/softhsm2.conf");
+        EXPECT_THROWS(InternalException, notFound, signer->sign(message, sha256()));
+        EXPECT_THROWS(InternalException, notFound, signer->getKeySize());
+    }
+    EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, sha256())));
+    EXPECT_THROWS(InternalException, "The digest engine does not exist.", signer->sign(message, nullptr));
+    EXPECT_EQ(signer->getKeySize(), 2048U);
+}
+
+TEST_F(HSMSigner, SeesTheTokenAsItIsAtEachCall) {
+    auto const late = signerFor(Token::uri("late"));
+    EXPECT_THROWS(InternalException, notFound, late->getKeySize());
+    token.import("rsa3072", "late", "0a");
+    EXPECT_EQ(late->getKeySize(), 3072U);
+}
+
+TEST_F(HSMSigner, LeavesTheTokenAsItWas) {
+    std::vector<std::string> const before = token.files();
+    signer->sign(message, sha256());
+    signer->getKeySize();
+    EXPECT_EQ(token.files(), before);
+}
+
+TEST_F(HSMSigner, WritesSignaturesThatTheOpensslCommandTakes) {
+    struct {
+        decltype(&CryptoProvider::createSHA1DigestEngine) create;
+        std::string salt;
+    } const rows[] = {{&CryptoProvider::createSHA1DigestEngine, "20"},
+                      {&CryptoProvider::createSHA256DigestEngine, "32"},
+                      {&CryptoProvider::createSHA512DigestEngine, "64"}};
+
+    for (auto const& [create, salt] : rows) {
+        auto const engine = (provider.*create)();
+        writeFile(token.scratchFile("message"), message);
+        writeFile(token.scratchFile("signature"), signer->sign(message, engine));
+        std::string const command = "openssl dgst -" + engine->getDigestNameForEVP_MD() + " -verify " +
+                                    token.publicKeyFile("rsa2048") + " -signature " + token.scratchFile("signature") +
+                                    " -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:" + salt + " " +
+                                    token.scratchFile("message");
+        EXPECT_EQ(run(command).output, "Verified OK\n") << command;
+    }
+}
+
+// Streams
+
+TEST_F(HSMSigner, SignsAStreamFromWhereItStandsWhiteSpaceIncluded) {
+    std::istringstream stream("read  left \n\tto sign \n");
+    std::string word;
+    stream >> word;
+    EXPECT_TRUE(isSignedBySHA256(bytes("  left \n\tto sign \n"), signer->sign(stream, sha256())));
+}
+
+TEST_F(HSMSigner, LeavesAStreamReadToItsEndWithSkipwsCleared) {
+    std::istringstream stream("content");
+    stream >> std::skipws;
+    stream.width(3);
+    signer->sign(stream, sha256());
+    EXPECT_EQ(stream.flags() & std::ios_base::skipws, 0);
+    EXPECT_EQ(stream.rdstate(), std::ios_base::eofbit | std::ios_base::failbit);
+    EXPECT_EQ(stream.width(), 3);
+    EXPECT_EQ(stream.gcount(), 0);
+}
+
+TEST_F(HSMSigner, ReadsAStreamBeforeItLooksForFaults) {
+    std::istringstream stream("content");
+    EXPECT_THROWS(InternalException, notFound, signerFor(Token::uri("missing"))->sign(stream, nullptr));
+    EXPECT_TRUE(stream.eof());
+}
+
+TEST_F(HSMSigner, SignsWhatAStreamGaveBeforeItBroke) {
+    PortionBuffer buffer("before the break", 5, "cable cut");
+    std::istream stream(&buffer);
+    EXPECT_TRUE(isSignedBySHA256(bytes("before the break"), signer->sign(stream, sha256())));
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST_F(HSMSigner, LetsTheExceptionsOfAStreamPass) {
+    PortionBuffer buffer("before the break", 5, "cable cut");
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios_base::badbit);
+    EXPECT_THROWS(std::runtime_error, "cable cut", signer->sign(stream, sha256()));
+
+    std::istringstream demanding("content");
+    demanding.exceptions(std::ios_base::eofbit);
+    EXPECT_THROW(signer->sign(demanding, sha256()), std::ios_base::failure);
+}
+
+// Digest engines
+
+/// A host's own engine: it has a name and nothing else.
+class NamedEngine final : public IDigestEngine {
+public:
+    explicit NamedEngine(std::string name) : name_(std::move(name)) {}
+
+    ByteArray computeDigest(ByteArray const& /*data*/) override { throw std::logic_error("not to be used"); }
+
+    ByteArray computeDigest(std::istream& /*input*/) override { throw std::logic_error("not to be used"); }
+
+    void update(ByteArray const& /*data*/) override { throw std::logic_error("not to be used"); }
+
+    void update(unsigned char const* /*data*/, std::size_t /*size*/) override {
+        throw std::logic_error("not to be used");
+    }
+
+    ByteArray finalize() override { throw std::logic_error("not to be used"); }
+
+    std::string getDigestName() const override { throw std::logic_error("not to be used"); }
+
+    std::string getDigestNameForEVP_MD() const override {
+        ++asked;
+        if (name_.empty()) {
+            throw std::range_error("an engine without a name");
+        }
+        return name_;
+    }
+
+    std::size_t getDigestSize() const override { throw std::logic_error("not to be used"); }
+
+    mutable int asked = 0;
+
+private:
+    std::string name_;
+};
+
+TEST_F(HSMSigner, AsksAnEngineForItsNameAndNothingElse) {
+    auto const engine = std::make_shared<NamedEngine>("sha256");
+    EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, engine)));
+    EXPECT_EQ(engine->asked, 1);
+    EXPECT_EQ(engine.use_count(), 1);
+}
+
+TEST_F(HSMSigner, ComparesTheNameOfAnEngineToTheLetter) {
+    auto const engine = std::make_shared<NamedEngine>("SHA256");
+    EXPECT_TRUE(verifies(token.publicKey("rsa2048"), "sha256", 222, message, signer->sign(message, engine)));
+}
+
+TEST_F(HSMSigner, CannotSignWithADigestThatLibcryptoDoesNotKnow) {
+    EXPECT_THROWS(InternalException, "Failed while doing setup to generate signature",
+                  signer->sign(message, std::make_shared<NamedEngine>("sha257")));
+}
+
+TEST_F(HSMSigner, LetsTheExceptionsOfAnEnginePass) {
+    EXPECT_THROWS(std::range_error, "an engine without a name",
+                  signer->sign(message, std::make_shared<NamedEngine>("")));
+}
+
+TEST_F(HSMSigner, LeavesTheMessageOfAnEngineAlone) {
+    auto const engine = sha256();
+    engine->update(bytes("ab"));
+    EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, engine)));
+    EXPECT_EQ(engine->computeDigest(bytes("c")), sha256()->computeDigest(bytes("abc")));
+}
+
+// PRNG
+
+class UntouchablePRNG final : public interfaces::ICryptoPRNG {
+public:
+    unsigned char generateRandomByte() override { throw std::logic_error("not to be used"); }
+
+    ByteArray generateRandomBytes(std::size_t /*size*/) override { throw std::logic_error("not to be used"); }
+
+    bool isSeeded() const override { throw std::logic_error("not to be used"); }
+
+    std::string getPRNGName() const override { throw std::logic_error("not to be used"); }
+};
+
+TEST_F(HSMSigner, HoldsItsPRNGAndNeverUsesIt) {
+    auto const prng = std::make_shared<UntouchablePRNG>();
+    auto drawn = provider.createHSMSigner(HSMObject(Token::module(), Token::uri("rsa2048")), RSAPaddingMode::PSS, prng);
+    EXPECT_EQ(prng.use_count(), 2);
+    EXPECT_TRUE(isSignedBySHA256(message, drawn->sign(message, sha256())));
+    drawn.reset();
+    EXPECT_EQ(prng.use_count(), 1);
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+// What the heap holds of a key when its memory is given back. A program of its own, since it replaces the global
+// operators new and delete; it uses the shipped library, compiled as it ships.
+#include "support/AES.h"
+#include "support/Bytes.h"
+#include "support/Heap.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+using namespace support;
+
+CryptoProvider const provider;
+
+bool contains(ByteArray const& content, ByteArray const& what) {
+    return std::search(content.begin(), content.end(), what.begin(), what.end()) != content.end();
+}
+
+template <unsigned long Bits, auto Factory> struct Member {
+    static constexpr std::size_t size = Bits / 8;
+
+    static auto create(ByteArray const& bytes) { return (provider.*Factory)(bytes); }
+};
+
+template <class Member> class AESKeyMemory : public testing::Test {};
+
+using Members =
+    testing::Types<Member<128, &CryptoProvider::createAES128Key>, Member<192, &CryptoProvider::createAES192Key>,
+                   Member<256, &CryptoProvider::createAES256Key>>;
+TYPED_TEST_SUITE(AESKeyMemory, Members);
+
+TYPED_TEST(AESKeyMemory, IsZeroWhenItIsReleased) {
+    for (std::size_t const given : {TypeParam::size, std::size_t(40)}) {
+        ByteArray const keyBytes = pseudoRandomBytes(given);
+        HeapRecording const recording;
+        auto key = TypeParam::create(keyBytes);
+
+        // The object with its reference count, and its bytes, exactly as many as the key has.
+        ASSERT_EQ(recording.blocks().size(), 2U);
+        auto const block = std::find_if(recording.blocks().begin(), recording.blocks().end(),
+                                        [](HeapBlock const& known) { return known.size == TypeParam::size; });
+        ASSERT_NE(block, recording.blocks().end());
+        EXPECT_TRUE(std::equal(keyBytes.begin(), keyBytes.begin() + TypeParam::size,
+                               static_cast<unsigned char const*>(block->address)));
+        EXPECT_FALSE(block->released);
+
+        key.reset();
+        ASSERT_TRUE(block->released);
+        EXPECT_EQ(block->atRelease, ByteArray(TypeParam::size, 0));
+        EXPECT_TRUE(recording.blocks()[0].released && recording.blocks()[1].released);
+    }
+}
+
+TYPED_TEST(AESKeyMemory, LivesUntilTheLastReferenceGoes) {
+    ByteArray const keyBytes = pseudoRandomBytes(40);
+    HeapRecording const recording;
+    auto key = TypeParam::create(keyBytes);
+    auto second = key;
+    key.reset();
+    auto const isReleased = [](HeapBlock const& known) { return known.size == TypeParam::size && known.released; };
+    EXPECT_TRUE(std::none_of(recording.blocks().begin(), recording.blocks().end(), isReleased));
+    second.reset();
+    EXPECT_EQ(std::count_if(recording.blocks().begin(), recording.blocks().end(), isReleased), 1);
+}
+
+TEST(KeyMemory, KeepsNoCopyAfterUse) {
+    for (AESFactories const& factories : aesFactories()) {
+        for (NamedAESMode const& mode : aesModes()) {
+            AESSetup const setup{pseudoRandomBytes(factories.keyBytes()), ByteArray(16), mode.mode};
+            ByteArray const part(setup.key.begin(), setup.key.begin() + 8);
+            HeapRecording const recording;
+            {
+                auto const encryptor = factories.createEncryptor(setup);
+                auto const decryptor = factories.createDecryptor(setup);
+                decryptor->decrypt(encryptor->encrypt(ByteArray(100)));
+                std::istringstream input("message");
+                std::ostringstream output;
+                encryptor->encrypt(input, output);
+            }
+            for (HeapBlock const& block : recording.blocks()) {
+                EXPECT_TRUE(block.released);
+                EXPECT_FALSE(contains(block.atRelease, part)) << mode.name << factories.bits;
+            }
+        }
+    }
+}
+
+TEST(KeyMemory, ThatIsHandedOutIsTheCallersToWipe) {
+    ByteArray const keyBytes = pseudoRandomBytes(16);
+    auto const key = provider.createAES128Key(keyBytes);
+    HeapRecording const recording;
+    key->getKeyBytes();
+    ASSERT_EQ(recording.blocks().size(), 1U);
+    EXPECT_EQ(recording.blocks()[0].atRelease, keyBytes);
+}
+
+} // namespace

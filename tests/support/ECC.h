@@ -1,0 +1,159 @@
+#ifndef ZRFL_TESTS_SUPPORT_ECC_H
+#define ZRFL_TESTS_SUPPORT_ECC_H
+
+#include "Bytes.h"
+
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <istream>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace support {
+
+using foundation::crypto::interfaces::IDigestEngine;
+using foundation::crypto::interfaces::IECCKeyPair;
+using foundation::crypto::interfaces::IECCPrivateKey;
+using foundation::crypto::interfaces::IECCPublicKey;
+using foundation::crypto::interfaces::IECCSigner;
+using foundation::crypto::interfaces::IECCVerifier;
+using foundation::crypto::openssl::CryptoProvider;
+using foundation::crypto::utils::EllipticCurve;
+
+/// The provider's operations of one curve under names without it, and what a test has to know about the curve.
+template <EllipticCurve C> struct ECCFactory;
+
+#define ZRFL_ECC_FACTORY(curveName)                                                                                    \
+    static constexpr auto curve = EllipticCurve::curveName;                                                            \
+    static constexpr auto name = #curveName;                                                                           \
+    using PrivateKey = std::shared_ptr<IECCPrivateKey<curve>>;                                                         \
+    using PublicKey = std::shared_ptr<IECCPublicKey<curve>>;                                                           \
+    using KeyPair = std::shared_ptr<IECCKeyPair<curve>>;                                                               \
+    static KeyPair generateKeyPair() {                                                                                 \
+        return CryptoProvider().generateECC##curveName##KeyPair();                                                     \
+    }                                                                                                                  \
+    static PrivateKey privateKey(ByteArray const& encoded) {                                                           \
+        return CryptoProvider().createECC##curveName##PrivateKey(encoded);                                             \
+    }                                                                                                                  \
+    static PrivateKey privateKey(std::istream& encoded, std::string const& password) {                                 \
+        return CryptoProvider().createECC##curveName##PrivateKey(encoded, password);                                   \
+    }                                                                                                                  \
+    static PrivateKey privateKeyFromInteger(ByteArray const& integer) {                                                \
+        return CryptoProvider().createECC##curveName##PrivateKeyFromInteger(integer);                                  \
+    }                                                                                                                  \
+    static PublicKey publicKey(ByteArray const& encoded) {                                                             \
+        return CryptoProvider().createECC##curveName##PublicKey(encoded);                                              \
+    }                                                                                                                  \
+    static PublicKey publicKey(std::istream& encoded) {                                                                \
+        return CryptoProvider().createECC##curveName##PublicKey(encoded);                                              \
+    }                                                                                                                  \
+    static PublicKey publicKeyFromPoint(ByteArray const& point) {                                                      \
+        return CryptoProvider().createECC##curveName##PublicKeyFromPoint(point);                                       \
+    }                                                                                                                  \
+    static std::shared_ptr<IECCSigner> signer(PrivateKey key) {                                                        \
+        return CryptoProvider().createECC##curveName##Signer(std::move(key));                                          \
+    }                                                                                                                  \
+    static std::shared_ptr<IECCVerifier> verifier(PublicKey key) {                                                     \
+        return CryptoProvider().createECC##curveName##Verifier(std::move(key));                                        \
+    }
+
+template <> struct ECCFactory<EllipticCurve::P256> {
+    ZRFL_ECC_FACTORY(P256)
+    using Other = ECCFactory<EllipticCurve::Curve25519>;
+    static constexpr std::size_t pointSize = 65;
+
+    /// An engine that the curve accepts.
+    static std::shared_ptr<IDigestEngine> engine() { return CryptoProvider().createSHA256DigestEngine(); }
+};
+
+template <> struct ECCFactory<EllipticCurve::Curve25519> {
+    ZRFL_ECC_FACTORY(Curve25519)
+    using Other = ECCFactory<EllipticCurve::P256>;
+    static constexpr std::size_t pointSize = 32;
+
+    static std::shared_ptr<IDigestEngine> engine() { return CryptoProvider().createSHA512DigestEngine(); }
+};
+
+#undef ZRFL_ECC_FACTORY
+
+using P256 = ECCFactory<EllipticCurve::P256>;
+using Curve25519 = ECCFactory<EllipticCurve::Curve25519>;
+using BothCurves = testing::Types<P256, Curve25519>;
+
+/// Names the typed tests after their curve.
+struct CurveNames {
+    template <class Factory> static std::string GetName(int /*index*/) { return Factory::name; }
+};
+
+/// The engine of the digest that libcrypto calls `name`.
+inline std::shared_ptr<IDigestEngine> engineNamed(std::string const& name) {
+    CryptoProvider const provider;
+    for (auto const create : {&CryptoProvider::createMD5DigestEngine, &CryptoProvider::createSHA1DigestEngine,
+                              &CryptoProvider::createSHA224DigestEngine, &CryptoProvider::createSHA256DigestEngine,
+                              &CryptoProvider::createSHA384DigestEngine, &CryptoProvider::createSHA512DigestEngine}) {
+        auto engine = (provider.*create)();
+        if (engine->getDigestNameForEVP_MD() == name) {
+            return engine;
+        }
+    }
+    throw std::out_of_range(name);
+}
+
+/// A host's own engine: it answers for its names by functions and can do nothing else.
+class HostEngine final : public IDigestEngine {
+public:
+    using Answer = std::function<std::string()>;
+
+    HostEngine(Answer digestName, Answer evpName) : digestName_(std::move(digestName)), evpName_(std::move(evpName)) {}
+
+    HostEngine(std::string const& digestName, std::string const& evpName)
+        : HostEngine([=] { return digestName; }, [=] { return evpName; }) {}
+
+    ByteArray computeDigest(ByteArray const& /*data*/) override { return unused(); }
+
+    ByteArray computeDigest(std::istream& /*input*/) override { return unused(); }
+
+    void update(ByteArray const& /*data*/) override { unused(); }
+
+    void update(unsigned char const* /*data*/, std::size_t /*size*/) override { unused(); }
+
+    ByteArray finalize() override { return unused(); }
+
+    std::string getDigestName() const override { return digestName_(); }
+
+    std::string getDigestNameForEVP_MD() const override { return evpName_(); }
+
+    std::size_t getDigestSize() const override { return unused().size(); }
+
+private:
+    static ByteArray unused() {
+        ADD_FAILURE() << "a signature asks an engine for nothing but names";
+        return {};
+    }
+
+    Answer digestName_;
+    Answer evpName_;
+};
+
+/// A host's own keys.
+template <EllipticCurve C> class ForeignPrivateKey final : public IECCPrivateKey<C> {
+public:
+    ByteArray getPEM() const override { return {}; }
+
+    ByteArray getPrivateInteger() const override { return {}; }
+};
+
+template <EllipticCurve C> class ForeignPublicKey final : public IECCPublicKey<C> {
+public:
+    ByteArray getPEM() const override { return {}; }
+
+    ByteArray getPublicPoint() const override { return {}; }
+};
+
+} // namespace support
+
+#endif
