@@ -34,10 +34,6 @@ namespace {
 
 using DefaultPRNG = CryptoPRNG<utils::DefaultPRNGAlgorithm>;
 
-[[noreturn]] void notOffered(char const* operation) {
-    throw utils::NotImplemented(std::string(operation) + " is not offered by this version.");
-}
-
 /// The library's own class behind an interface; empty for a null or a foreign object.
 template <class Own, class Interface> std::shared_ptr<Own> narrow(std::shared_ptr<Interface> const& given) {
     return std::dynamic_pointer_cast<Own>(given);
