@@ -1,7 +1,7 @@
 // What memory holds of a private key when it is given back, by the library itself and by libcrypto for it. A program of
 // its own, since it takes over both heaps.
+#include "support/Allocations.h"
 #include "support/ECC.h"
-#include "support/Heap.h"
 #include "support/PEM.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
@@ -128,7 +128,7 @@ protected:
     ByteArray const integer = key->getPrivateInteger();
     std::string const pem = text(key->getPEM());
 
-    static bool holds(HeapBlock const& block, std::vector<ByteArray> const& secrets) {
+    static bool holds(AllocatedBlock const& block, std::vector<ByteArray> const& secrets) {
         return std::any_of(secrets.begin(), secrets.end(), [&](ByteArray const& secret) {
             return std::search(block.atRelease.begin(), block.atRelease.end(), secret.begin(), secret.end()) !=
                    block.atRelease.end();
@@ -140,12 +140,12 @@ protected:
     static std::size_t leftBehind(std::vector<ByteArray> const& secrets, Operation&& operation) {
         operation(); // what libcrypto keeps for later is made first
         LibcryptoWatch const watch(secrets);
-        HeapRecording const recording;
+        AllocationRecording const recording;
         operation();
         EXPECT_GT(watch.blocks() + recording.blocks().size(), 0U);
-        return watch.blocksWithSecret() +
-               static_cast<std::size_t>(std::count_if(recording.blocks().begin(), recording.blocks().end(),
-                                                      [&](HeapBlock const& block) { return holds(block, secrets); }));
+        return watch.blocksWithSecret() + static_cast<std::size_t>(std::count_if(
+                                              recording.blocks().begin(), recording.blocks().end(),
+                                              [&](AllocatedBlock const& block) { return holds(block, secrets); }));
     }
 
     static std::vector<ByteArray> both(std::vector<ByteArray> left, std::vector<ByteArray> const& right) {
@@ -322,7 +322,7 @@ template <class Exhausted, class Factory> void exhaustEverything() {
         "exported point", true, [&] { return pair->getPublicKey()->getPublicPoint(); },
         [&](ByteArray const& found) { EXPECT_EQ(found, point); });
     // Out of memory, libcrypto itself may make a wrong ECDSA signature, or look for a nonce for minutes.
-    if (std::is_same_v<Exhausted, ExhaustedHeap> || Factory::curve != EllipticCurve::P256) {
+    if (std::is_same_v<Exhausted, FailingAllocation> || Factory::curve != EllipticCurve::P256) {
         exhaust<Exhausted>(
             "sign", false, [&] { return signer->sign(message, engine); },
             [&](ByteArray const& made) { EXPECT_TRUE(verifier->verify(message, made, engine).isValid()); });
@@ -338,7 +338,7 @@ template <class Exhausted, class Factory> void exhaustEverything() {
 }
 
 TYPED_TEST(ECCMemory, ThatRunsOutIsReported) {
-    exhaustEverything<ExhaustedHeap, TypeParam>();
+    exhaustEverything<FailingAllocation, TypeParam>();
 }
 
 TYPED_TEST(ECCMemory, ThatLibcryptoRunsOutOfIsReported) {
