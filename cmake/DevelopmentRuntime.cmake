@@ -1,13 +1,15 @@
 # Included by the presets ahead of the first project(): takes from .runtime/, which tools/setup fills, what the packages
 # of this machine lack. A build without the presets, or with an OpenSSL that the user names, goes its own way.
 
-set(development_runtime "${CMAKE_SOURCE_DIR}/.runtime/runtime.cmake")
+set(ZRFL_RUNTIME "${CMAKE_SOURCE_DIR}/.runtime" CACHE PATH "What this build takes in place of the machine's packages")
+set(development_runtime "${ZRFL_RUNTIME}/runtime.cmake")
 set(openssl_named "${OPENSSL_ROOT_DIR}$ENV{OPENSSL_ROOT_DIR}${OPENSSL_INCLUDE_DIR}${OPENSSL_CRYPTO_LIBRARY}")
 
 if(EXISTS "${development_runtime}")
     include("${development_runtime}")
 elseif(NOT openssl_named)
-    message(FATAL_ERROR "Run tools/setup first, or name an OpenSSL of at least 3.5 with -DOPENSSL_ROOT_DIR=...")
+    message(FATAL_ERROR "Run tools/setup first (for 64-bit Arm, tools/test-arm64), "
+        "or name an OpenSSL of at least 3.5 with -DOPENSSL_ROOT_DIR=...")
 endif()
 
 if(ZRFL_RUNTIME_CRYPTO_LIBRARY)

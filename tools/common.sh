@@ -3,9 +3,8 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-runtime=$root/.runtime
 scratch=$(mktemp -d)
-export root runtime
+export root
 
 # An abandoned script shows what its last quiet step had printed.
 finish() {

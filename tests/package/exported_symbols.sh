@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # The libraries export what their hosts need and nothing else: CryptoProvider from the one, the vocabulary from the other.
-# Usage: exported_symbols.sh LIBZRFLCRYPTOOPENSSL LIBZRFLCRYPTOUTILS SOVERSION
+# Usage: exported_symbols.sh NM READELF LIBZRFLCRYPTOOPENSSL LIBZRFLCRYPTOUTILS SOVERSION
 set -euo pipefail
-openssl_library=$1 utils_library=$2 soversion=$3
+nm=$1 readelf=$2 openssl_library=$3 utils_library=$4 soversion=$5
 failed=0
 
-exports() { nm --dynamic --defined-only --demangle "$1" | sed -E 's/^[0-9a-f]* +[A-Za-z] //; s/@@.*//' | sort -u; }
+exports() { "$nm" --dynamic --defined-only --demangle "$1" | sed -E 's/^[0-9a-f]* +[A-Za-z] //; s/@@.*//' | sort -u; }
 
 expect_only() { # LIBRARY PATTERN
     local strangers
@@ -24,7 +24,7 @@ expect_export() { # LIBRARY SYMBOL
 }
 
 expect_soname() { # LIBRARY SONAME
-    if ! readelf --dynamic --wide "$1" | grep -qF "Library soname: [$2]"; then
+    if ! "$readelf" --dynamic --wide "$1" | grep -qF "Library soname: [$2]"; then
         printf '%s does not have the soname %s\n' "$1" "$2"
         failed=1
     fi
@@ -45,7 +45,7 @@ for class in Exception InternalException InvalidArgument InvalidKey InvalidKeyEn
 done
 
 # One home for what exceptions are recognised by: a second copy would be caught by name only where the loader allows it.
-if nm --defined-only --demangle "$openssl_library" | grep -E "(vtable|typeinfo) for $vocabulary::"; then
+if "$nm" --defined-only --demangle "$openssl_library" | grep -E "(vtable|typeinfo) for $vocabulary::"; then
     echo "$openssl_library defines type information of the vocabulary"
     failed=1
 fi

@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
 # Installs into a temporary prefix, moves it, and builds and runs an outside host against it: by find_package and by
-# pkg-config. Usage: installed_package.sh CMAKE BUILD_DIRECTORY LIBCRYPTO COMPILER [COMPILER_AND_LINKER_FLAG...]
+# pkg-config. Usage: installed_package.sh CMAKE BUILD_DIRECTORY LIBCRYPTO EMULATOR COMPILER [COMPILER_AND_LINKER_FLAG...]
+# The emulator is empty where what was built runs by itself.
 set -euo pipefail
-cmake=$1 build=$2 libcrypto=$3 compiler=$4
-shift 4
+cmake=$1 build=$2 libcrypto=$3 emulator=$4 compiler=$5
+shift 5
 flags=("$@")
 host=$(cd "$(dirname "${BASH_SOURCE[0]}")/host" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 # The installed libraries leave it to the machine to find libcrypto; the one they were built with may be anywhere.
-run() { LD_LIBRARY_PATH=$(dirname "$libcrypto") "$@"; }
+run() { LD_LIBRARY_PATH=$(dirname "$libcrypto") ${emulator:+"$emulator"} "$@"; }
 
 "$cmake" --install "$build" --prefix "$work/installed" >/dev/null
 mv "$work/installed" "$work/moved"
