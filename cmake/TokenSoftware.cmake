@@ -8,7 +8,7 @@ else()
     find_program(ZRFL_SOFTHSM_UTIL softhsm2-util DOC "softhsm2-util of SoftHSM")
 endif()
 
-# Adds to the sources given where the token software is, under macros that a build without it leaves empty.
+# Tells the sources given where the token software is, SoftHSM by macros that a build without it leaves empty.
 function(zrfl_use_token_software)
     foreach(tool MODULE UTIL)
         if(NOT ZRFL_SOFTHSM_${tool})
@@ -16,5 +16,6 @@ function(zrfl_use_token_software)
         endif()
     endforeach()
     set_property(SOURCE ${ARGN} APPEND PROPERTY COMPILE_DEFINITIONS
+        "ZRFL_PKCS11_PROVIDER=\"${ZRFL_PKCS11_PROVIDER_DIR}/pkcs11prov.so\""
         "ZRFL_SOFTHSM_MODULE=\"${ZRFL_SOFTHSM_MODULE}\"" "ZRFL_SOFTHSM_UTIL=\"${ZRFL_SOFTHSM_UTIL}\"")
 endfunction()

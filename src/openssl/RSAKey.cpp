@@ -137,7 +137,7 @@ EVP_PKEYUPtr makeRSAPublicKey(ByteArray const& modulus, ByteArray const& publicE
 
 void requireSize(EVP_PKEY const* key, unsigned long expected, char const* kind) {
     int const found = EVP_PKEY_get_bits(key);
-    if (found < 0 || static_cast<unsigned long>(found) != expected) {
+    if (static_cast<unsigned long>(found) != expected) {
         throw utils::Exception(std::string("The input data corresponds to a ") + kind + " key of size " +
                                std::to_string(found) + " instead of the expected size " + std::to_string(expected));
     }

@@ -1,5 +1,6 @@
 #include "CryptoPRNG.h"
 
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Faults.h"
 #include "support/Throws.h"
@@ -12,6 +13,7 @@
 #include <openssl/err.h>
 #include <openssl/rand.h>
 
+#include <new>
 #include <type_traits>
 
 namespace {
@@ -107,6 +109,28 @@ TEST(PRNGFaults, AreNotTriedAgain) {
     Failing const failing("RAND_bytes", 2);
     EXPECT_THROWS_PREFIX(InternalException, notGenerated, prng->generateRandomBytes(100000));
     EXPECT_EQ(recording.count("RAND_bytes"), 2U);
+}
+
+TEST(PRNGFaults, OfAllocationNameTheSize) {
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    std::string const text = "std::bad_alloc;Size = ";
+    for (std::size_t const size : {1U, 32767U, 100000U}) {
+        std::string const expected = text + std::to_string(size);
+        FailingAllocation const failing;
+        EXPECT_THROWS(InternalException, expected, prng->generateRandomBytes(size));
+    }
+    {
+        std::string const expected = text + "1";
+        FailingAllocation const failing;
+        EXPECT_THROWS(InternalException, expected, prng->generateRandomByte());
+    }
+    std::size_t const largest = ByteArray().max_size(); // an array that is possible, but fits into no memory
+    EXPECT_THROWS(InternalException, text + std::to_string(largest), prng->generateRandomBytes(largest));
+}
+
+TEST(PRNGFaults, OfAllocationAreTheStandardOnesInTheFactory) {
+    FailingAllocation const failing;
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", provider.createDefaultCryptoPRNG(bytes("seed")));
 }
 
 TEST(PRNGFaults, OfSeedingLeaveNoErrorBehind) {

@@ -72,11 +72,37 @@ protected:
     ByteArray const message = bytes("a message");
 };
 
-TEST_F(HSMSigner, SignsSoThatTheSoftwareVerifies) {
+TEST_F(HSMSigner, SignsAsManyBytesAsTheModulusHas) {
     ByteArray const signature = signer->sign(message, sha256());
     EXPECT_EQ(signature.size(), 256U);
     EXPECT_TRUE(isSignedBySHA256(message, signature));
     EXPECT_FALSE(isSignedBySHA256(bytes("another message"), signature));
+}
+
+TEST_F(HSMSigner, SignsWhatTheLibrarysOwnVerifierTakes) {
+    auto const key = provider.createRSA2048PublicKey(token.publicKey("rsa2048"));
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    for (auto const padding : {RSAPaddingMode::PSS, otherPadding}) {
+        auto const verifier = provider.createRSA2048Verifier(key, padding, prng);
+        for (auto const create : {&CryptoProvider::createSHA1DigestEngine, &CryptoProvider::createSHA224DigestEngine,
+                                  &CryptoProvider::createSHA256DigestEngine, &CryptoProvider::createSHA384DigestEngine,
+                                  &CryptoProvider::createSHA512DigestEngine}) {
+            auto const engine = (provider.*create)();
+            ByteArray signature = signerFor(Token::uri("rsa2048"), padding)->sign(message, engine);
+            EXPECT_TRUE(verifier->verify(message, signature, engine).isValid()) << engine->getDigestName();
+            EXPECT_FALSE(verifier->verify(bytes("another message"), signature, engine).isValid());
+            EXPECT_FALSE(verifier->verify(message, signature, provider.createMD5DigestEngine()).isValid());
+            signature.back() ^= 1;
+            EXPECT_FALSE(verifier->verify(message, signature, engine).isValid());
+        }
+    }
+    auto const otherScheme = provider.createRSA2048Verifier(key, RSAPaddingMode::PKCS1_V1_5, prng);
+    EXPECT_FALSE(otherScheme->verify(message, signer->sign(message, sha256()), sha256()).isValid());
+}
+
+TEST_F(HSMSigner, SignsWithTheHashOfAnHMACEngine) {
+    auto const engine = provider.createHMACSHA256DigestEngine(bytes("key"));
+    EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, engine)));
 }
 
 TEST_F(HSMSigner, DrawsAFreshSaltForEachSignature) {

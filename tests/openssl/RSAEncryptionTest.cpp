@@ -652,7 +652,9 @@ TEST_P(RSADecryptionVectors, GiveTheirPlainTextFromBytesAndFromStreams) {
         } else {
             ASSERT_TRUE(expect == "valid" || expect == "synthetic");
             std::string const plainText = vector.word(expect == "valid" ? "pt" : "synthetic");
+            ERR_clear_error();
             EXPECT_EQ(hex(decryptor->decrypt(cipherText)), plainText);
+            EXPECT_EQ(ERR_peek_error(), 0U);
             EXPECT_EQ(hex(bytes(decryptStream(*decryptor, text(cipherText)))), plainText);
         }
     }

@@ -307,6 +307,19 @@ TEST(RSASignatureEngines, ThatThrowAreReportedWhenSigningAndInvalidWhenVerifying
     }
 }
 
+TEST(RSASignatureEngines, OfHMACSignAsTheirPlainHashAndOfBLAKE2bNotAtAll) {
+    RSAKeyUser const& user = rsaTestKeyUser(2048);
+    ByteArray const signature = sign(*user.signer(pkcs1), bytes("message"));
+    auto const hmac = provider.createHMACSHA256DigestEngine(bytes("key"));
+    EXPECT_EQ(user.signer(pkcs1)->sign(bytes("message"), hmac), signature);
+    EXPECT_TRUE(user.verifier(pkcs1)->verify(bytes("message"), signature, hmac).isValid());
+    for (auto const& blake2b : {provider.createBlake2bDigestEngine({}, {}),
+                                provider.createBlake2bDigestEngine(bytes("key"), ByteArray(16))}) {
+        EXPECT_THROWS(InternalException, notInitialized, user.signer(pkcs1)->sign(bytes("message"), blake2b));
+        EXPECT_FALSE(user.verifier(pkcs1)->verify(bytes("message"), signature, blake2b).isValid());
+    }
+}
+
 // Padding
 
 TEST(RSASignaturePaddings, OfEncryptionAreRefusedAtEachCallBeforeAnythingElse) {
@@ -687,13 +700,13 @@ TEST(RSASignatureMutations, AreInvalidAndNothingWorse) {
         for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
             ByteArray const signature = sign(*user.signer(padding), message);
             auto const verifier = user.verifier(padding);
-            for (int round = 0; round < 300; ++round, ++tried) {
+            for (int round = 0; round < 320; ++round, ++tried) {
                 ByteArray const mutated = mutate(signature, random);
                 EXPECT_EQ(verify(*verifier, message, mutated), mutated == signature) << hex(mutated);
             }
         }
     }
-    EXPECT_EQ(tried, 2700);
+    EXPECT_EQ(tried, 2880);
     EXPECT_EQ(ERR_peek_error(), 0U);
 }
 

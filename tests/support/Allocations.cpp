@@ -1,9 +1,11 @@
 #include "Allocations.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
 #include <new>
+#include <utility>
 
 namespace support {
 
@@ -11,15 +13,25 @@ struct AllocationState {
     int untilFailure = 0; // 0: none is to fail
     bool failed = false;
     ReleaseWatch* watch = nullptr;
+    AllocationRecording* recording = nullptr;
+    bool busy = false; // with the recording, whose own memory does not count
 
     void* allocate(std::size_t size) {
-        if (untilFailure > 0 && --untilFailure == 0) {
+        constexpr std::size_t tooLarge = std::size_t(1) << 40; // AddressSanitizer would end the program over it
+        if (!busy && untilFailure > 0 && --untilFailure == 0) {
             failed = true;
             throw std::bad_alloc();
         }
-        void* const block = std::malloc(size == 0 ? 1 : size);
+        void* const block = size < tooLarge ? std::malloc(size == 0 ? 1 : size) : nullptr;
         if (block == nullptr) {
             throw std::bad_alloc();
+        }
+        if (!busy && recording != nullptr) {
+            busy = true;
+            recording->blocks_.push_back({block, size});
+            recording->held_ += size;
+            recording->peak_ = std::max(recording->peak_, recording->held_);
+            busy = false;
         }
         return block;
     }
@@ -31,7 +43,26 @@ struct AllocationState {
                 memmem(block, malloc_usable_size(block), watch->secret_.data(), watch->secret_.size());
             watch->blocksWithSecret_ += found == nullptr ? 0 : 1;
         }
+        if (!busy && recording != nullptr) {
+            busy = true;
+            record(block);
+            busy = false;
+        }
         std::free(block);
+    }
+
+private:
+    void record(void const* block) {
+        auto& blocks = recording->blocks_;
+        auto const found = std::find_if(blocks.rbegin(), blocks.rend(), [=](AllocatedBlock const& known) {
+            return known.address == block && !known.released;
+        });
+        if (found != blocks.rend()) {
+            auto const* const content = static_cast<unsigned char const*>(block);
+            found->released = true;
+            found->atRelease.assign(content, content + std::min<std::size_t>(found->size, 4096));
+            recording->held_ -= found->size;
+        }
     }
 };
 
@@ -60,6 +91,14 @@ ReleaseWatch::ReleaseWatch(ByteArray secret) : secret_(std::move(secret)) {
 
 ReleaseWatch::~ReleaseWatch() {
     state.watch = nullptr;
+}
+
+AllocationRecording::AllocationRecording() {
+    state.recording = this;
+}
+
+AllocationRecording::~AllocationRecording() {
+    state.recording = nullptr;
 }
 
 } // namespace support

@@ -4,6 +4,7 @@
 #include "Bytes.h"
 
 #include <cstddef>
+#include <vector>
 
 /// Failing and watching the heap. A test program that links `zrfl_test_allocations` replaces operator new and delete.
 namespace support {
@@ -38,6 +39,35 @@ private:
     ByteArray secret_;
     std::size_t blocks_ = 0;
     std::size_t blocksWithSecret_ = 0;
+};
+
+/// One block that operator new handed out while a recording lived.
+struct AllocatedBlock {
+    void const* address = nullptr;
+    std::size_t size = 0; ///< As asked for.
+    bool released = false;
+    ByteArray atRelease = {}; ///< What it held when it was released, cut after 4096 bytes.
+};
+
+/// Keeps the allocations that are made on this thread while it lives, and their releases.
+class AllocationRecording {
+public:
+    AllocationRecording();
+    ~AllocationRecording();
+    AllocationRecording(AllocationRecording const&) = delete;
+    AllocationRecording& operator=(AllocationRecording const&) = delete;
+
+    /// In the order of their allocation.
+    std::vector<AllocatedBlock> const& blocks() const { return blocks_; }
+
+    /// The largest sum of the sizes of blocks that were held at one time.
+    std::size_t peak() const { return peak_; }
+
+private:
+    friend struct AllocationState;
+    std::vector<AllocatedBlock> blocks_;
+    std::size_t held_ = 0;
+    std::size_t peak_ = 0;
 };
 
 } // namespace support

@@ -15,6 +15,15 @@ namespace {
 std::string const module = ZRFL_SOFTHSM_MODULE;
 std::string const tool = ZRFL_SOFTHSM_UTIL;
 
+/// As one word for the shell.
+std::string quoted(std::string const& word) {
+    std::string result = "'";
+    for (char const character : word) {
+        result += character == '\'' ? std::string("'\\''") : std::string(1, character);
+    }
+    return result + "'";
+}
+
 void mustRun(std::string const& command) {
     CommandResult const result = run(command + " 2>&1");
     if (result.status != 0) {
@@ -38,8 +47,8 @@ std::string configure(std::filesystem::path const& folder) {
 }
 
 void importKey(std::string const& keyFile, std::string const& label, std::string const& identifier) {
-    mustRun(tool + " --module " + module + " --import " + keyFile + " --token test --label " + label + " --id " +
-            identifier + " --pin 1234");
+    mustRun(quoted(tool) + " --module " + quoted(module) + " --import " + quoted(keyFile) + " --token test --label " +
+            label + " --id " + identifier + " --pin 1234");
 }
 
 /// Stores a certificate, which the command-line tool cannot do.
@@ -91,15 +100,16 @@ public:
                 "these tests out.");
         }
         EnvironmentVariable const configuration("SOFTHSM2_CONF", configure(directory_.path()));
-        mustRun(tool + " --module " + module + " --init-token --free --label test --pin 1234 --so-pin 5678");
+        mustRun(quoted(tool) + " --module " + quoted(module) +
+                " --init-token --free --label test --pin 1234 --so-pin 5678");
         add("rsa1024", "-algorithm RSA -pkeyopt rsa_keygen_bits:1024", "01");
         add("rsa2048", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048", "02");
         add("rsa3072", "-algorithm RSA -pkeyopt rsa_keygen_bits:3072", "03");
         add("p256", "-algorithm EC -pkeyopt ec_paramgen_curve:P-256", "04");
         add("certified", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048", "05");
         std::string const certificate = directory_ / "certified.der";
-        mustRun("openssl req -new -x509 -subj /CN=test -outform DER -key " + (directory_ / "certified.pem") + " -out " +
-                certificate);
+        mustRun("openssl req -new -x509 -subj /CN=test -outform DER -key " + quoted(directory_ / "certified.pem") +
+                " -out " + quoted(certificate));
         // The name CN=test as X.509 encodes it.
         importCertificate(readFile(certificate), unhex("300f310d300b06035504030c0474657374"), "certified", 5);
     }
@@ -109,8 +119,8 @@ public:
 private:
     void add(std::string const& label, std::string const& kind, std::string const& identifier) {
         std::string const file = directory_ / (label + ".pem");
-        mustRun("openssl genpkey " + kind + " -out " + file);
-        mustRun("openssl pkey -in " + file + " -pubout -out " + (directory_ / (label + ".public.pem")));
+        mustRun("openssl genpkey " + kind + " -out " + quoted(file));
+        mustRun("openssl pkey -in " + quoted(file) + " -pubout -out " + quoted(directory_ / (label + ".public.pem")));
         importKey(file, label, identifier);
     }
 

@@ -488,8 +488,8 @@ public:
 
     /// Makes a signer for the private key that `hsmObject` describes, of which it keeps a copy; `prng` is kept and
     /// never used. Nothing is checked and no module is loaded here: a wrong path, URI or padding shows at the first
-    /// call. Only PSS can be signed. **A host must make the calls of all its HSM signers one at a time**; read
-    /// `IHSMSigner` before using one.
+    /// call. Only PSS can be signed. **A host must make the calls of all its HSM signers one at a time**, for which the
+    /// examples have `SerializedHSMSigner.h`; read `IHSMSigner` before using one.
     virtual std::shared_ptr<IHSMSigner> createHSMSigner(utils::HSMObject const& hsmObject,
                                                         utils::RSAPaddingMode padding,
                                                         std::shared_ptr<ICryptoPRNG> prng) const = 0;

@@ -18,7 +18,8 @@ namespace foundation::crypto::interfaces {
 /// state of the message is unspecified.
 ///
 /// The operations throw `utils::InternalException`: for a libcrypto failure and, from `finalize()` and the stream form
-/// of `computeDigest`, for any standard exception met on the way, with its text.
+/// of `computeDigest`, for any standard exception met on the way, with its text. (A stream that throws an exception of
+/// this library's own has it passed on unchanged by BLAKE2b.)
 class IDigestEngine {
 public:
     virtual ~IDigestEngine() = default;

@@ -14,9 +14,10 @@ namespace foundation::crypto::interfaces {
 /// in, finds the key anew, and unloads everything**; a failed call leaves the signer usable.
 ///
 /// What a host has to know:
-/// - **Threads: a process must make its HSM calls one at a time**, whatever the signers and the tokens, for instance
-///   behind one mutex. Ending a call shuts the module down for the whole process: calls side by side crash or hang
-///   inside it and can damage the token. The library takes no lock. A signer itself holds no state.
+/// - **Threads: a process must make its HSM calls one at a time**, whatever the signers and the tokens. Ending a call
+///   shuts the module down for the whole process: calls side by side crash or hang inside it and can damage the token.
+///   The library takes no lock; `SerializedHSMSigner.h` among the examples is a signer that makes the calls of others
+///   take turns. A signer itself holds no state.
 /// - **PIN: a wrong one is tried three times in each call and can lock the token.** The library never tries again, and
 ///   a host should not either. A URI without a PIN makes the provider module ask for it on the terminal or read it from
 ///   the standard input.

@@ -59,11 +59,12 @@ class IRSADecryptor {
 public:
     virtual ~IRSADecryptor() = default;
 
-    /// Decrypts one block, as many bytes as the modulus, and returns the message.
+    /// Decrypts one block, as many bytes as the modulus, and returns the message. A shorter block is taken for the same
+    /// number without its leading zeros.
     ///
-    /// @throws utils::InternalException for a block that was altered (OAEP), has another size or is no number below the
-    ///         modulus ("EVP_PKEY_decrypt failed to generate the decrypted text."), for a padding outside the
-    ///         enumeration, for a generator that throws, or for a libcrypto failure.
+    /// @throws utils::InternalException for a block that was altered (OAEP), is empty, has more bytes than the modulus
+    ///         or is no number below it ("EVP_PKEY_decrypt failed to generate the decrypted text."), for a padding
+    ///         outside the enumeration, for a generator that throws, or for a libcrypto failure.
     virtual ByteArray decrypt(ByteArray const& cipherText) const = 0;
 
     /// Decrypts the bytes of `cipherText` from its current position to its end, block by block as the stream form of

@@ -1,8 +1,7 @@
-// What the heap holds of a key when its memory is given back. A program of its own, since it replaces the global
-// operators new and delete; it uses the shipped library, compiled as it ships.
+// What the memory of a key holds when it is given back, by the library as it ships.
 #include "support/AES.h"
+#include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Heap.h"
 
 #include <gtest/gtest.h>
 
@@ -37,13 +36,13 @@ TYPED_TEST_SUITE(AESKeyMemory, Members);
 TYPED_TEST(AESKeyMemory, IsZeroWhenItIsReleased) {
     for (std::size_t const given : {TypeParam::size, std::size_t(40)}) {
         ByteArray const keyBytes = pseudoRandomBytes(given);
-        HeapRecording const recording;
+        AllocationRecording const recording;
         auto key = TypeParam::create(keyBytes);
 
         // The object with its reference count, and its bytes, exactly as many as the key has.
         ASSERT_EQ(recording.blocks().size(), 2U);
         auto const block = std::find_if(recording.blocks().begin(), recording.blocks().end(),
-                                        [](HeapBlock const& known) { return known.size == TypeParam::size; });
+                                        [](AllocatedBlock const& known) { return known.size == TypeParam::size; });
         ASSERT_NE(block, recording.blocks().end());
         EXPECT_TRUE(std::equal(keyBytes.begin(), keyBytes.begin() + TypeParam::size,
                                static_cast<unsigned char const*>(block->address)));
@@ -58,11 +57,11 @@ TYPED_TEST(AESKeyMemory, IsZeroWhenItIsReleased) {
 
 TYPED_TEST(AESKeyMemory, LivesUntilTheLastReferenceGoes) {
     ByteArray const keyBytes = pseudoRandomBytes(40);
-    HeapRecording const recording;
+    AllocationRecording const recording;
     auto key = TypeParam::create(keyBytes);
     auto second = key;
     key.reset();
-    auto const isReleased = [](HeapBlock const& known) { return known.size == TypeParam::size && known.released; };
+    auto const isReleased = [](AllocatedBlock const& known) { return known.size == TypeParam::size && known.released; };
     EXPECT_TRUE(std::none_of(recording.blocks().begin(), recording.blocks().end(), isReleased));
     second.reset();
     EXPECT_EQ(std::count_if(recording.blocks().begin(), recording.blocks().end(), isReleased), 1);
@@ -73,7 +72,7 @@ TEST(KeyMemory, KeepsNoCopyAfterUse) {
         for (NamedAESMode const& mode : aesModes()) {
             AESSetup const setup{pseudoRandomBytes(factories.keyBytes()), ByteArray(16), mode.mode};
             ByteArray const part(setup.key.begin(), setup.key.begin() + 8);
-            HeapRecording const recording;
+            AllocationRecording const recording;
             {
                 auto const encryptor = factories.createEncryptor(setup);
                 auto const decryptor = factories.createDecryptor(setup);
@@ -82,7 +81,7 @@ TEST(KeyMemory, KeepsNoCopyAfterUse) {
                 std::ostringstream output;
                 encryptor->encrypt(input, output);
             }
-            for (HeapBlock const& block : recording.blocks()) {
+            for (AllocatedBlock const& block : recording.blocks()) {
                 EXPECT_TRUE(block.released);
                 EXPECT_FALSE(contains(block.atRelease, part)) << mode.name << factories.bits;
             }
@@ -93,7 +92,7 @@ TEST(KeyMemory, KeepsNoCopyAfterUse) {
 TEST(KeyMemory, ThatIsHandedOutIsTheCallersToWipe) {
     ByteArray const keyBytes = pseudoRandomBytes(16);
     auto const key = provider.createAES128Key(keyBytes);
-    HeapRecording const recording;
+    AllocationRecording const recording;
     key->getKeyBytes();
     ASSERT_EQ(recording.blocks().size(), 1U);
     EXPECT_EQ(recording.blocks()[0].atRelease, keyBytes);

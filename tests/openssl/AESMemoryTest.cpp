@@ -1,9 +1,8 @@
-// How much memory the operations take, and what they do when there is none. A program of its own, since it replaces the
-// global operators new and delete.
+// How much memory the transforms take, and what they do when there is none.
 #include "support/AES.h"
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
-#include "support/Heap.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
@@ -38,12 +37,12 @@ TEST(AESMemory, OfABufferIsOneOutput) {
         ByteArray const message(mebibyte);
         ByteArray encrypted;
         {
-            HeapRecording const recording;
+            AllocationRecording const recording;
             encrypted = encryptor->encrypt(message);
             EXPECT_EQ(recording.blocks().size(), 1U) << mode.name;
             EXPECT_EQ(recording.peak(), message.size() + 16);
         }
-        HeapRecording const recording;
+        AllocationRecording const recording;
         EXPECT_EQ(decryptor->decrypt(encrypted).size(), message.size());
         EXPECT_EQ(recording.blocks().front().size, encrypted.size() + 16);
         EXPECT_LE(recording.peak(), encrypted.size() + 16 + 16);
@@ -56,7 +55,7 @@ void expectInputAndOutputAlone(std::string const& kind, std::istream& input, std
     Sink sink;
     std::ostream output(&sink);
     auto const encryptor = createAESEncryptor({ByteArray(16), ByteArray(16), AESMode::CTR});
-    HeapRecording const recording;
+    AllocationRecording const recording;
     encryptor->encrypt(input, output);
     EXPECT_GE(recording.peak(), 2 * size);
     EXPECT_LE(recording.peak(), 2 * size + slack);
@@ -99,8 +98,7 @@ void expectAllocationFailuresAs(std::string const& type, std::string const& text
     operation(); // libcrypto's first use of anything is not to be interrupted
     int failures = 0;
     for (int nth = 1;; ++nth) {
-        HeapRecording const recording;
-        ExhaustedHeap const exhausted(nth);
+        FailingAllocation const exhausted(nth);
         Thrown const thrown = catchFrom(operation);
         if (!exhausted.happened()) {
             break;
@@ -146,21 +144,6 @@ TEST(ExhaustedMemory, IsTheStandardFailureOfTheFactories) {
                                [&] { provider.createAES128Encryptor(key, bytes, AESMode::CBC, {}, nullptr); });
     expectAllocationFailuresAs(standard, "std::bad_alloc",
                                [&] { provider.createAES128Decryptor(key, bytes, AESMode::CBC, {}, nullptr); });
-    expectAllocationFailuresAs(standard, "std::bad_alloc", [&] { provider.createDefaultCryptoPRNG(bytes); });
-}
-
-TEST(ExhaustedMemory, NamesTheSizeOfTheRandomBytes) {
-    auto const prng = provider.createDefaultCryptoPRNG({});
-    std::string const internal = typeid(InternalException).name();
-    for (std::size_t const size : {1U, 32767U, 100000U}) {
-        expectAllocationFailuresAs(internal, "std::bad_alloc;Size = " + std::to_string(size),
-                                   [&] { prng->generateRandomBytes(size); });
-    }
-    expectAllocationFailuresAs(internal, "std::bad_alloc;Size = 1", [&] { prng->generateRandomByte(); });
-    // The largest array there can be fits into no memory.
-    std::size_t const largest = ByteArray().max_size();
-    EXPECT_THROWS(InternalException, "std::bad_alloc;Size = " + std::to_string(largest),
-                  prng->generateRandomBytes(largest));
 }
 
 } // namespace

@@ -1,0 +1,52 @@
+#ifndef ZRFL_BENCH_RSAKEYS_H
+#define ZRFL_BENCH_RSAKEYS_H
+
+#include "Case.h"
+
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <memory>
+
+namespace bench {
+
+/// One RSA key for the library, and the same for raw libcrypto.
+template <unsigned long N> struct RSAKeys {
+    using Size = foundation::crypto::utils::RSAKeySize<N>;
+    std::shared_ptr<foundation::crypto::interfaces::IRSAPrivateKey<Size>> privateKey;
+    std::shared_ptr<foundation::crypto::interfaces::IRSAPublicKey<Size>> publicKey;
+    std::shared_ptr<EVP_PKEY> rawPrivateKey;
+    std::shared_ptr<EVP_PKEY> rawPublicKey;
+
+    template <class Pair> explicit RSAKeys(Pair const& pair) {
+        privateKey = pair->getPrivateKey();
+        publicKey = pair->getPublicKey();
+        auto const pkcs8 = privateKey->getDER();
+        auto const spki = publicKey->getDER();
+        unsigned char const* start = pkcs8.data();
+        rawPrivateKey.reset(d2i_AutoPrivateKey(nullptr, &start, static_cast<long>(pkcs8.size())), &EVP_PKEY_free);
+        start = spki.data();
+        rawPublicKey.reset(d2i_PUBKEY(nullptr, &start, static_cast<long>(spki.size())), &EVP_PKEY_free);
+        mustSucceed(rawPrivateKey != nullptr && rawPublicKey != nullptr);
+    }
+};
+
+inline std::shared_ptr<foundation::crypto::interfaces::ICryptoPRNG> prng() {
+    return foundation::crypto::openssl::CryptoProvider().createDefaultCryptoPRNG({});
+}
+
+inline RSAKeys<2048> const& rsa2048() {
+    static RSAKeys<2048> const keys(foundation::crypto::openssl::CryptoProvider().generateRSA2048KeyPair(prng()));
+    return keys;
+}
+
+inline RSAKeys<4096> const& rsa4096() {
+    static RSAKeys<4096> const keys(foundation::crypto::openssl::CryptoProvider().generateRSA4096KeyPair(prng()));
+    return keys;
+}
+
+} // namespace bench
+
+#endif

@@ -1,0 +1,63 @@
+// Generates an RSA key of 2048 bits and writes its halves as DER: the private one (PKCS #8, not encrypted) into a file
+// that only its owner may read, the public one (SubjectPublicKeyInfo) into a second file. Then loads both again, as a
+// later run of a program would.
+#include <foundation/crypto/openssl/CryptoProvider.h>
+#include <foundation/crypto/utils/Exceptions.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+using foundation::crypto::openssl::CryptoProvider;
+using foundation::crypto::utils::ByteArray;
+using std::filesystem::perms;
+
+void write(char const* path, ByteArray const& content, perms permissions) {
+    std::filesystem::remove(path);
+    std::ofstream file(path, std::ios::binary);
+    std::filesystem::permissions(path, permissions); // before the content is there
+    file.write(reinterpret_cast<char const*>(content.data()), static_cast<std::streamsize>(content.size()));
+    if (!file.flush()) {
+        throw std::runtime_error(std::string("cannot write ") + path);
+    }
+}
+
+void generate(char const* privatePath, char const* publicPath) {
+    CryptoProvider const provider;
+    auto const pair = provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
+    ByteArray secret = pair->getPrivateKey()->getDER();
+    write(privatePath, secret, perms::owner_read | perms::owner_write);
+    std::fill(secret.begin(), secret.end(),
+              static_cast<unsigned char>(0)); // what is handed out is the caller's to wipe
+    write(publicPath, pair->getPublicKey()->getDER(),
+          perms::owner_read | perms::owner_write | perms::group_read | perms::others_read);
+
+    std::ifstream privateFile(privatePath, std::ios::binary);
+    std::ifstream publicFile(publicPath, std::ios::binary);
+    auto const privateKey = provider.createRSA2048PrivateKey(privateFile, ""); // the file is not encrypted: no password
+    auto const publicKey = provider.createRSA2048PublicKey(publicFile);
+    if (privateKey->getModulus() != publicKey->getModulus()) {
+        throw std::runtime_error("the files hold halves of different keys");
+    }
+    std::printf("%s and %s hold an RSA key of %lu bits\n", privatePath, publicPath, publicKey->getKeySize());
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count != 3) {
+        std::fprintf(stderr, "usage: generate_rsa_key PRIVATE PUBLIC\n");
+        return 2;
+    }
+    try {
+        generate(arguments[1], arguments[2]);
+        return 0;
+    } catch (std::exception const& error) { // the library's own family among them
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,304 @@
+#include "support/Allocations.h"
+#include "support/Bytes.h"
+#include "support/Faults.h"
+#include "support/RSA.h"
+#include "support/Throws.h"
+
+#include <foundation/crypto/utils/Exceptions.h>
+
+#include <gtest/gtest.h>
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+
+#include <functional>
+#include <new>
+#include <sstream>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto::utils;
+
+constexpr RSAPaddingMode pkcs1 = RSAPaddingMode::PKCS1_V1_5;
+constexpr RSAPaddingMode pss = RSAPaddingMode::PSS;
+RSAPaddingMode const unknown = rsaPadding(5);
+
+std::string const noContext = "Fail to create EVP_MD_CTXUPtr; the given raw pointer is NULL";
+std::string const notInitialized = "Failed to initialize the digest for signing.";
+std::string const noKeyContext = "Failed to get the OpenSSL pkey context for signing.";
+std::string const noSalt = "Failed to set the salt length for pkey context when signing.";
+std::string const noSize = "Could not calculate size of signature to be generated";
+std::string const sizeOfZero = "Max size of signature to be generated is 0";
+std::string const notSigned = "Could not generate digital signature";
+std::string const signedNothing = "Size of generated signature is 0";
+
+ByteArray sign(RSAPaddingMode padding) {
+    return rsaTestKeyUser(2048).signer(padding)->sign(bytes("message"), engineNamed("sha256"));
+}
+
+ByteArray signStream(RSAPaddingMode padding) {
+    std::istringstream message("message");
+    return rsaTestKeyUser(2048).signer(padding)->sign(message, engineNamed("sha256"));
+}
+
+bool verify(RSAPaddingMode padding, ByteArray const& signature) {
+    return rsaTestKeyUser(2048).verifier(padding)->verify(bytes("message"), signature, engineNamed("sha256")).isValid();
+}
+
+// Signing
+
+struct Fault {
+    std::string name;
+    std::string call;
+    int nth;
+    std::intptr_t result; // of the failing call
+    std::vector<RSAPaddingMode> paddings;
+    std::string text;
+};
+
+std::vector<Fault> const faults{
+    {"NoContext", "EVP_MD_CTX_new", 1, 0, {pkcs1, pss, unknown}, noContext},
+    {"Init0", "EVP_DigestSignInit_ex", 1, 0, {pkcs1, pss, unknown}, notInitialized},
+    {"InitMinus2", "EVP_DigestSignInit_ex", 1, -2, {pss}, notInitialized},
+    {"Init2", "EVP_DigestSignInit_ex", 1, 2, {pss}, notInitialized},
+    {"NoKeyContext", "EVP_MD_CTX_get_pkey_ctx", 1, 0, {pkcs1, pss, unknown}, noKeyContext},
+    {"Padding0", "EVP_PKEY_CTX_set_rsa_padding", 1, 0, {pkcs1, pss, unknown}, noKeyContext},
+    {"PaddingMinus2", "EVP_PKEY_CTX_set_rsa_padding", 1, -2, {pkcs1}, noKeyContext},
+    {"Salt0", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, 0, {pss}, noSalt},
+    {"SaltMinus2", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, -2, {pss}, noSalt},
+    {"Size0", "EVP_DigestSign", 1, 0, {pkcs1, pss, unknown}, noSize},
+    {"SizeMinus1", "EVP_DigestSign", 1, -1, {pss}, noSize},
+    {"Size2", "EVP_DigestSign", 1, 2, {pss}, noSize},
+    {"SizeOfZero", "EVP_DigestSign", 1, 1, {pkcs1, pss, unknown}, sizeOfZero}, // "success", and nothing was set
+    {"Sign0", "EVP_DigestSign", 2, 0, {pkcs1, pss, unknown}, notSigned},
+    {"SignMinus1", "EVP_DigestSign", 2, -1, {pss}, notSigned},
+    {"Sign2", "EVP_DigestSign", 2, 2, {pss}, notSigned},
+};
+
+class RSASignerFaults : public testing::TestWithParam<Fault> {};
+
+INSTANTIATE_TEST_SUITE_P(, RSASignerFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+
+TEST_P(RSASignerFaults, AreReportedInTheirOwnWordsAndLeakNothing) {
+    for (RSAPaddingMode const padding : GetParam().paddings) {
+        for (auto const operation : {sign, signStream}) {
+            rsaTestKeyUser(2048); // the key is there
+            Recording const recording;
+            Failing failing(GetParam().call, GetParam().nth);
+            failing.returning(GetParam().result).withError("libcrypto's own words do not follow");
+            EXPECT_THROWS(InternalException, GetParam().text, operation(padding));
+            std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
+            EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
+        }
+    }
+}
+
+TEST(RSASignerFault, OfASignatureWithoutBytesIsReported) {
+    Replacing<decltype(EVP_DigestSign)> const shrinking(
+        "EVP_DigestSign", [](auto real, EVP_MD_CTX* context, unsigned char* signature, std::size_t* size,
+                             unsigned char const* data, std::size_t dataSize) {
+            int const result = real(context, signature, size, data, dataSize);
+            *size = signature == nullptr ? *size : 0;
+            return result;
+        });
+    EXPECT_THROWS(InternalException, signedNothing, sign(pkcs1));
+    EXPECT_THROWS(InternalException, signedNothing, sign(pss));
+}
+
+TEST(RSASignerCalls, TakeTheFinalSizeOfTheSignature) {
+    Replacing<decltype(EVP_DigestSign)> const shrinking(
+        "EVP_DigestSign", [](auto real, EVP_MD_CTX* context, unsigned char* signature, std::size_t* size,
+                             unsigned char const* data, std::size_t dataSize) {
+            int const result = real(context, signature, size, data, dataSize);
+            *size = signature == nullptr ? *size : 100;
+            return result;
+        });
+    EXPECT_EQ(sign(pkcs1).size(), 100U);
+}
+
+TEST(RSASignerCalls, AreThoseThatTheWorkNeeds) {
+    struct {
+        RSAPaddingMode padding;
+        std::vector<std::string> salt;
+        int number;
+    } const rows[]{{pkcs1, {}, RSA_PKCS1_PADDING},
+                   {pss, {"EVP_PKEY_CTX_set_rsa_pss_saltlen"}, RSA_PKCS1_PSS_PADDING},
+                   {unknown, {}, RSA_PKCS1_PSS_PADDING},
+                   {rsaPadding(-1), {}, RSA_PKCS1_PSS_PADDING}};
+
+    for (auto const& [padding, salt, number] : rows) {
+        auto const signer = rsaTestKeyUser(2048).signer(padding);
+        auto const engine = engineNamed("sha256");
+        Recording const recording;
+        signer->sign(bytes("message"), engine);
+        std::vector<std::string> expected{"EVP_MD_CTX_new", "EVP_DigestSignInit_ex", "EVP_MD_CTX_get_pkey_ctx",
+                                          "EVP_PKEY_CTX_set_rsa_padding"};
+        expected.insert(expected.end(), salt.begin(), salt.end());
+        expected.insert(expected.end(), {"EVP_DigestSign", "EVP_DigestSign", "EVP_MD_CTX_free"});
+        EXPECT_EQ(recording.functions(), expected); // nothing is drawn from the generator
+
+        EXPECT_EQ(recording.callsOf("EVP_PKEY_CTX_set_rsa_padding").at(0).arguments.at(1), number);
+        std::vector<std::intptr_t> const init = recording.callsOf("EVP_DigestSignInit_ex").at(0).arguments;
+        for (std::size_t const index : {1U, 3U, 4U, 6U}) { // no context out, library, properties, parameters
+            EXPECT_EQ(init.at(index), 0) << index;
+        }
+        EXPECT_EQ(recording.callsOf("EVP_DigestSign").at(0).arguments.at(1), 0);
+        EXPECT_EQ(recording.callsOf("EVP_DigestSign").at(1).arguments.at(4), 7);
+    }
+}
+
+TEST(RSASignerCalls, SetTheSaltOfEachHash) {
+    struct {
+        std::string hash;
+        int length;
+    } const rows[]{{"sha1", 20}, {"sha256", 32}, {"sha512", 64}, {"sha224", -2},  {"sha384", -2}, {"md5", -2},
+                   {"SHA1", -2}, {"SHA256", -2}, {"SHA512", -2}, {"sha-256", -2}, {"Sha512", -2}, {"sha2-256", -2}};
+
+    RSAKeyUser const& user = rsaTestKeyUser(4096);
+    auto const signer = user.signer(pss);
+    auto const verifier = user.verifier(pss);
+    for (auto const& [hash, length] : rows) {
+        Recording const recording;
+        ByteArray const signature = signer->sign({}, engineNamed(hash));
+        EXPECT_TRUE(verifier->verify(ByteArray(), signature, engineNamed(hash)).isValid());
+        for (Call const& call : recording.callsOf("EVP_PKEY_CTX_set_rsa_pss_saltlen")) {
+            EXPECT_EQ(call.arguments.at(1), length) << hash;
+        }
+        EXPECT_EQ(recording.count("EVP_PKEY_CTX_set_rsa_pss_saltlen"), 2U);
+    }
+}
+
+TEST(RSASignerCalls, HandTheEmptyMessageOverWithAnAddress) {
+    auto const signer = rsaTestKeyUser(2048).signer(pss);
+    auto const engine = engineNamed("sha256");
+    Recording const recording;
+    signer->sign(ByteArray(), engine);
+    for (Call const& call : recording.callsOf("EVP_DigestSign")) {
+        EXPECT_NE(call.arguments.at(3), 0);
+        EXPECT_EQ(call.arguments.at(4), 0);
+    }
+}
+
+TEST(RSASignatureCalls, AreNoneForAnEncryptionPaddingOrWithoutAnEngine) {
+    auto const signer = rsaTestKeyUser(2048).signer(RSAPaddingMode::OAEP_SHA256);
+    auto const verifier = rsaTestKeyUser(2048).verifier(RSAPaddingMode::OAEP_SHA256);
+    auto const working = rsaTestKeyUser(2048).signer(pss);
+    auto const engine = engineNamed("sha256");
+    Recording const recording;
+    catchFrom([&] { signer->sign(bytes("message"), engine); });
+    catchFrom([&] { verifier->verify(bytes("message"), {}, engine); });
+    catchFrom([&] { working->sign(bytes("message"), nullptr); });
+    EXPECT_EQ(recording.functions(), std::vector<std::string>());
+}
+
+// Verification
+
+struct VerifierFault {
+    std::string name;
+    std::string call;
+    std::intptr_t result;
+    std::vector<RSAPaddingMode> paddings;
+};
+
+std::vector<VerifierFault> const verifierFaults{
+    {"NoContext", "EVP_MD_CTX_new", 0, {pkcs1, pss, unknown}},
+    {"Init0", "EVP_DigestVerifyInit_ex", 0, {pkcs1, pss, unknown}},
+    {"InitMinus2", "EVP_DigestVerifyInit_ex", -2, {pss}},
+    {"Init2", "EVP_DigestVerifyInit_ex", 2, {pss}},
+    {"NoKeyContext", "EVP_MD_CTX_get_pkey_ctx", 0, {pkcs1, pss, unknown}},
+    {"Padding0", "EVP_PKEY_CTX_set_rsa_padding", 0, {pkcs1, pss, unknown}},
+    {"PaddingMinus2", "EVP_PKEY_CTX_set_rsa_padding", -2, {pkcs1}},
+    {"Salt0", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 0, {pss}},
+    {"SaltMinus2", "EVP_PKEY_CTX_set_rsa_pss_saltlen", -2, {pss}},
+    {"Verify0", "EVP_DigestVerify", 0, {pkcs1, pss, unknown}},
+    {"VerifyMinus1", "EVP_DigestVerify", -1, {pkcs1, pss, unknown}},
+    {"Verify2", "EVP_DigestVerify", 2, {pkcs1, pss, unknown}},
+};
+
+class RSAVerifierFaults : public testing::TestWithParam<VerifierFault> {};
+
+INSTANTIATE_TEST_SUITE_P(, RSAVerifierFaults, testing::ValuesIn(verifierFaults),
+                         [](auto const& row) { return row.param.name; });
+
+TEST_P(RSAVerifierFaults, GiveTheInvalidStatusLeaveNoErrorAndLeakNothing) {
+    for (RSAPaddingMode const padding : GetParam().paddings) {
+        ByteArray const signature = sign(padding);
+        auto const verifier = rsaTestKeyUser(2048).verifier(padding);
+        auto const engine = engineNamed("sha256");
+        ERR_raise_data(ERR_LIB_USER, 2, "the host's own");
+        {
+            Recording const recording;
+            Failing failing(GetParam().call);
+            failing.returning(GetParam().result).withError("forgotten");
+            EXPECT_FALSE(verifier->verify(bytes("message"), signature, engine).isValid());
+            std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
+            EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
+        }
+        EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 2);
+        EXPECT_EQ(ERR_get_error(), 0U);
+        EXPECT_TRUE(verify(padding, signature));
+    }
+}
+
+TEST(RSAVerifierCalls, AreThoseThatTheWorkNeeds) {
+    for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
+        ByteArray const signature = sign(padding);
+        auto const verifier = rsaTestKeyUser(2048).verifier(padding);
+        auto const engine = engineNamed("sha256");
+        Recording const recording;
+        EXPECT_TRUE(verifier->verify(bytes("message"), signature, engine).isValid());
+        std::vector<std::string> expected{"EVP_MD_CTX_new", "EVP_DigestVerifyInit_ex", "EVP_MD_CTX_get_pkey_ctx",
+                                          "EVP_PKEY_CTX_set_rsa_padding"};
+        if (padding == pss) {
+            expected.push_back("EVP_PKEY_CTX_set_rsa_pss_saltlen");
+        }
+        expected.insert(expected.end(), {"EVP_DigestVerify", "EVP_MD_CTX_free"});
+        EXPECT_EQ(recording.functions(), expected);
+        std::vector<std::intptr_t> const init = recording.callsOf("EVP_DigestVerifyInit_ex").at(0).arguments;
+        for (std::size_t const index : {1U, 3U, 4U, 6U}) {
+            EXPECT_EQ(init.at(index), 0) << index;
+        }
+    }
+}
+
+// Allocations of the library
+
+TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerifying) {
+    ByteArray const signature = sign(pss);
+    auto const signer = rsaTestKeyUser(2048).signer(pss);
+    auto const verifier = rsaTestKeyUser(2048).verifier(pss);
+    auto const engine = engineNamed("sha256");
+    ByteArray const message = bytes("message");
+    auto const failEach = [](auto const& operation, auto const& judge) {
+        for (int nth = 1;; ++nth) {
+            FailingAllocation const failing(nth);
+            Thrown const thrown = catchFrom(operation);
+            if (!failing.happened()) {
+                EXPECT_EQ(thrown.type, "nothing");
+                return;
+            }
+            judge(thrown);
+        }
+    };
+    failEach([&] { signer->sign(message, engine); },
+             [](Thrown const& thrown) { EXPECT_EQ(thrown.text, std::bad_alloc().what()); });
+    bool valid = true;
+    failEach([&] { valid = verifier->verify(message, signature, engine).isValid(); },
+             [&](Thrown const& thrown) {
+                 EXPECT_EQ(thrown.type, "nothing");
+                 EXPECT_FALSE(valid);
+             });
+    EXPECT_TRUE(valid);
+    std::istringstream stream;
+    failEach(
+        [&] {
+            stream.clear();
+            stream.str("message");
+            signer->sign(stream, engine);
+        },
+        [](Thrown const& thrown) { EXPECT_EQ(thrown.text, std::bad_alloc().what()); });
+}
+
+} // namespace
