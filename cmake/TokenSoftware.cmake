@@ -1,5 +1,5 @@
-# SoftHSM, a PKCS #11 module that keeps its tokens in files: the tests and the tour sign with keys inside one. Taken from
-# .runtime/ where that has it, else from where the system's packages put it; empty where there is none.
+# SoftHSM, a PKCS #11 module that keeps its tokens in files: the tests and the tour sign with keys inside one. Taken
+# from .runtime/ where that has it, else from where the system's packages put it; empty where there is none.
 if(ZRFL_RUNTIME_SOFTHSM_MODULE)
     set(ZRFL_SOFTHSM_MODULE "${ZRFL_RUNTIME_SOFTHSM_MODULE}" CACHE FILEPATH "libsofthsm2.so of SoftHSM")
     set(ZRFL_SOFTHSM_UTIL "${ZRFL_RUNTIME_SOFTHSM_UTIL}" CACHE FILEPATH "softhsm2-util of SoftHSM")
