@@ -98,6 +98,10 @@ AllocationRecording::AllocationRecording() {
 }
 
 AllocationRecording::~AllocationRecording() {
+    stop();
+}
+
+void AllocationRecording::stop() {
     state.recording = nullptr;
 }
 
@@ -106,6 +110,18 @@ AllocationRecording::~AllocationRecording() {
 // The library's objects reach these too: in a test program they stand before the standard library's own.
 void* operator new(std::size_t size) {
     return support::state.allocate(size);
+}
+
+void* operator new(std::size_t size, std::nothrow_t const& /*tag*/) noexcept {
+    try {
+        return support::state.allocate(size);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+
+void operator delete(void* block, std::nothrow_t const& /*tag*/) noexcept {
+    support::state.release(block);
 }
 
 void operator delete(void* block) noexcept {
