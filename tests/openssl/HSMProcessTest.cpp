@@ -408,7 +408,7 @@ protected:
     /// Has the example sign `message`, without a terminal, and returns its standard output and standard error.
     CommandResult sign(std::string const& uri, std::string const& input = "") {
         writeFile(token.scratchFile("input"), message);
-        return run(input + "setsid -w " ZRFL_SIGN_WITH_HSM " " + Token::module() + " '" + uri + "' " +
+        return run(input + "setsid -w '" ZRFL_SIGN_WITH_HSM "' '" + Token::module() + "' '" + uri + "' " +
                    token.scratchFile("input") + " " + token.scratchFile("output") + " 2>&1");
     }
 
