@@ -26,6 +26,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -113,10 +114,10 @@ TEST_F(HSMSessions, TryAWrongPINThreeTimesInEachCall) {
 
 // Endurance
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true; // slower, and released memory stays with the process
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZRFL_EMULATED)
+constexpr bool instrumented = true; // slower, and the process has memory that is not the program's
 #else
-constexpr bool sanitized = false;
+constexpr bool instrumented = false;
 #endif
 
 /// The number of slots that libcrypto's users have reserved in objects of this class so far; asking takes one more.
@@ -178,7 +179,7 @@ protected:
 
 TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     char const* const wanted = std::getenv("ZRFL_HSM_SIGNATURES");
-    int const signatures = wanted != nullptr ? std::atoi(wanted) : (sanitized ? 300 : 1000);
+    int const signatures = wanted != nullptr ? std::atoi(wanted) : (instrumented ? 300 : 1000);
     SpyModule const spy(token);
     auto const signer = signerOf(SpyModule::path(), Token::uri("rsa2048"));
     auto const engine = provider.createSHA256DigestEngine();
@@ -217,7 +218,7 @@ TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     EXPECT_LE(end.keySlots - start.keySlots - ownSlots, signatures);
     EXPECT_LE(end.rsaSlots - start.rsaSlots - ownSlots, signatures);
     EXPECT_EQ(end.contextSlots - start.contextSlots - ownSlots, 0);
-    if (!sanitized) { // about 0.2 KiB a signature go to those slots
+    if (!instrumented) { // about 0.2 KiB a signature go to those slots
         EXPECT_LE(end.resident - start.resident, signatures / 2);
     }
 }
@@ -293,6 +294,56 @@ TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
     }
 }
 
+/// Notices calls that meet in it.
+class MeetingPoint final : public IHSMSigner {
+public:
+    ByteArray sign(ByteArray const& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+        pass();
+        return {};
+    }
+
+    ByteArray sign(std::istream& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+        pass();
+        return {};
+    }
+
+    unsigned long getKeySize() const override {
+        pass();
+        return 0;
+    }
+
+    static int meetings() { return met; }
+
+private:
+    static void pass() {
+        met += inside++ == 0 ? 0 : 1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        --inside;
+    }
+
+    static inline std::atomic<int> inside = 0;
+    static inline std::atomic<int> met = 0;
+};
+
+TEST(SerializedHSMSigner, LetsNoTwoCallsMeetWhateverTheirSigners) {
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < 4; ++thread) {
+        running.emplace_back([] {
+            SerializedHSMSigner const signer(std::make_shared<MeetingPoint>());
+            for (int round = 0; round < 10; ++round) {
+                std::istringstream stream;
+                signer.sign(ByteArray(), nullptr);
+                signer.sign(stream, nullptr);
+                signer.getKeySize();
+            }
+        });
+    }
+    for (std::thread& thread : running) {
+        thread.join();
+    }
+    EXPECT_EQ(MeetingPoint::meetings(), 0);
+}
+
 TEST_F(HSMSharing, SerializedSignerPassesResultsAndExceptionsOn) {
     SerializedHSMSigner const signer(signerOf(Token::module(), Token::uri("rsa2048")));
     EXPECT_EQ(signer.getKeySize(), 2048U);
@@ -357,7 +408,7 @@ protected:
     /// Has the example sign `message`, without a terminal, and returns its standard output and standard error.
     CommandResult sign(std::string const& uri, std::string const& input = "") {
         writeFile(token.scratchFile("input"), message);
-        return run(input + "setsid -w " ZRFL_SIGN_WITH_HSM " " + Token::module() + " '" + uri + "' " +
+        return run(input + "setsid -w '" ZRFL_SIGN_WITH_HSM "' '" + Token::module() + "' '" + uri + "' " +
                    token.scratchFile("input") + " " + token.scratchFile("output") + " 2>&1");
     }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What generate_rsa_key writes is a key, for the openssl command too, and nobody else's to read.
-# Usage: generated_rsa_key.sh PROGRAM
+# Usage: generated_rsa_key.sh GENERATE_RSA_KEY
 set -euo pipefail
 program=$1
 work=$(mktemp -d)

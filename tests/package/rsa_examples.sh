@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The RSA examples at work on files, beside the openssl command. Usage: rsa_examples.sh SIGN_FILE ENCRYPT_FILE
+# The RSA examples at work on files, beside the openssl command.
+# Usage: rsa_examples.sh SIGN_FILE ENCRYPT_FILE
 set -euo pipefail
 sign_file=$1 encrypt_file=$2
 work=$(mktemp -d)

@@ -1,15 +1,14 @@
 #!/usr/bin/env bash
-# The tour's answers to files that are not there, not readable, empty or no files.
-# Usage: strange_files.sh [EMULATOR] TOUR
+# The tour's answers to files that are not there, not readable, empty or no files. Usage: strange_files.sh TOUR
 set -euo pipefail
-tour=("$@")
+tour=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 expect() { # STATUS TEXT ARGUMENT...
     local status=0 wanted=$1 text=$2 output
     shift 2
-    output=$("${tour[@]}" "$@" 2>&1) || status=$?
+    output=$("$tour" "$@" 2>&1) || status=$?
     if ((status != wanted)) || [[ $output != *"$text"* ]]; then
         printf 'tour %s ended with %d and said:\n%s\n' "$*" "$status" "$output"
         exit 1

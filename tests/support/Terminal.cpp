@@ -14,7 +14,7 @@ namespace support {
 
 namespace {
 
-constexpr std::chrono::seconds patience(20);
+constexpr std::chrono::minutes patience(3); // with a busy machine, a sanitizer, an emulator
 constexpr int failedSetup = 99;
 
 /// Appends what `descriptor` delivers within `milliseconds`.
