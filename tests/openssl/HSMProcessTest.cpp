@@ -26,6 +26,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -293,6 +294,56 @@ TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
     }
 }
 
+/// Notices calls that meet in it.
+class MeetingPoint final : public IHSMSigner {
+public:
+    ByteArray sign(ByteArray const& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+        pass();
+        return {};
+    }
+
+    ByteArray sign(std::istream& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+        pass();
+        return {};
+    }
+
+    unsigned long getKeySize() const override {
+        pass();
+        return 0;
+    }
+
+    static int meetings() { return met; }
+
+private:
+    static void pass() {
+        met += inside++ == 0 ? 0 : 1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        --inside;
+    }
+
+    static inline std::atomic<int> inside = 0;
+    static inline std::atomic<int> met = 0;
+};
+
+TEST(SerializedHSMSigner, LetsNoTwoCallsMeetWhateverTheirSigners) {
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < 4; ++thread) {
+        running.emplace_back([] {
+            SerializedHSMSigner const signer(std::make_shared<MeetingPoint>());
+            for (int round = 0; round < 10; ++round) {
+                std::istringstream stream;
+                signer.sign(ByteArray(), nullptr);
+                signer.sign(stream, nullptr);
+                signer.getKeySize();
+            }
+        });
+    }
+    for (std::thread& thread : running) {
+        thread.join();
+    }
+    EXPECT_EQ(MeetingPoint::meetings(), 0);
+}
+
 TEST_F(HSMSharing, SerializedSignerPassesResultsAndExceptionsOn) {
     SerializedHSMSigner const signer(signerOf(Token::module(), Token::uri("rsa2048")));
     EXPECT_EQ(signer.getKeySize(), 2048U);
@@ -357,7 +408,7 @@ protected:
     /// Has the example sign `message`, without a terminal, and returns its standard output and standard error.
     CommandResult sign(std::string const& uri, std::string const& input = "") {
         writeFile(token.scratchFile("input"), message);
-        return run(input + "setsid -w " ZRFL_SIGN_WITH_HSM " " + Token::module() + " '" + uri + "' " +
+        return run(input + "setsid -w '" ZRFL_SIGN_WITH_HSM "' '" + Token::module() + "' '" + uri + "' " +
                    token.scratchFile("input") + " " + token.scratchFile("output") + " 2>&1");
     }
 

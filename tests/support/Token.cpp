@@ -95,9 +95,8 @@ public:
         if (module.empty() || tool.empty() || !std::filesystem::exists(ZRFL_PKCS11_PROVIDER)) {
             throw std::runtime_error(
                 "This build has no token software, so nothing can show that keys in modules work. tools/setup fetches "
-                "it; otherwise install SoftHSM and the provider module pkcs11prov and name them with "
-                "-DZRFL_SOFTHSM_MODULE=, -DZRFL_SOFTHSM_UTIL= and -DZRFL_PKCS11_PROVIDER_DIR=. ctest -E hsm leaves "
-                "these tests out.");
+                "it; otherwise install SoftHSM and the provider module pkcs11prov (in ZRFL_PKCS11_PROVIDER_DIR), and "
+                "configure anew. ctest -E hsm leaves these tests out.");
         }
         EnvironmentVariable const configuration("SOFTHSM2_CONF", configure(directory_.path()));
         mustRun(quoted(tool) + " --module " + quoted(module) +
