@@ -21,7 +21,7 @@ struct Rule {
 };
 
 /// A digest that is not in the table is refused by both curves.
-Rule const& ruleFor(std::string const& digestName) {
+Rule ruleFor(std::string const& digestName) {
     static std::array<Rule, 6> const rules{{
         // digest                                     P-256             Curve25519
         {utils::MD5DigestAlgorithm::getDigestName(), Answer::Insecure, Answer::Insecure},
@@ -31,11 +31,9 @@ Rule const& ruleFor(std::string const& digestName) {
         {utils::SHA384DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Refused},
         {utils::SHA512DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Accepted},
     }};
-    static Rule const anyOther{"", Answer::Refused, Answer::Refused};
-
     auto const* const found =
         std::find_if(rules.begin(), rules.end(), [&](Rule const& rule) { return rule.digestName == digestName; });
-    return found == rules.end() ? anyOther : *found;
+    return found == rules.end() ? Rule{digestName, Answer::Refused, Answer::Refused} : *found;
 }
 
 } // namespace
@@ -47,7 +45,7 @@ void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine
         }
     };
 
-    Rule const& rule = ruleFor(engine->getDigestName());
+    Rule const rule = ruleFor(engine->getDigestName());
     if (rule.onP256 == Answer::Insecure || rule.onCurve25519 == Answer::Insecure) { // on every curve there may be
         requireAccepted(Answer::Insecure, "Insecure digest algorithm should not be used for signing/verification: ");
     }

@@ -1,7 +1,7 @@
 // What memory holds of a private key when it is given back, by the library itself and by libcrypto for it. A program of
 // its own, since it takes over both heaps.
+#include "support/Allocations.h"
 #include "support/ECC.h"
-#include "support/Heap.h"
 #include "support/PEM.h"
 
 #include <gtest/gtest.h>
@@ -103,7 +103,7 @@ protected:
     ByteArray const integer = key->getPrivateInteger();
     std::string const pem = text(key->getPEM());
 
-    static bool holds(HeapBlock const& block, std::vector<ByteArray> const& secrets) {
+    static bool holds(AllocatedBlock const& block, std::vector<ByteArray> const& secrets) {
         return std::any_of(secrets.begin(), secrets.end(), [&](ByteArray const& secret) {
             return std::search(block.atRelease.begin(), block.atRelease.end(), secret.begin(), secret.end()) !=
                    block.atRelease.end();
@@ -115,12 +115,12 @@ protected:
     static std::size_t leftBehind(std::vector<ByteArray> const& secrets, Operation&& operation) {
         operation(); // what libcrypto keeps for later is made first
         LibcryptoWatch const watch(secrets);
-        HeapRecording const recording;
+        AllocationRecording const recording;
         operation();
         EXPECT_GT(watch.blocks() + recording.blocks().size(), 0U);
-        return watch.blocksWithSecret() +
-               static_cast<std::size_t>(std::count_if(recording.blocks().begin(), recording.blocks().end(),
-                                                      [&](HeapBlock const& block) { return holds(block, secrets); }));
+        return watch.blocksWithSecret() + static_cast<std::size_t>(std::count_if(
+                                              recording.blocks().begin(), recording.blocks().end(),
+                                              [&](AllocatedBlock const& block) { return holds(block, secrets); }));
     }
 
     static std::vector<ByteArray> both(std::vector<ByteArray> left, std::vector<ByteArray> const& right) {

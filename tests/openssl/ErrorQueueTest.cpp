@@ -10,7 +10,9 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace {

@@ -7,6 +7,10 @@ failed=0
 
 exports() { "$nm" --dynamic --defined-only --demangle "$1" | sed -E 's/^[0-9a-f]* +[A-Za-z] //; s/@@.*//' | sort -u; }
 
+contains() { # LINES PATTERN... (not a pipe into grep -q, which would end the writer before it is done)
+    grep -q "${@:2}" <<<"$1"
+}
+
 expect_only() { # LIBRARY PATTERN
     local strangers
     strangers=$(exports "$1" | grep -vE "$2" || true)
@@ -17,14 +21,14 @@ expect_only() { # LIBRARY PATTERN
 }
 
 expect_export() { # LIBRARY SYMBOL
-    if ! exports "$1" | grep -qxF "$2"; then
+    if ! contains "$(exports "$1")" -xF "$2"; then
         printf '%s does not export %s\n' "$1" "$2"
         failed=1
     fi
 }
 
 expect_soname() { # LIBRARY SONAME
-    if ! "$readelf" --dynamic --wide "$1" | grep -qF "Library soname: [$2]"; then
+    if ! contains "$("$readelf" --dynamic --wide "$1")" -F "Library soname: [$2]"; then
         printf '%s does not have the soname %s\n' "$1" "$2"
         failed=1
     fi

@@ -108,6 +108,18 @@ void* operator new(std::size_t size) {
     return support::state.allocate(size);
 }
 
+void* operator new(std::size_t size, std::nothrow_t const& /*tag*/) noexcept {
+    try {
+        return support::state.allocate(size);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+
+void operator delete(void* block, std::nothrow_t const& /*tag*/) noexcept {
+    support::state.release(block);
+}
+
 void operator delete(void* block) noexcept {
     support::state.release(block);
 }
