@@ -103,7 +103,7 @@ void addCases() {
 
 [[maybe_unused]] bool const registered = [] {
     try {
-        key();
+        TemporaryToken::requireSoftware();
         addCases();
     } catch (std::runtime_error const& error) {
         std::fprintf(stderr, "HSM cases left out: %s\n", error.what());

@@ -20,9 +20,7 @@ public:
     ///
     /// @throws std::runtime_error where there is no SoftHSM, or no provider module to reach it by; the text tells why.
     explicit TemporaryToken(foundation::crypto::utils::ByteArray const& privateKey) {
-        requireFile(module_, "SoftHSM (libsofthsm2.so)");
-        requireFile(ZRFL_SOFTHSM_UTIL, "SoftHSM (softhsm2-util)");
-        requireFile(ZRFL_PKCS11_PROVIDER, "OpenSSL's PKCS #11 provider module");
+        requireSoftware();
         std::string pattern = (std::filesystem::temp_directory_path() / "zrflcrypto-token-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("no temporary folder can be made");
@@ -41,10 +39,15 @@ public:
     TemporaryToken(TemporaryToken const&) = delete;
     TemporaryToken& operator=(TemporaryToken const&) = delete;
 
-    /// Where the key is: the module's file, and the key's URI with the PIN.
-    foundation::crypto::utils::HSMObject key() const {
-        return {module_, "pkcs11:token=temporary;object=key;type=private?pin-value=1234"};
+    /// @throws std::runtime_error as the constructor, as far as can be told without making a token.
+    static void requireSoftware() {
+        requireFile(ZRFL_SOFTHSM_MODULE, "SoftHSM (libsofthsm2.so)");
+        requireFile(ZRFL_SOFTHSM_UTIL, "SoftHSM (softhsm2-util)");
+        requireFile(ZRFL_PKCS11_PROVIDER, "OpenSSL's PKCS #11 provider module");
     }
+
+    /// Where the key is: the module's file, and the key's URI with the PIN.
+    foundation::crypto::utils::HSMObject const& key() const { return key_; }
 
 private:
     static void requireFile(std::string const& file, std::string const& what) {
@@ -74,8 +77,9 @@ private:
         std::filesystem::remove_all(directory_, ignored);
     }
 
-    void run(std::string const& arguments) const {
-        std::string const command = quoted(ZRFL_SOFTHSM_UTIL) + " --module " + quoted(module_) + " " + arguments;
+    static void run(std::string const& arguments) {
+        std::string const command =
+            quoted(ZRFL_SOFTHSM_UTIL) + " --module " + quoted(ZRFL_SOFTHSM_MODULE) + " " + arguments;
         // NOLINTNEXTLINE(cert-env33-c,concurrency-mt-unsafe): every argument is quoted, and there is one thread
         if (std::system((command + " >/dev/null 2>&1 </dev/null").c_str()) != 0) {
             throw std::runtime_error("softhsm2-util failed: " + command);
@@ -110,8 +114,9 @@ private:
         return text + '\n';
     }
 
-    std::string const module_ = ZRFL_SOFTHSM_MODULE;
     std::filesystem::path directory_;
+    foundation::crypto::utils::HSMObject const key_{ZRFL_SOFTHSM_MODULE,
+                                                    "pkcs11:token=temporary;object=key;type=private?pin-value=1234"};
 };
 
 #endif

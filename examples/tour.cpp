@@ -27,6 +27,8 @@ namespace {
 using namespace foundation::crypto;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
+using foundation::crypto::utils::AESMode;
+using foundation::crypto::utils::AESPaddingMode;
 using foundation::crypto::utils::ByteArray;
 using foundation::crypto::utils::Exception;
 using foundation::crypto::utils::RSAPaddingMode;
@@ -108,6 +110,52 @@ void showDigests(Tour& tour) {
         auto const engine = (provider.*create)();
         showDigest(tour, engine->getDigestName(), *engine);
     }
+}
+
+void showRandomBytes(Tour& tour) {
+    auto const prng = provider.createDefaultCryptoPRNG(tour.content()); // a seed is mixed in, it decides nothing
+    tour.section("Random bytes: two draws from one generator");
+    ByteArray const first = tour.timed([&] { return prng->generateRandomBytes(32); });
+    ByteArray const second = tour.timed([&] { return prng->generateRandomBytes(32); });
+    tour.line(prng->getPRNGName(), first.size() == 32 && first != second, hex(first));
+}
+
+template <class CreateKey, class CreateEncryptor, class CreateDecryptor>
+void showAESModes(Tour& tour, std::size_t bits, CreateKey createKey, CreateEncryptor createEncryptor,
+                  CreateDecryptor createDecryptor) {
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    for (auto const& [name, mode] :
+         {std::pair{"CBC", AESMode::CBC}, std::pair{"CFB", AESMode::CFB}, std::pair{"OFB", AESMode::OFB},
+          std::pair{"CTR", AESMode::CTR}, std::pair{"GCM", AESMode::GCM}}) {
+        auto const key = (provider.*createKey)(prng->generateRandomBytes(bits / 8));
+        ByteArray const iv = prng->generateRandomBytes(mode == AESMode::GCM ? 12 : 16);
+        auto const encryptor = (provider.*createEncryptor)(key, iv, mode, AESPaddingMode::PKCS7, prng);
+        auto const decryptor = (provider.*createDecryptor)(key, iv, mode, AESPaddingMode::PKCS7, prng);
+
+        ByteArray const encrypted = tour.timed([&] { return encryptor->encrypt(tour.content()); });
+        bool const comesBack = tour.timed([&] { return decryptor->decrypt(encrypted); }) == tour.content();
+        std::stringstream asStream;
+        tour.timed([&] {
+            std::ifstream file = tour.open();
+            return encryptor->encrypt(file, asStream).good();
+        });
+        bool const isTheSame = asStream.str() == std::string(encrypted.begin(), encrypted.end());
+        std::ostringstream backAsStream;
+        tour.timed([&] { return decryptor->decrypt(asStream, backAsStream).good(); });
+        bool const comesBackAsStream = backAsStream.str() == std::string(tour.content().begin(), tour.content().end());
+        tour.line("AES-" + std::to_string(bits) + " " + name, comesBack && isTheSame && comesBackAsStream,
+                  std::to_string(encrypted.size()) + " bytes of cipher text");
+    }
+}
+
+void showAES(Tour& tour) {
+    tour.section("AES: encrypted and decrypted in one piece and as a stream, under keys and IVs drawn for it");
+    showAESModes(tour, 128, &CryptoProvider::createAES128Key, &CryptoProvider::createAES128Encryptor,
+                 &CryptoProvider::createAES128Decryptor);
+    showAESModes(tour, 192, &CryptoProvider::createAES192Key, &CryptoProvider::createAES192Encryptor,
+                 &CryptoProvider::createAES192Decryptor);
+    showAESModes(tour, 256, &CryptoProvider::createAES256Key, &CryptoProvider::createAES256Encryptor,
+                 &CryptoProvider::createAES256Decryptor);
 }
 
 void showRSAKeys(Tour& tour) {
@@ -341,6 +389,8 @@ bool visit(std::string const& path) {
                 content->empty() ? " (an empty message is a message, too)" : "");
     Tour tour(path, *std::move(content));
     showDigests(tour);
+    showRandomBytes(tour);
+    showAES(tour);
     showRSAKeys(tour);
     showRSASignatures(tour);
     showRSAEncryption(tour);

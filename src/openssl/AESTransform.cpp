@@ -160,10 +160,11 @@ ByteArray decryptGCM(Setup const& setup, ByteArray const& input, std::size_t sla
 } // namespace
 
 template <class KeySize>
-AESTransform<KeySize>::AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray const& iv,
+AESTransform<KeySize>::AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray iv,
                                     utils::AESMode mode, utils::AESPaddingMode padding,
                                     std::shared_ptr<interfaces::ICryptoPRNG> prng)
-    : direction_(direction), key_(std::move(key)), iv_(iv), mode_(mode), padding_(padding), prng_(std::move(prng)) {
+    : direction_(direction), key_(std::move(key)), iv_(std::move(iv)), mode_(mode), padding_(padding),
+      prng_(std::move(prng)) {
     if (iv_.empty()) {
         require(prng_ != nullptr, "The PRNG does not exist.");
         iv_ = prng_->generateRandomBytes(ivLength_);

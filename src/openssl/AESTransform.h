@@ -28,7 +28,7 @@ public:
 
 protected:
     /// Draws the initialisation vector from `prng` if `iv` is empty. A transform without a key can be made, not used.
-    AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray const& iv, utils::AESMode mode,
+    AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode,
                  utils::AESPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng);
 
     ByteArray transform(ByteArray const& input) const;
@@ -50,9 +50,10 @@ private:
 /// Encrypts messages with one key and initialisation vector; `KeySize` is one of the AES size tags.
 template <class KeySize> class AESEncryptor final : public AESTransform<KeySize>, public interfaces::IAESEncryptor {
 public:
-    AESEncryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray const& iv, utils::AESMode mode,
-                 utils::AESPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng)
-        : AESTransform<KeySize>(AESDirection::Encryption, std::move(key), iv, mode, padding, std::move(prng)) {}
+    AESEncryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode, utils::AESPaddingMode padding,
+                 std::shared_ptr<interfaces::ICryptoPRNG> prng)
+        : AESTransform<KeySize>(AESDirection::Encryption, std::move(key), std::move(iv), mode, padding,
+                                std::move(prng)) {}
 
     ByteArray encrypt(ByteArray const& plainText) const override { return this->transform(plainText); }
 
@@ -66,9 +67,10 @@ public:
 /// Decrypts what the encryptor of the same key, initialisation vector, mode and padding has encrypted.
 template <class KeySize> class AESDecryptor final : public AESTransform<KeySize>, public interfaces::IAESDecryptor {
 public:
-    AESDecryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray const& iv, utils::AESMode mode,
-                 utils::AESPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng)
-        : AESTransform<KeySize>(AESDirection::Decryption, std::move(key), iv, mode, padding, std::move(prng)) {}
+    AESDecryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode, utils::AESPaddingMode padding,
+                 std::shared_ptr<interfaces::ICryptoPRNG> prng)
+        : AESTransform<KeySize>(AESDirection::Decryption, std::move(key), std::move(iv), mode, padding,
+                                std::move(prng)) {}
 
     ByteArray decrypt(ByteArray const& cipherText) const override { return this->transform(cipherText); }
 

@@ -99,6 +99,11 @@ ByteArray toByteArray(BIO* bio) {
     return bytes;
 }
 
+ByteArray toByteArray(OSSL_PARAM const& octets) {
+    auto const* const data = static_cast<unsigned char const*>(octets.data);
+    return {data, data + octets.data_size};
+}
+
 void write(std::string_view text, BIO* bio) {
     require(bio != nullptr, "Failed to write string to BIO. Argument is nullptr");
     int const written = BIO_write(bio, text.data(), static_cast<int>(text.size()));

@@ -27,6 +27,14 @@ ByteArray toByteArray(BIGNUM const* number);
 /// Everything that `bio` holds; an empty `bio` is a failure.
 ByteArray toByteArray(BIO* bio);
 
+/// The bytes of a parameter that is an octet string.
+ByteArray toByteArray(OSSL_PARAM const& octets);
+
+/// Key bytes as the characters they may be; `bytes` has to outlive the result.
+template <class Bytes> std::string_view asText(Bytes const& bytes) {
+    return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
+}
+
 /// Writes all of `text`, which is not empty, to `bio`.
 void write(std::string_view text, BIO* bio);
 

@@ -106,9 +106,4 @@ ByteArray Curve25519::readPrivateInteger(OSSL_PARAM const& integer) {
     return toByteArray(integer);
 }
 
-ByteArray toByteArray(OSSL_PARAM const& octets) {
-    auto const* const data = static_cast<unsigned char const*>(octets.data);
-    return {data, data + octets.data_size};
-}
-
 } // namespace foundation::crypto::openssl

@@ -52,9 +52,6 @@ template <> struct CurveTraits<utils::EllipticCurve::Curve25519> {
     static char const* chooseDigest(std::string const& /*name*/) { return nullptr; }
 };
 
-/// The bytes of a parameter that is an octet string.
-ByteArray toByteArray(OSSL_PARAM const& octets);
-
 } // namespace foundation::crypto::openssl
 
 #endif

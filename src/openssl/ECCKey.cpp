@@ -17,10 +17,6 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-template <class Bytes> std::string_view asText(Bytes const& bytes) {
-    return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
-}
-
 // A memory BIO wipes its content itself, also while it grows.
 
 EVP_PKEYUPtr privateKeyFromPEM(std::string_view text, std::string const& password) {

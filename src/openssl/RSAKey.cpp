@@ -18,10 +18,6 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-template <class Bytes> std::string_view asText(Bytes const& bytes) {
-    return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
-}
-
 // Memory BIOs wipe their memory when they are released, so key text may pass through them.
 
 void writeEncodedKey(std::string_view encodedKey, BIO* bio, char const* notWritten, char const* notWhole) {

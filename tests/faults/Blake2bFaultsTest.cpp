@@ -184,6 +184,19 @@ TEST(Blake2bFault, IsAnythingButOneWhereOneIsSuccess) {
     }
 }
 
+TEST(Blake2bFault, IsZeroAloneForTheOtherCalls) {
+    ByteArray const expected = engineOf(Mode::MAC).computeDigest(bytes("abc"));
+    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return 2;
+    });
+    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return -1;
+    });
+    EXPECT_EQ(engineOf(Mode::MAC).computeDigest(bytes("abc")), expected);
+}
+
 TEST(Blake2bFault, OfAnotherSizeIsRefusedForAMAC) {
     for (int const difference : {-1, 1}) {
         Replacing<decltype(EVP_MAC_final)> const resized(

@@ -139,6 +139,19 @@ TEST(HMACFault, OfUpdateIsAnythingButOne) {
     }
 }
 
+TEST(HMACFault, OfTheOtherCallsIsZeroAlone) {
+    ByteArray const expected = Engine(key).computeDigest(bytes("abc"));
+    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return 2;
+    });
+    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return -1;
+    });
+    EXPECT_EQ(Engine(key).computeDigest(bytes("abc")), expected);
+}
+
 TEST(HMACFault, OfAnotherSizeIsRefused) {
     for (int const difference : {-1, 1}) {
         Replacing<decltype(EVP_MAC_final)> const resized(

@@ -4,22 +4,47 @@
 #include "support/ECC.h"
 #include "support/PEM.h"
 
+#include <foundation/crypto/utils/Exceptions.h>
+
 #include <gtest/gtest.h>
 
 #include <openssl/core_names.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
+#include <new>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
 
 using namespace support;
+
+/// Makes the n-th allocation of libcrypto that follows on this thread (1 is the next) fail.
+class ExhaustedLibcrypto {
+public:
+    explicit ExhaustedLibcrypto(int nth) { left = nth; }
+
+    ~ExhaustedLibcrypto() { left = 0; }
+
+    ExhaustedLibcrypto(ExhaustedLibcrypto const&) = delete;
+    ExhaustedLibcrypto& operator=(ExhaustedLibcrypto const&) = delete;
+
+    bool happened() const { return left == 0; }
+
+    static bool fails() { return left > 0 && --left == 0; }
+
+private:
+    static thread_local int left;
+};
+
+thread_local int ExhaustedLibcrypto::left = 0;
 
 /// Looks at every block that libcrypto releases on this thread while it lives.
 class LibcryptoWatch {
@@ -37,7 +62,7 @@ public:
     std::size_t blocksWithSecret() const { return blocksWithSecret_; }
 
     static void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
-        return size == 0 ? nullptr : std::malloc(size);
+        return size == 0 || ExhaustedLibcrypto::fails() ? nullptr : std::malloc(size);
     }
 
     static void* reallocate(void* block, std::size_t size, char const* file, int line) {
@@ -209,6 +234,115 @@ TYPED_TEST(ECCMemory, HoldsNoMoreOfAnExportThanLibcryptoLeaves) {
     std::size_t const left = this->leftBehind(this->secrets(), [&] { result = this->key->getPEM(); });
     EXPECT_LE(left, byHand);
     EXPECT_EQ(text(result), this->pem);
+}
+
+// When memory runs out
+
+using foundation::crypto::utils::Exception;
+
+/// Runs `operation` with the first allocation of `Exhausted`'s heap failing, then with the second, until none is left
+/// to fail, and hands each result that there is to `judge`. What is thrown is of the library's own family, or
+/// std::bad_alloc where the operation makes an object.
+template <class Exhausted, class Operation, class Judge>
+void exhaust(char const* name, bool makesAnObject, Operation&& operation, Judge&& judge) {
+    SCOPED_TRACE(name);
+    operation(); // libcrypto's first use is no time to fail
+    for (int nth = 1;; ++nth) {
+        SCOPED_TRACE(nth);
+        ASSERT_LT(nth, 10000);
+        bool happened = false;
+        try {
+            auto const result = [&] {
+                Exhausted const exhausted(nth);
+                struct Note { // also when it throws
+                    Exhausted const& exhausted;
+                    bool& happened;
+
+                    ~Note() { happened = exhausted.happened(); }
+                } const note{exhausted, happened};
+                return operation();
+            }();
+            judge(result);
+        } catch (Exception const&) {
+        } catch (std::bad_alloc const&) {
+            EXPECT_TRUE(makesAnObject);
+        }
+        if (!happened) {
+            break;
+        }
+    }
+    ERR_clear_error();
+}
+
+template <class Exhausted, class Factory> void exhaustEverything() {
+    auto const pair = Factory::generateKeyPair();
+    ByteArray const privateText = pair->getPrivateKey()->getPEM();
+    ByteArray const publicText = pair->getPublicKey()->getPEM();
+    ByteArray const integer = pair->getPrivateKey()->getPrivateInteger();
+    ByteArray const point = pair->getPublicKey()->getPublicPoint();
+    auto const signer = Factory::signer(pair->getPrivateKey());
+    auto const verifier = Factory::verifier(pair->getPublicKey());
+    auto const engine = Factory::engine();
+    ByteArray const message = bytes("abc");
+    ByteArray const other = bytes("abd");
+    ByteArray const signature = signer->sign(message, engine);
+    std::istringstream stream;
+    auto const streamOf = [&](ByteArray const& content) -> std::istream& {
+        stream.clear();
+        stream.str(text(content));
+        return stream;
+    };
+    auto const usable = [&](typename Factory::PrivateKey const& key) { EXPECT_EQ(key->getPrivateInteger(), integer); };
+    auto const usablePublic = [&](typename Factory::PublicKey const& key) { EXPECT_EQ(key->getPublicPoint(), point); };
+    exhaust<Exhausted>(
+        "generate", true, [] { return Factory::generateKeyPair(); },
+        [&](auto const& made) {
+            auto const made2 = Factory::signer(made->getPrivateKey())->sign(message, engine);
+            EXPECT_TRUE(Factory::verifier(made->getPublicKey())->verify(message, made2, engine).isValid());
+        });
+    exhaust<Exhausted>("private key", true, [&] { return Factory::privateKey(privateText); }, usable);
+    exhaust<Exhausted>(
+        "private key stream", true, [&] { return Factory::privateKey(streamOf(privateText), ""); }, usable);
+    EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
+    exhaust<Exhausted>("integer", true, [&] { return Factory::privateKeyFromInteger(integer); }, usable);
+    exhaust<Exhausted>("public key", true, [&] { return Factory::publicKey(publicText); }, usablePublic);
+    exhaust<Exhausted>(
+        "public key stream", true, [&] { return Factory::publicKey(streamOf(publicText)); }, usablePublic);
+    exhaust<Exhausted>("point", true, [&] { return Factory::publicKeyFromPoint(point); }, usablePublic);
+    exhaust<Exhausted>(
+        "private PEM", true, [&] { return pair->getPrivateKey()->getPEM(); },
+        [&](ByteArray const& found) { EXPECT_EQ(found, privateText); });
+    exhaust<Exhausted>(
+        "public PEM", true, [&] { return pair->getPublicKey()->getPEM(); },
+        [&](ByteArray const& found) { EXPECT_EQ(found, publicText); });
+    exhaust<Exhausted>(
+        "exported integer", true, [&] { return pair->getPrivateKey()->getPrivateInteger(); },
+        [&](ByteArray const& found) { EXPECT_EQ(found, integer); });
+    exhaust<Exhausted>(
+        "exported point", true, [&] { return pair->getPublicKey()->getPublicPoint(); },
+        [&](ByteArray const& found) { EXPECT_EQ(found, point); });
+    // Out of memory, libcrypto itself may make a wrong ECDSA signature, or look for a nonce for minutes.
+    if (std::is_same_v<Exhausted, FailingAllocation> || Factory::curve != EllipticCurve::P256) {
+        exhaust<Exhausted>(
+            "sign", false, [&] { return signer->sign(message, engine); },
+            [&](ByteArray const& made) { EXPECT_TRUE(verifier->verify(message, made, engine).isValid()); });
+        exhaust<Exhausted>(
+            "sign stream", false, [&] { return signer->sign(streamOf(message), engine); },
+            [&](ByteArray const& made) { EXPECT_TRUE(verifier->verify(message, made, engine).isValid()); });
+    }
+    EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
+    exhaust<Exhausted>("verify", false, [&] { return verifier->verify(message, signature, engine); }, [](auto) {});
+    exhaust<Exhausted>(
+        "refuse", false, [&] { return verifier->verify(other, signature, engine); },
+        [](auto status) { EXPECT_FALSE(status.isValid()); });
+}
+
+TYPED_TEST(ECCMemory, ThatRunsOutIsReported) {
+    exhaustEverything<FailingAllocation, TypeParam>();
+}
+
+TYPED_TEST(ECCMemory, ThatLibcryptoRunsOutOfIsReported) {
+    exhaustEverything<ExhaustedLibcrypto, TypeParam>();
 }
 
 } // namespace

@@ -202,6 +202,16 @@ TEST_F(P256Signatures, AreDERSequencesOfTwoIntegers) {
     }
 }
 
+// Nothing keeps a host from taking such keys from a stranger; the documentation warns of them.
+TEST_F(P256Signatures, OfThePointAtInfinityAreAnybodysToMake) {
+    auto const infinity = P256::verifier(P256::publicKeyFromPoint({0x00}));
+    EXPECT_EQ(infinity->getKeySize(), 256);
+    ByteArray const signature = P256::signer(P256::privateKeyFromInteger({0x00}))->sign(bytes("abc"), engine);
+    EXPECT_TRUE(infinity->verify(bytes("abc"), signature, engine).isValid());
+    EXPECT_FALSE(infinity->verify(bytes("abd"), signature, engine).isValid());
+    EXPECT_FALSE(infinity->verify(bytes("abc"), signer->sign(bytes("abc"), engine), engine).isValid());
+}
+
 // Ed25519
 
 class Curve25519Signatures : public ECCSignatures<Curve25519> {};
@@ -213,6 +223,15 @@ TEST_F(Curve25519Signatures, Have64BytesAndAreAlwaysTheSame) {
     EXPECT_EQ(signer->sign(stream, engine), signature);
     EXPECT_EQ(Curve25519::signer(Curve25519::privateKey(pair->getPrivateKey()->getPEM()))->sign(bytes("abc"), engine),
               signature);
+}
+
+TEST_F(Curve25519Signatures, OfTheNeutralPointAreAnybodysToMake) {
+    ByteArray neutral(32, 0x00);
+    neutral[0] = 0x01;
+    ByteArray signature(64, 0x00); // R is the neutral point, S is 0
+    signature[0] = 0x01;
+    auto const everybodys = Curve25519::verifier(Curve25519::publicKeyFromPoint(neutral));
+    EXPECT_TRUE(everybodys->verify(bytes("any message"), signature, engine).isValid());
 }
 
 // The digest engine
@@ -256,7 +275,7 @@ TYPED_TEST(ECCSignatures, RefuseWhatThePolicyRefuses) {
     }
 }
 
-TYPED_TEST(ECCSignatures, RefuseTheEnginesOfTheLibraryThatTheCurveDoesNotAccept) {
+TYPED_TEST(ECCSignatures, RefuseTheEnginesOfTheLibraryThatNoCurveAccepts) {
     CryptoProvider const provider;
     EXPECT_THROWS(UnsupportedDigestAlgorithm,
                   "Insecure digest algorithm should not be used for signing/verification: MD5",
@@ -264,6 +283,17 @@ TYPED_TEST(ECCSignatures, RefuseTheEnginesOfTheLibraryThatTheCurveDoesNotAccept)
     EXPECT_THROWS(UnsupportedDigestAlgorithm,
                   "Insecure digest algorithm should not be used for signing/verification: SHA1",
                   this->verifier->verify(bytes("abc"), bytes("abc"), provider.createSHA1DigestEngine()));
+    ByteArray const key(32, 0x5a);
+    std::string const own = TypeParam::curve == EllipticCurve::P256
+                                ? "P256 Signing/verification does not support digest algorithm: "
+                                : "Curve25519 signing/verification can only support the SHA-512 digest algorithm. "
+                                  "Digest algorithm passed: ";
+    for (auto const& mac : {provider.createHMACSHA1DigestEngine(key), provider.createHMACSHA256DigestEngine(key),
+                            provider.createHMACSHA512DigestEngine(key), provider.createBlake2bDigestEngine(key, {})}) {
+        EXPECT_THROWS(UnsupportedDigestAlgorithm, own + mac->getDigestName(), this->signer->sign(bytes("abc"), mac));
+        EXPECT_THROWS(UnsupportedDigestAlgorithm, own + mac->getDigestName(),
+                      this->verifier->verify(bytes("abc"), bytes("abc"), mac));
+    }
 }
 
 TYPED_TEST(ECCSignatures, AskTheEngineForItsNamesAlone) {

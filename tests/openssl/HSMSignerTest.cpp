@@ -208,6 +208,10 @@ TEST_F(HSMSigner, FindsNoKeyWhereNoneCanBeReached) {
         {"another token", Token::module(), "pkcs11:token=missing;object=rsa2048;type=private?pin-value=1234"},
         {"another PIN", Token::module(), Token::uri("rsa2048", "4321")},
         {"a malformed URI", Token::module(), "pkcs11:rubbish"},
+        {"an unknown part", Token::module(), "pkcs11:token=test;slot-id=1;object=rsa2048?pin-value=1234"},
+        {"a label in another case", Token::module(), Token::uri("RSA2048")},
+        {"a PIN file that is not there", Token::module(),
+         "pkcs11:token=test;object=rsa2048;type=private?pin-source=/missing/pin"},
         {"a missing module", "/missing/module.so", Token::uri("rsa2048")},
         {"a module that is none", "/etc/passwd", Token::uri("rsa2048")},
         {"no module", "", Token::uri("rsa2048")},
@@ -243,6 +247,14 @@ TEST_F(HSMSigner, PassesOverTheCertificateBesideTheKey) {
          {"pkcs11:token=test;object=certified?pin-value=1234", "pkcs11:token=test;id=%05?pin-value=1234"}) {
         EXPECT_TRUE(isSignedBySHA256(message, signerFor(uri)->sign(message, sha256()), "certified")) << uri;
     }
+}
+
+TEST_F(HSMSigner, GetsOneOfTwoKeysThatTheProviderModuleDoesNotTellApart) {
+    token.import("rsa3072", "rsa2048", "0a");
+    unsigned long const bits = signer->getKeySize();
+    EXPECT_TRUE(bits == 2048 || bits == 3072) << bits;
+    EXPECT_EQ(signerFor("pkcs11:token=test;object=rsa2048;id=%0a;type=private?pin-value=1234")->getKeySize(), 3072U);
+    EXPECT_EQ(signerFor("pkcs11:token=test;object=rsa2048;id=%02;type=private?pin-value=1234")->getKeySize(), 2048U);
 }
 
 TEST_F(HSMSigner, TakesThePINFromAFileOrTheEnvironment) {

@@ -76,10 +76,10 @@ template <class Factory> class RSAEncryptionObjects : public testing::Test {
 protected:
     using Size = RSAKeySize<Factory::bits>;
 
-    static Vector const& key() { return rsaTestKey("rsa-" + std::to_string(Factory::bits)); }
-
-    typename Factory::PrivateKey privateKey = Factory::privateKey(key().bytes("pkcs8"));
-    typename Factory::PublicKey publicKey = Factory::publicKey(key().bytes("spki"));
+    typename Factory::PrivateKey privateKey =
+        RSAKeys<Factory::bits>::createPrivateKey(readRSAKey(Factory::bits, "private.der"));
+    typename Factory::PublicKey publicKey =
+        RSAKeys<Factory::bits>::createPublicKey(readRSAKey(Factory::bits, "public.der"));
     std::shared_ptr<ICryptoPRNG> prng = provider.createDefaultCryptoPRNG({});
     std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
 };
@@ -274,8 +274,8 @@ TEST(RSABlocks, OfAnUnknownPaddingFail) {
 }
 
 TEST(RSABlocks, OfKeysForAnotherPurposeFail) {
-    RSAKeyUser const bound = makeRSAKeyUser(rsaTestKey("rsa-pss-2048"));
-    RSAKeyUser const dsa = makeRSAKeyUser(rsaTestKey("dsa-1024"));
+    RSAKeyUser const bound = makePSSKeyUser();
+    RSAKeyUser const dsa = makeDSAKeyUser();
     for (RSAPaddingMode const padding : paddings) {
         for (RSAKeyUser const* const user : {&bound, &dsa}) {
             EXPECT_THROWS(InternalException, "Failed to initializing the EVP_PKEY_CTX for the encryptor.",
@@ -287,8 +287,8 @@ TEST(RSABlocks, OfKeysForAnotherPurposeFail) {
 }
 
 TEST(RSABlocks, AreDecryptedByAKeyWithoutItsPrimes) {
-    auto const whole = provider.createRSA2048PrivateKey(rsaTestKey("rsa-2048").bytes("pkcs8"));
-    auto const publicKey = provider.createRSA2048PublicKey(rsaTestKey("rsa-2048").bytes("spki"));
+    auto const whole = provider.createRSA2048PrivateKey(readRSAKey(2048, "private.der"));
+    auto const publicKey = provider.createRSA2048PublicKey(readRSAKey(2048, "public.der"));
     auto const bare = provider.createRSA2048PrivateKey(whole->getModulus(), whole->getPrivateExponent(),
                                                        publicKey->getPublicExponent());
     auto const prng = provider.createDefaultCryptoPRNG({});
@@ -677,9 +677,8 @@ TEST(RSAEncryptionExchange, AgreesWithTheCommand) {
     std::string const pkeyutl = "cd " + directory.path().string() + " && openssl pkeyutl -in in -out out ";
     for (int const bits : sizes) {
         RSAKeyUser const& user = rsaTestKeyUser(bits);
-        std::string const id = "rsa-" + std::to_string(bits);
-        writeFile(directory / "private.der", rsaTestKey(id).bytes("pkcs8"));
-        writeFile(directory / "public.der", rsaTestKey(id).bytes("spki"));
+        writeFile(directory / "private.der", readRSAKey(static_cast<unsigned long>(bits), "private.der"));
+        writeFile(directory / "public.der", readRSAKey(static_cast<unsigned long>(bits), "public.der"));
         for (RSAPaddingMode const padding : paddings) {
             int const limit = limitOf(bits, padding);
             for (int const size : {0, 1, limit}) {
@@ -704,7 +703,7 @@ TEST(RSAEncryptionExchange, AgreesWithTheCommand) {
 TEST(RSAEncryptionExchange, AgreesWithTheCommandBlockByBlock) {
     TemporaryDirectory const directory;
     RSAKeyUser const& user = rsaTestKeyUser(2048);
-    writeFile(directory / "private.der", rsaTestKey("rsa-2048").bytes("pkcs8"));
+    writeFile(directory / "private.der", readRSAKey(2048, "private.der"));
     ByteArray const message = pseudoRandomBytes(600);
     std::ofstream file(directory / "encrypted", std::ios::binary);
     std::istringstream input(text(message));

@@ -85,10 +85,10 @@ template <class Factory> class RSASignatureObjects : public testing::Test {
 protected:
     using Size = RSAKeySize<Factory::bits>;
 
-    static Vector const& key() { return rsaTestKey("rsa-" + std::to_string(Factory::bits)); }
-
-    typename Factory::PrivateKey privateKey = Factory::privateKey(key().bytes("pkcs8"));
-    typename Factory::PublicKey publicKey = Factory::publicKey(key().bytes("spki"));
+    typename Factory::PrivateKey privateKey =
+        RSAKeys<Factory::bits>::createPrivateKey(readRSAKey(Factory::bits, "private.der"));
+    typename Factory::PublicKey publicKey =
+        RSAKeys<Factory::bits>::createPublicKey(readRSAKey(Factory::bits, "public.der"));
     std::shared_ptr<ICryptoPRNG> prng = provider.createDefaultCryptoPRNG({});
     std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
 };
@@ -235,8 +235,8 @@ TEST(RSASignatures, OfAnotherSizeAreRefused) {
 }
 
 TEST(RSASignatures, AreMadeByAKeyWithoutItsPrimes) {
-    auto const whole = provider.createRSA2048PrivateKey(rsaTestKey("rsa-2048").bytes("pkcs8"));
-    auto const publicKey = provider.createRSA2048PublicKey(rsaTestKey("rsa-2048").bytes("spki"));
+    auto const whole = provider.createRSA2048PrivateKey(readRSAKey(2048, "private.der"));
+    auto const publicKey = provider.createRSA2048PublicKey(readRSAKey(2048, "public.der"));
     auto const bare = provider.createRSA2048PrivateKey(whole->getModulus(), whole->getPrivateExponent(),
                                                        publicKey->getPublicExponent());
     auto const prng = provider.createDefaultCryptoPRNG({});
@@ -376,7 +376,7 @@ std::vector<SaltCase> const saltCases{
 
 TEST(RSASignaturePaddings, GivePSSItsSalt) {
     RSAKeyUser const& user = rsaTestKeyUser(2048);
-    ByteArray const spki = rsaTestKey("rsa-2048").bytes("spki");
+    ByteArray const spki = readRSAKey(2048, "public.der");
     ByteArray const message = bytes("message");
     for (SaltCase const& row : saltCases) {
         SCOPED_TRACE(std::to_string(row.padding) + " " + row.hash);
@@ -415,7 +415,7 @@ TEST(RSASignaturePaddings, OfPSSWithSHA512DoNotFitAKeyOf1024Bits) {
 // Keys of other kinds that pass by their size
 
 TEST(RSASignatureKeys, BoundToPSSMakeAndTakeNothingElse) {
-    RSAKeyUser const bound = makeRSAKeyUser(rsaTestKey("rsa-pss-2048")); // to SHA-256
+    RSAKeyUser const bound = makePSSKeyUser(); // to SHA-256
     ByteArray const signature = sign(*bound.signer(pss), bytes("message"));
     EXPECT_TRUE(verify(*bound.verifier(pss), bytes("message"), signature));
     EXPECT_TRUE(verify(*bound.verifier(unknown), bytes("message"), signature));
@@ -427,7 +427,7 @@ TEST(RSASignatureKeys, BoundToPSSMakeAndTakeNothingElse) {
 }
 
 TEST(RSASignatureKeys, ForDSAFailWithEveryPadding) {
-    RSAKeyUser const dsa = makeRSAKeyUser(rsaTestKey("dsa-1024"));
+    RSAKeyUser const dsa = makeDSAKeyUser();
     for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
         EXPECT_THROWS(InternalException, noKeyContext, sign(*dsa.signer(padding), bytes("message")));
         EXPECT_FALSE(verify(*dsa.verifier(padding), bytes("message"), ByteArray(46, 1)));
@@ -619,9 +619,8 @@ protected:
     explicit RSASignatureExchange() { writeFile(directory / "message", message); }
 
     void useKey(int bits) {
-        std::string const id = "rsa-" + std::to_string(bits);
-        writeFile(directory / "private.der", rsaTestKey(id).bytes("pkcs8"));
-        writeFile(directory / "public.der", rsaTestKey(id).bytes("spki"));
+        writeFile(directory / "private.der", readRSAKey(static_cast<unsigned long>(bits), "private.der"));
+        writeFile(directory / "public.der", readRSAKey(static_cast<unsigned long>(bits), "public.der"));
     }
 
     CommandResult dgst(std::string const& hash, std::string const& options) const {

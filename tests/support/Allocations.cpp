@@ -98,6 +98,10 @@ AllocationRecording::AllocationRecording() {
 }
 
 AllocationRecording::~AllocationRecording() {
+    stop();
+}
+
+void AllocationRecording::stop() {
     state.recording = nullptr;
 }
 

@@ -57,6 +57,9 @@ public:
     AllocationRecording(AllocationRecording const&) = delete;
     AllocationRecording& operator=(AllocationRecording const&) = delete;
 
+    /// Ends the recording. What was recorded can then be looked at by code that allocates itself.
+    void stop();
+
     /// In the order of their allocation.
     std::vector<AllocatedBlock> const& blocks() const { return blocks_; }
 

@@ -1,6 +1,7 @@
 #ifndef ZRFL_TESTS_SUPPORT_RSA_H
 #define ZRFL_TESTS_SUPPORT_RSA_H
 
+#include "RSAKeys.h"
 #include "Vectors.h"
 
 #include <foundation/crypto/interfaces/IDigestEngine.h>
@@ -26,7 +27,7 @@ using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::RSAKeySize;
 using foundation::crypto::utils::RSAPaddingMode;
 
-/// The provider's operations of one RSA size under names without it.
+/// What the provider makes with keys of one RSA size, under names without it.
 template <unsigned long N> struct RSAFactory;
 
 #define ZRFL_RSA_FACTORY(N)                                                                                            \
@@ -35,12 +36,6 @@ template <unsigned long N> struct RSAFactory;
         using PrivateKey = std::shared_ptr<IRSAPrivateKey<RSAKeySize<N>>>;                                             \
         using PublicKey = std::shared_ptr<IRSAPublicKey<RSAKeySize<N>>>;                                               \
         using PRNG = std::shared_ptr<ICryptoPRNG>;                                                                     \
-        static PrivateKey privateKey(ByteArray const& encoded) {                                                       \
-            return CryptoProvider().createRSA##N##PrivateKey(encoded);                                                 \
-        }                                                                                                              \
-        static PublicKey publicKey(ByteArray const& encoded) {                                                         \
-            return CryptoProvider().createRSA##N##PublicKey(encoded);                                                  \
-        }                                                                                                              \
         static std::shared_ptr<IRSASigner> signer(PrivateKey key, RSAPaddingMode padding, PRNG prng) {                 \
             return CryptoProvider().createRSA##N##Signer(std::move(key), padding, std::move(prng));                    \
         }                                                                                                              \
@@ -141,8 +136,8 @@ struct RSAKeyUser {
 template <unsigned long N> RSAKeyUser makeRSAKeyUser(ByteArray const& pkcs8, ByteArray const& spki) {
     using Factory = RSAFactory<N>;
     auto const prng = CryptoProvider().createDefaultCryptoPRNG({});
-    auto const privateKey = pkcs8.empty() ? nullptr : Factory::privateKey(pkcs8);
-    auto const publicKey = spki.empty() ? nullptr : Factory::publicKey(spki);
+    auto const privateKey = pkcs8.empty() ? nullptr : RSAKeys<N>::createPrivateKey(pkcs8);
+    auto const publicKey = spki.empty() ? nullptr : RSAKeys<N>::createPublicKey(spki);
     return {N, [=](RSAPaddingMode padding) { return Factory::signer(privateKey, padding, prng); },
             [=](RSAPaddingMode padding) { return Factory::verifier(publicKey, padding, prng); },
             [=](RSAPaddingMode padding) { return Factory::encryptor(publicKey, padding, prng); },
@@ -169,21 +164,24 @@ inline RSAKeyUser makeRSAKeyUser(Vector const& vector) {
     return makeRSAKeyUser(vector.number("bits"), bytesOf("pkcs8"), bytesOf("spki"));
 }
 
-/// A key that is made once for all tests: `rsa-1024`, `rsa-2048`, `rsa-4096`, `rsa-pss-2048` or `dsa-1024`.
-inline Vector const& rsaTestKey(std::string const& id) {
-    static std::vector<Vector> const keys = readVectors("rsa_keys.txt");
-    for (Vector const& key : keys) {
-        if (key.id() == id) {
-            return key;
-        }
-    }
-    throw std::out_of_range(id);
+/// For the tests' own key of that size.
+inline RSAKeyUser const& rsaTestKeyUser(int bits) {
+    static auto const make = [](int size) {
+        auto const read = [&](char const* name) { return readRSAKey(static_cast<unsigned long>(size), name); };
+        return makeRSAKeyUser(size, read("private.der"), read("public.der"));
+    };
+    static RSAKeyUser const users[]{make(1024), make(2048), make(4096)};
+    return bits == 1024 ? users[0] : bits == 2048 ? users[1] : users[2];
 }
 
-inline RSAKeyUser const& rsaTestKeyUser(int bits) {
-    static RSAKeyUser const users[]{makeRSAKeyUser(rsaTestKey("rsa-1024")), makeRSAKeyUser(rsaTestKey("rsa-2048")),
-                                    makeRSAKeyUser(rsaTestKey("rsa-4096"))};
-    return bits == 1024 ? users[0] : bits == 2048 ? users[1] : users[2];
+/// For a key that passes for an RSA key like others by its size: one bound to PSS.
+inline RSAKeyUser makePSSKeyUser() {
+    return makeRSAKeyUser(2048, readRSAKey(2048, "pss-private.pem"), readRSAKey(2048, "pss-public.pem"));
+}
+
+/// The same: one for DSA.
+inline RSAKeyUser makeDSAKeyUser() {
+    return makeRSAKeyUser(1024, readKey("dsa1024-private.pem"), readKey("dsa1024-public.pem"));
 }
 
 /// A value that the enumeration may or may not have.
