@@ -1,8 +1,9 @@
 # Included by the presets ahead of the first project(): takes from .runtime/, which tools/setup fills, what the packages
 # of this machine lack. A build without the presets, or with an OpenSSL that the user names, goes its own way.
 
-set(ZRFL_RUNTIME "${CMAKE_SOURCE_DIR}/.runtime" CACHE PATH "What this build takes in place of the machine's packages")
-set(development_runtime "${ZRFL_RUNTIME}/runtime.cmake")
+if(NOT development_runtime) # a toolchain file may have named its own
+    set(development_runtime "${CMAKE_SOURCE_DIR}/.runtime/runtime.cmake")
+endif()
 set(openssl_named "${OPENSSL_ROOT_DIR}$ENV{OPENSSL_ROOT_DIR}${OPENSSL_INCLUDE_DIR}${OPENSSL_CRYPTO_LIBRARY}")
 
 if(EXISTS "${development_runtime}")

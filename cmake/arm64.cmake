@@ -9,3 +9,6 @@ set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64)
 set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# What tools/test-arm64 fills, in place of .runtime/.
+set(development_runtime "${CMAKE_CURRENT_LIST_DIR}/../.runtime-arm64/runtime.cmake")
