@@ -31,8 +31,8 @@ void generate(char const* privatePath, char const* publicPath) {
     auto const pair = provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
     ByteArray secret = pair->getPrivateKey()->getDER();
     write(privatePath, secret, perms::owner_read | perms::owner_write);
-    std::fill(secret.begin(), secret.end(),
-              static_cast<unsigned char>(0)); // what is handed out is the caller's to wipe
+    // What is handed out is the caller's to wipe.
+    std::fill(secret.begin(), secret.end(), static_cast<unsigned char>(0));
     write(publicPath, pair->getPublicKey()->getDER(),
           perms::owner_read | perms::owner_write | perms::group_read | perms::others_read);
 

@@ -5,9 +5,9 @@
 //
 // The openssl command does the same with
 //
-//     openssl dgst -sha256 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -sign private.pem FILE >SIGNATURE
-//     openssl dgst -sha256 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -verify public.pem -signature
-//     SIGNATURE FILE
+//     pss='-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32'
+//     openssl dgst -sha256 $pss -sign private.pem -out SIGNATURE FILE
+//     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
 #include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 

@@ -1,9 +1,13 @@
 // Signs a file with an RSA key that stays inside a hardware security module, and writes the signature into another
 // file:
 //
-//     sign_with_hsm /usr/lib/softhsm/libsofthsm2.so 'pkcs11:token=t;object=k;type=private?pin-source=/run/pin' FILE
-//     SIGNATURE openssl dgst -sha256 -verify public.pem -signature SIGNATURE -sigopt rsa_padding_mode:pss -sigopt
-//     rsa_pss_saltlen:32 FILE
+//     uri='pkcs11:token=t;object=k;type=private?pin-source=/run/pin'
+//     sign_with_hsm /usr/lib/softhsm/libsofthsm2.so "$uri" FILE SIGNATURE
+//
+// The openssl command checks it with the public key:
+//
+//     pss='-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32'
+//     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
 #include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
