@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -37,6 +38,12 @@ template <class Prepare> void add(std::string const& name, char const* way, std:
             state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * static_cast<std::int64_t>(state.iterations()));
         }
     });
+}
+
+/// What registers cases that must not run before all others have: those after which the process is not what it was.
+inline std::vector<std::function<void()>>& lastCases() {
+    static std::vector<std::function<void()>> all;
+    return all;
 }
 
 /// Stops the benchmark when a libcrypto call in it did not do its work: there would be nothing to measure.
