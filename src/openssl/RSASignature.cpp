@@ -6,6 +6,7 @@
 
 #include <openssl/rsa.h>
 
+#include <cxxabi.h>
 #include <string>
 #include <utility>
 
@@ -76,8 +77,10 @@ SignatureVerificationStatus verifyRSA(EVP_PKEY* key, RSAPaddingMode padding, Byt
         if (isSignedRSA(key, padding, signaturePadding, message, signature, digest)) {
             return utils::makeValidSignatureVerificationStatus();
         }
+    } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
+        throw;
         // NOLINTNEXTLINE(bugprone-empty-catch): whatever hinders the check, nothing was shown to be signed
-    } catch (std::exception const&) {
+    } catch (...) {
     }
     return utils::makeInvalidSignatureVerificationStatus();
 }

@@ -300,7 +300,8 @@ TEST(RSASignatureEngines, ThatThrowAreReportedWhenSigningAndInvalidWhenVerifying
                   user.signer(pkcs1)->sign(bytes("message"), throwing));
     EXPECT_THROWS(UnsupportedDigestAlgorithm, "not this one", user.signer(pkcs1)->sign(bytes("message"), throwingOurs));
     EXPECT_THROWS(InternalException, "std::bad_alloc", user.signer(pkcs1)->sign(bytes("message"), throwingMemory));
-    for (auto const& engine : {throwing, throwingOurs, throwingMemory}) {
+    auto const throwingANumber = std::make_shared<NamedEngine>([]() -> std::string { throw 42; });
+    for (auto const& engine : {throwing, throwingOurs, throwingMemory, throwingANumber}) {
         EXPECT_FALSE(user.verifier(pkcs1)->verify(bytes("message"), signature, engine).isValid());
         std::istringstream message("message");
         EXPECT_FALSE(user.verifier(pkcs1)->verify(message, signature, engine).isValid());
