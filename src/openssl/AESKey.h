@@ -10,8 +10,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// The bytes of one AES key, wiped when they are released; `KeySize` is one of the AES size tags.
 template <class KeySize> class AESKey final : public interfaces::IAESKey<KeySize> {
 public:

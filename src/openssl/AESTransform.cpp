@@ -187,7 +187,7 @@ std::ostream& AESTransform<KeySize>::transform(std::istream& input, std::ostream
 }
 
 template <class KeySize> ByteArray AESTransform<KeySize>::transformMessage(ByteArray const& input) const {
-    EVP_CIPHER const* const cipher = getCipher(key_ != nullptr ? key_->getKeySize() : 0, mode_);
+    EVP_CIPHER const* const cipher = getCipher(key_ != nullptr ? key_->getKeySize() : 0, mode_); // no key, no cipher
     Setup const setup{cipher, key_->data(), iv_};
     if (mode_ != utils::AESMode::GCM) {
         Direction const& calls = direction_ == AESDirection::Encryption ? encryption : decryption;

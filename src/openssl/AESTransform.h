@@ -15,8 +15,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 enum class AESDirection : unsigned int { Encryption = 0, Decryption = 1 };
 
 /// What encryptor and decryptor have in common: all but the names of their operations.

@@ -9,8 +9,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// BLAKE2b (RFC 7693) with an output of 1 to 64 bytes: a plain hash without a key, its own keyed MAC with one. A plain
 /// hash ignores the salt. A copy continues the message of its source independently, with the same key, salt and size.
 template <class Algorithm> class Blake2bDigestEngineImpl final : public interfaces::IDigestEngine {

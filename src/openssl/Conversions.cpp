@@ -5,6 +5,7 @@
 #include <openssl/core_names.h>
 #include <openssl/pem.h>
 
+#include <climits>
 #include <cstddef>
 
 namespace foundation::crypto::openssl {
@@ -50,6 +51,10 @@ utils::EllipticCurve getCurve(EVP_PKEY const* key) {
 
 } // namespace
 
+BIOUPtr newMemoryBIO() {
+    return BIOUPtr(BIO_new(BIO_s_mem()));
+}
+
 EC_POINTUPtr toECPoint(EC_GROUP const* group, ByteArray const& bytes) {
     require(group != nullptr, "Failed to create EC_POINT from ByteArray. Argument is nullptr");
     BN_CTXUPtr const context(BN_CTX_new());
@@ -82,6 +87,11 @@ ByteArray toByteArray(BIGNUM const* number) {
                                        " bytes from BIGNUM to ByteArray. Expected: " + std::to_string(size));
     }
     return bytes;
+}
+
+Owned<BIGNUM> toNumber(ByteArray const& bytes) {
+    bool const isTooLong = bytes.size() > INT_MAX; // its size would be cut, and so the number
+    return Owned<BIGNUM>(isTooLong ? nullptr : BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
 }
 
 ByteArray toByteArray(BIO* bio) {

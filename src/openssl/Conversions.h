@@ -11,9 +11,10 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 // All failures are utils::InternalException unless stated; a null argument is one of them.
+
+/// A new memory BIO. It wipes what it held, also while it grows, so key text may pass through it.
+BIOUPtr newMemoryBIO();
 
 /// The point that `bytes` encode (SEC 1, section 2.3.4: compressed or uncompressed).
 EC_POINTUPtr toECPoint(EC_GROUP const* group, ByteArray const& bytes);
@@ -23,6 +24,9 @@ ByteArray toByteArray(EC_GROUP const* group, EC_POINT const* point);
 
 /// `number` as an unsigned big-endian integer without leading zero bytes; empty for zero.
 ByteArray toByteArray(BIGNUM const* number);
+
+/// The unsigned big-endian integer in `bytes`, leading zero bytes allowed; empty where libcrypto cannot hold it.
+Owned<BIGNUM> toNumber(ByteArray const& bytes);
 
 /// Everything that `bio` holds; an empty `bio` is a failure.
 ByteArray toByteArray(BIO* bio);

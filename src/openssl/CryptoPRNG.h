@@ -7,8 +7,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// Random bytes from libcrypto's generator, which is the process's and not the object's; `Algorithm` only names it.
 template <class Algorithm> class CryptoPRNG final : public interfaces::ICryptoPRNG {
 public:

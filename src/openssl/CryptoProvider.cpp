@@ -213,88 +213,88 @@ CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
 // RSA encryption
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(key), padding,
                                                             narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(key), padding,
                                                             narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(key), padding,
                                                             narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey),
-                                                            padding, narrow<DefaultPRNG>(prng));
+    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(key), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey),
-                                                            padding, narrow<DefaultPRNG>(prng));
+    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(key), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> key,
                                        utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey),
-                                                            padding, narrow<DefaultPRNG>(prng));
+    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(key), padding,
+                                                            narrow<DefaultPRNG>(prng));
 }
 
 // RSA signatures
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> privateKey,
+CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> key,
                                     utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(privateKey), padding,
+    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(key), padding,
                                                          narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> privateKey,
+CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> key,
                                     utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(privateKey), padding,
+    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(key), padding,
                                                          narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> privateKey,
+CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> key,
                                     utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(privateKey), padding,
+    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(key), padding,
                                                          narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> publicKey,
+CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> key,
                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(publicKey), padding,
+    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(key), padding,
                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> publicKey,
+CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> key,
                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(publicKey), padding,
+    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(key), padding,
                                                            narrow<DefaultPRNG>(prng));
 }
 
 std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> publicKey,
+CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> key,
                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(publicKey), padding,
+    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(key), padding,
                                                            narrow<DefaultPRNG>(prng));
 }
 
@@ -372,25 +372,25 @@ CryptoProvider::createECCCurve25519PublicKey(std::istream& encodedKey) const {
 // Elliptic-curve signatures
 
 std::shared_ptr<interfaces::IECCSigner>
-CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> privateKey) const {
-    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(privateKey));
+CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> key) const {
+    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(key));
 }
 
 std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCCurve25519Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> privateKey) const {
+    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> key) const {
     return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(
-        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(privateKey));
+        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(key));
 }
 
 std::shared_ptr<interfaces::IECCVerifier>
-CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> publicKey) const {
-    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(publicKey));
+CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> key) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(key));
 }
 
 std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> publicKey) const {
+    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> key) const {
     return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(
-        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(publicKey));
+        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(key));
 }
 
 // AES

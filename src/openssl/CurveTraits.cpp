@@ -70,7 +70,7 @@ void P256::chooseCurve(EVP_PKEY_CTX* generation) {
 
 EVP_PKEYUPtr P256::makePrivateKey(ByteArray const& integer) {
     require(!integer.empty(), "No bytes to initialize from in private integer");
-    BNUPtr const number(BN_bin2bn(integer.data(), static_cast<int>(integer.size()), nullptr));
+    BNUPtr const number(toNumber(integer).release());
     WipedObject const wiped(number.get());
     ByteArray const point = multiplyGenerator(number.get());
     P256Parameters parameters;

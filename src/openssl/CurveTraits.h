@@ -10,8 +10,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// What the curves do differently; everything else about their keys and signatures is written once. All failures are
 /// utils::InternalException.
 template <utils::EllipticCurve C> struct CurveTraits;

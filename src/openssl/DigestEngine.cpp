@@ -11,17 +11,20 @@ template <class Algorithm> DigestEngine<Algorithm>::DigestEngine() {
     createContext();
     requireExplained(EVP_DigestInit_ex(context_.get(), digest_, nullptr) == 1,
                      "Could not initialize the digest context. ");
+    ready_ = true;
 }
 
 template <class Algorithm> DigestEngine<Algorithm>::DigestEngine(DigestEngine const& other) {
     createContext();
     requireExplained(EVP_MD_CTX_copy_ex(context_.get(), other.context_.get()) == 1, "Could not copy Context. ");
+    ready_ = other.ready_;
 }
 
 template <class Algorithm> DigestEngine<Algorithm>& DigestEngine<Algorithm>::operator=(DigestEngine const& other) {
     if (this != &other) {
         DigestEngine copy(other);
         std::swap(context_, copy.context_);
+        std::swap(ready_, copy.ready_);
     }
     return *this;
 }
@@ -39,18 +42,21 @@ template <class Algorithm> void DigestEngine<Algorithm>::update(ByteArray const&
 }
 
 template <class Algorithm> void DigestEngine<Algorithm>::update(unsigned char const* data, std::size_t size) {
-    requireExplained(EVP_DigestUpdate(context_.get(), data, size) == 1, "Could not update data to the digest state. ");
+    requireExplained(ready_ && EVP_DigestUpdate(context_.get(), data, size) == 1,
+                     "Could not update data to the digest state. ");
 }
 
 template <class Algorithm> ByteArray DigestEngine<Algorithm>::finalize() {
     return rethrowAs<utils::InternalException>([this] {
         ByteArray digest(Algorithm::getDigestSize());
         unsigned int written = 0;
+        ready_ = false;
         EVP_DigestFinal_ex(context_.get(), digest.data(), &written); // judged by the length it wrote
         require(written == Algorithm::getDigestSize(),
                 "OpenSSL digest generation API returned digest of incorrect size.");
         // Naming no digest keeps the context's own: nothing is fetched, and a failure leaves the context in place.
         requireExplained(EVP_DigestInit_ex(context_.get(), nullptr, nullptr) == 1, "Could not reconstruct a Context. ");
+        ready_ = true;
         return digest;
     });
 }

@@ -8,8 +8,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// A message digest (FIPS 180-4, RFC 1321); `Algorithm` is one of the plain digest descriptors. A copy continues the
 /// message of its source independently.
 template <class Algorithm> class DigestEngine final : public interfaces::IDigestEngine {
@@ -36,6 +34,7 @@ private:
 
     Owned<EVP_MD_CTX> context_;
     EVP_MD const* digest_ = nullptr;
+    bool ready_ = false; // whether the context takes a message; else it is used up, or was never initialised
 };
 
 extern template class DigestEngine<utils::MD5DigestAlgorithm>;

@@ -13,8 +13,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 // What every digest engine of this library has in common, whatever it computes and however it reports failures.
 
 /// Feeds `data`, then finalises.

@@ -17,18 +17,16 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-// A memory BIO wipes its content itself, also while it grows.
-
 EVP_PKEYUPtr privateKeyFromPEM(std::string_view text, std::string const& password) {
     ErrorQueueMark const mark;
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     write(text, bio.get());
     return readPEMPrivateKey(bio.get(), password);
 }
 
 EVP_PKEYUPtr publicKeyFromPEM(std::string_view text) {
     ErrorQueueMark const mark;
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     write(text, bio.get());
     return readPEMPublicKey(bio.get());
 }
@@ -50,14 +48,14 @@ OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* 
 ByteArray exportPrivatePEM(EVP_PKEY* key) {
     // Encoding an EC key changes a flag of it for a moment, so that exports at the same time would disturb each other.
     EVP_PKEYUPtr const duplicate(EVP_PKEY_dup(key));
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     require(PEM_write_bio_PKCS8PrivateKey(bio.get(), duplicate.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
             "Failed to write private key to BIO");
     return toByteArray(bio.get());
 }
 
 ByteArray exportPublicPEM(EVP_PKEY* key) {
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     require(PEM_write_bio_PUBKEY(bio.get(), key) == 1, "Failed to write public key to BIO");
     return toByteArray(bio.get());
 }
@@ -84,7 +82,7 @@ template <utils::EllipticCurve C> EVP_PKEYUPtr generate() {
 
 /// A key of its own with the public part of `key`.
 EVP_PKEYUPtr extractPublicKey(EVP_PKEY* key) {
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     requireExplained(PEM_write_bio_PUBKEY(bio.get(), key) == 1, "Failed to write public key to BIO. OpenSSL error: ");
     return readPEMPublicKey(bio.get());
 }

@@ -13,8 +13,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// What the bytes are that a key is made from.
 enum class ECCKeyInput : int {
     Encoded = 0, ///< PEM text.
@@ -37,7 +35,7 @@ public:
     ByteArray getPrivateInteger() const override;
 
     /// The key itself, which stays this object's.
-    EVP_PKEY* getEVP_PKEY() const noexcept { return key_.get(); }
+    EVP_PKEY* get() const noexcept { return key_.get(); }
 
 private:
     EVP_PKEYUPtr key_;
@@ -58,7 +56,7 @@ public:
     ByteArray getPublicPoint() const override;
 
     /// The key itself, which stays this object's.
-    EVP_PKEY* getEVP_PKEY() const noexcept { return key_.get(); }
+    EVP_PKEY* get() const noexcept { return key_.get(); }
 
 private:
     EVP_PKEYUPtr key_;

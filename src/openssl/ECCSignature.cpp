@@ -18,10 +18,10 @@ using EnginePtr = std::shared_ptr<interfaces::IDigestEngine>;
 
 /// The key inside, or null without one, which libcrypto then refuses.
 template <class Key> EVP_PKEY* rawKey(std::shared_ptr<Key> const& key) {
-    return key == nullptr ? nullptr : key->getEVP_PKEY();
+    return key == nullptr ? nullptr : key->get();
 }
 
-long bitsOf(EVP_PKEY const* key) {
+long keyBits(EVP_PKEY const* key) {
     ErrorQueueMark const mark; // without a key libcrypto answers 0 and queues an error
     return EVP_PKEY_get_bits(key);
 }
@@ -72,7 +72,7 @@ template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& mes
 }
 
 template <utils::EllipticCurve C> long ECCSigner<C>::getKeySize() const {
-    return bitsOf(rawKey(key_));
+    return keyBits(rawKey(key_));
 }
 
 template <utils::EllipticCurve C>
@@ -96,7 +96,7 @@ utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message,
 }
 
 template <utils::EllipticCurve C> long ECCVerifier<C>::getKeySize() const {
-    return bitsOf(rawKey(key_));
+    return keyBits(rawKey(key_));
 }
 
 template class ECCSigner<utils::EllipticCurve::P256>;

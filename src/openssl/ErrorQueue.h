@@ -12,8 +12,8 @@ namespace foundation::crypto::openssl {
 /// error's description, a NUL and blanks to fill. "No OpenSSL errors." when the queue is empty.
 std::string getOpenSSLErrorText();
 
-/// Empties the calling thread's libcrypto error queue into the lines that libcrypto itself prints, one for each error;
-/// empty when the queue is.
+/// Empties the calling thread's libcrypto error queue into the lines that libcrypto itself prints, one for each error,
+/// with the place in its source; empty when the queue is. No message uses it: it is for looking into a failure.
 ///
 /// @throws utils::InternalException when the lines cannot be collected.
 std::string getOpenSSLErrorLines();
@@ -23,7 +23,12 @@ std::string getOpenSSLErrorLines();
 /// explain it.
 class ErrorQueueMark {
 public:
-    ErrorQueueMark() noexcept : exceptions_(std::uncaught_exceptions()) { ERR_set_mark(); }
+    ErrorQueueMark() noexcept : exceptions_(std::uncaught_exceptions()) {
+        // Looking purges the entries that libcrypto has struck out but not removed: a mark on one of them would be
+        // lost.
+        static_cast<void>(ERR_peek_last_error());
+        ERR_set_mark();
+    }
 
     ~ErrorQueueMark() {
         if (std::uncaught_exceptions() > exceptions_) {

@@ -12,7 +12,7 @@ namespace foundation::crypto::openssl {
 namespace {
 
 /// Puts a new context in place of `context`, for an HMAC with `digest` under `key`.
-void initialize(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, SecretBytes& key) {
+void startHMAC(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, SecretBytes& key) {
     Owned<EVP_MAC> mac(EVP_MAC_fetch(nullptr, "HMAC", nullptr));
     require(mac != nullptr, "Could not initialize the EVP MAC. ");
     Owned<EVP_MAC_CTX> fresh(EVP_MAC_CTX_new(mac.get()));
@@ -87,7 +87,7 @@ template <class Algorithm> ByteArray HMACDigestEngine<Algorithm>::finalize() {
 }
 
 template <class Algorithm> void HMACDigestEngine<Algorithm>::initialize() {
-    openssl::initialize(context_, findDigest<Algorithm>(), key_);
+    startHMAC(context_, findDigest<Algorithm>(), key_);
     ready_ = true;
 }
 

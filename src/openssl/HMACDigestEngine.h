@@ -9,8 +9,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// A keyed message authentication code (RFC 2104, FIPS 198-1); `Algorithm` is one of the HMAC descriptors.
 ///
 /// A copy continues the message of its source independently, but never receives the key: a copy-constructed engine

@@ -8,8 +8,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// RSA-PSS signatures with a private key inside a PKCS #11 module, by way of the provider module "pkcs11prov". Every
 /// operation loads that module into a library context of its own and frees both before it returns. Not to be called
 /// from two threads at once, whatever the objects: see the interface, and examples/SerializedHSMSigner.h.

@@ -7,8 +7,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// Derives `keyLength` bytes from `password` and `salt` with PBKDF2 (RFC 8018) over HMAC-SHA-512.
 ///
 /// @throws utils::InvalidArgument for a password or a salt of more than 65535 bytes.

@@ -18,8 +18,6 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-// Memory BIOs wipe their memory when they are released, so key text may pass through them.
-
 void writeEncodedKey(std::string_view encodedKey, BIO* bio, char const* notWritten, char const* notWhole) {
     int const written = BIO_write(bio, encodedKey.data(), static_cast<int>(encodedKey.size()));
     require(written >= 1, notWritten);
@@ -42,16 +40,16 @@ bool isPEM(std::string_view encodedKey) {
     return end != std::string_view::npos && begin < end;
 }
 
+SecretBytes readKeyText(std::istream& encodedKey) {
+    return rethrowAs<utils::InternalException>([&] { return readExtracted<SecretBytes>(encodedKey); });
+}
+
 /// The stream form of the class's constructor. Other than that of the queries it has a type of its own for a stream
 /// that throws, and sets `skipws` in the end.
 EVP_PKEYUPtr readRSAPublicKey(std::istream& encodedKey) {
     SecretBytes const text = rethrowAs<utils::NotImplemented>([&] { return readExtracted<SecretBytes>(encodedKey); });
     encodedKey.setf(std::ios_base::skipws);
     return loadRSAPublicKey(asText(text));
-}
-
-Owned<BIGNUM> toNumber(ByteArray const& bytes) {
-    return Owned<BIGNUM>(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
 }
 
 /// One number of a key, by libcrypto's name for it, and the message for when it is not taken.
@@ -83,15 +81,17 @@ EVP_PKEYUPtr buildRSAKey(std::initializer_list<Component> components, BuildMessa
     require(context != nullptr, messages.noContext);
     require(EVP_PKEY_fromdata_init(context.get()) >= 1, messages.contextNotReady);
     EVP_PKEY* built = nullptr;
-    require(EVP_PKEY_fromdata(context.get(), &built, EVP_PKEY_KEYPAIR, parameters.get()) >= 1, messages.notBuilt);
-    return EVP_PKEYUPtr(built);
+    int const result = EVP_PKEY_fromdata(context.get(), &built, EVP_PKEY_KEYPAIR, parameters.get());
+    Owned<EVP_PKEY> key(built);
+    require(result >= 1, messages.notBuilt);
+    return EVP_PKEYUPtr(key.release());
 }
 
 EVP_PKEYUPtr makeRSAPrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
                                ByteArray const& publicExponent) {
     return rethrowAs<utils::InternalException>([&] {
         ErrorQueueMark const mark;
-        EVP_PKEYUPtr key(EVP_PKEY_new()); // blank until the real one replaces it
+        EVP_PKEYUPtr key(EVP_PKEY_new()); // want of memory for a key shows before the numbers are looked at
         Owned<BIGNUM> const n = toNumber(modulus);
         Owned<BIGNUM> const d = toNumber(privateExponent);
         WipedObject const wiped(d.get());
@@ -114,7 +114,7 @@ EVP_PKEYUPtr makeRSAPrivateKey(ByteArray const& modulus, ByteArray const& privat
 EVP_PKEYUPtr makeRSAPublicKey(ByteArray const& modulus, ByteArray const& publicExponent) {
     return rethrowAs<utils::InternalException>([&] {
         ErrorQueueMark const mark;
-        EVP_PKEYUPtr key(EVP_PKEY_new()); // blank until the real one replaces it
+        EVP_PKEYUPtr key(EVP_PKEY_new()); // want of memory for a key shows before the numbers are looked at
         Owned<BIGNUM> const n = toNumber(modulus);
         Owned<BIGNUM> const e = toNumber(publicExponent);
         require(n != nullptr && e != nullptr,
@@ -158,9 +158,9 @@ struct Halves {
 Halves generateRSAKey(std::size_t bits) {
     ErrorQueueMark const mark;
     EVP_PKEYUPtr const generated(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", bits));
-    BIOUPtr const publicText(BIO_new(BIO_s_mem()));
+    BIOUPtr const publicText = newMemoryBIO();
     require(PEM_write_bio_PUBKEY(publicText.get(), generated.get()) == 1, "Failed to write the public key to BIO");
-    BIOUPtr const privateText(BIO_new(BIO_s_mem()));
+    BIOUPtr const privateText = newMemoryBIO();
     require(PEM_write_bio_PrivateKey(privateText.get(), generated.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
             "Failed to write the private key to BIO");
     EVP_PKEYUPtr publicKey(PEM_read_bio_PUBKEY(publicText.get(), nullptr, nullptr, nullptr));
@@ -174,7 +174,7 @@ EVP_PKEYUPtr loadRSAPrivateKey(std::string_view encodedKey, std::string const& p
     return rethrowAs<utils::InternalException>([&] {
         ErrorQueueMark const mark;
         require(!encodedKey.empty(), "The input private key string is empty");
-        BIOUPtr const bio(BIO_new(BIO_s_mem()));
+        BIOUPtr const bio = newMemoryBIO();
         writePrivateKey(encodedKey, bio.get());
         if (isPEM(encodedKey)) {
             return EVP_PKEYUPtr(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, passPhrase(password)));
@@ -194,16 +194,14 @@ EVP_PKEYUPtr loadRSAPrivateKey(ByteArray const& encodedKey, std::string const& p
 }
 
 EVP_PKEYUPtr loadRSAPrivateKey(std::istream& encodedKey, std::string const& password) {
-    SecretBytes const text =
-        rethrowAs<utils::InternalException>([&] { return readExtracted<SecretBytes>(encodedKey); });
-    return loadRSAPrivateKey(asText(text), password);
+    return loadRSAPrivateKey(asText(readKeyText(encodedKey)), password);
 }
 
 EVP_PKEYUPtr loadRSAPublicKey(std::string_view encodedKey) {
     return rethrowAs<utils::InternalException>([&] {
         ErrorQueueMark const mark;
         require(!encodedKey.empty(), "The input public key string is empty");
-        BIOUPtr const bio(BIO_new(BIO_s_mem()));
+        BIOUPtr const bio = newMemoryBIO();
         writePublicKey(encodedKey, bio.get());
         return EVP_PKEYUPtr(isPEM(encodedKey) ? PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, noPassPhrase())
                                               : d2i_PUBKEY_bio(bio.get(), nullptr));
@@ -215,9 +213,7 @@ EVP_PKEYUPtr loadRSAPublicKey(ByteArray const& encodedKey) {
 }
 
 EVP_PKEYUPtr loadRSAPublicKey(std::istream& encodedKey) {
-    SecretBytes const text =
-        rethrowAs<utils::InternalException>([&] { return readExtracted<SecretBytes>(encodedKey); });
-    return loadRSAPublicKey(asText(text));
+    return loadRSAPublicKey(asText(readKeyText(encodedKey)));
 }
 
 interfaces::KeySignatureMethod getKeySignatureMethod(EVP_PKEY const* key) {
@@ -254,7 +250,7 @@ RSAPrivateKey<KeySize>::RSAPrivateKey(ByteArray const& modulus, ByteArray const&
     : RSAPrivateKey(makeRSAPrivateKey(modulus, privateExponent, publicExponent)) {}
 
 template <class KeySize> ByteArray RSAPrivateKey<KeySize>::getDER() const {
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     require(i2d_PKCS8PrivateKey_bio(bio.get(), get(), nullptr, nullptr, 0, nullptr, nullptr) != 0,
             "Failed to convert RSA private key to DER-form BIO.");
     return toByteArray(bio.get());
@@ -285,7 +281,7 @@ RSAPublicKey<KeySize>::RSAPublicKey(ByteArray const& modulus, ByteArray const& p
     : RSAPublicKey(makeRSAPublicKey(modulus, publicExponent)) {}
 
 template <class KeySize> ByteArray RSAPublicKey<KeySize>::getDER() const {
-    BIOUPtr const bio(BIO_new(BIO_s_mem()));
+    BIOUPtr const bio = newMemoryBIO();
     require(i2d_PUBKEY_bio(bio.get(), get()) != 0, "Failed to convert RSA public key to DER-form BIO.");
     return toByteArray(bio.get());
 }

@@ -17,8 +17,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 // Reading encoded keys, of any size. The key is PEM when "-----BEGIN " stands in it before "-----END ", else DER. All
 // failures are utils::InternalException, those of a stream that throws included. `password` ends at its first NUL and
 // may be empty; nobody is ever asked for one.

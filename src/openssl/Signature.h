@@ -11,8 +11,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 // What every signer of this library has in common, whatever its key.
 
 /// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.

@@ -11,51 +11,53 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-enum class Answer { Insecure, Refused, Accepted };
-
-/// What each curve answers to one digest.
+/// What is thought of one digest: by everybody, and by each curve.
 struct Rule {
     std::string digestName;
-    Answer onP256;
-    Answer onCurve25519;
+    bool isInsecure;
+    bool isAcceptedOnP256;
+    bool isAcceptedOnCurve25519;
 };
 
-/// A digest that is not in the table is refused by both curves.
+/// A digest that is not in the table is accepted by neither curve.
 Rule ruleFor(std::string const& digestName) {
     static std::array<Rule, 6> const rules{{
-        // digest                                     P-256             Curve25519
-        {utils::MD5DigestAlgorithm::getDigestName(), Answer::Insecure, Answer::Insecure},
-        {utils::SHA1DigestAlgorithm::getDigestName(), Answer::Insecure, Answer::Insecure},
-        {utils::SHA224DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Refused},
-        {utils::SHA256DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Refused},
-        {utils::SHA384DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Refused},
-        {utils::SHA512DigestAlgorithm::getDigestName(), Answer::Accepted, Answer::Accepted},
+        // clang-format off
+        // digest                                        insecure  P-256   Curve25519
+        {utils::MD5DigestAlgorithm::getDigestName(),     true,     false,  false},
+        {utils::SHA1DigestAlgorithm::getDigestName(),    true,     false,  false},
+        {utils::SHA224DigestAlgorithm::getDigestName(),  false,    true,   false},
+        {utils::SHA256DigestAlgorithm::getDigestName(),  false,    true,   false},
+        {utils::SHA384DigestAlgorithm::getDigestName(),  false,    true,   false},
+        {utils::SHA512DigestAlgorithm::getDigestName(),  false,    true,   true},
+        // clang-format on
     }};
     auto const* const found =
         std::find_if(rules.begin(), rules.end(), [&](Rule const& rule) { return rule.digestName == digestName; });
-    return found == rules.end() ? Rule{digestName, Answer::Refused, Answer::Refused} : *found;
+    return found == rules.end() ? Rule{digestName, false, false, false} : *found;
+}
+
+/// The text names the engine's digest as the engine names it then.
+void refuseUnless(bool accepted, char const* refusal, interfaces::IDigestEngine const& engine) {
+    if (!accepted) {
+        throw utils::UnsupportedDigestAlgorithm(refusal + engine.getDigestName());
+    }
 }
 
 } // namespace
 
 void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine, utils::EllipticCurve curve) {
-    auto const requireAccepted = [&](Answer answer, char const* refusal) {
-        if (answer != Answer::Accepted) {
-            throw utils::UnsupportedDigestAlgorithm(refusal + engine->getDigestName());
-        }
-    };
-
     Rule const rule = ruleFor(engine->getDigestName());
-    if (rule.onP256 == Answer::Insecure || rule.onCurve25519 == Answer::Insecure) { // on every curve there may be
-        requireAccepted(Answer::Insecure, "Insecure digest algorithm should not be used for signing/verification: ");
-    }
+    refuseUnless(!rule.isInsecure, "Insecure digest algorithm should not be used for signing/verification: ", *engine);
     switch (curve) {
     case utils::EllipticCurve::P256:
-        requireAccepted(rule.onP256, "P256 Signing/verification does not support digest algorithm: ");
+        refuseUnless(rule.isAcceptedOnP256, "P256 Signing/verification does not support digest algorithm: ", *engine);
         break;
     case utils::EllipticCurve::Curve25519:
-        requireAccepted(rule.onCurve25519, "Curve25519 signing/verification can only support the SHA-512 digest "
-                                           "algorithm. Digest algorithm passed: ");
+        refuseUnless(rule.isAcceptedOnCurve25519,
+                     "Curve25519 signing/verification can only support the SHA-512 digest algorithm. "
+                     "Digest algorithm passed: ",
+                     *engine);
         break;
     default:
         throw utils::InternalException("Unknown curve");

@@ -10,6 +10,14 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
+/// How many characters a buffer holds ready in memory. Unlike `in_avail()`, which may promise what is still to be read.
+class GetArea : public std::streambuf {
+public:
+    static std::streamsize sizeOf(std::streambuf const& buffer) {
+        return (buffer.*&GetArea::egptr)() - (buffer.*&GetArea::gptr)();
+    }
+};
+
 bool atEnd(std::streambuf& buffer) {
     using Traits = std::streambuf::traits_type;
     return Traits::eq_int_type(buffer.sgetc(), Traits::eof());
@@ -70,7 +78,7 @@ template <class Bytes> Bytes readExtracted(std::istream& input) {
     while (input.good()) {
         // Looking at the next character first fills the buffer, so that taking what it holds cannot fail half-way.
         std::streamsize const ready = access(input, [](std::streambuf& buffer) {
-            return atEnd(buffer) ? 0 : std::max<std::streamsize>(buffer.in_avail(), 1);
+            return atEnd(buffer) ? 0 : std::max<std::streamsize>(GetArea::sizeOf(buffer), 1);
         });
         if (ready == 0) {
             break;
@@ -91,12 +99,14 @@ template SecretBytes readExtracted<SecretBytes>(std::istream& input);
 ByteArray readUnformatted(std::istream& input) {
     constexpr std::size_t smallestPiece = 4096;
     constexpr std::size_t largestPiece = std::size_t(1) << 20;
+    // Whatever a buffer promises, more than a message of the largest size is not asked for in one piece.
+    constexpr std::streamsize largestPromise = (std::streamsize(1) << 31) + 16;
 
     std::vector<ByteArray> pieces;
     std::size_t total = 0;
     bool wasShort = false;
     for (std::streambuf* const buffer = input.rdbuf(); buffer != nullptr;) {
-        std::streamsize const ready = buffer->in_avail();
+        std::streamsize const ready = std::min(buffer->in_avail(), largestPromise);
         if ((ready <= 0 || wasShort) && atEnd(*buffer)) {
             break;
         }

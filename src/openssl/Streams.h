@@ -11,8 +11,6 @@
 
 namespace foundation::crypto::openssl {
 
-using utils::ByteArray;
-
 /// Hands `input` to `consume(data, size)` in the pieces in which `istream::read` delivers it, 1024 bytes at most, for
 /// as long as the stream's state is good; the last piece may be empty. A stream that is not good on entry is not read.
 template <class Consume> void forEachChunk(std::istream& input, Consume&& consume) {

@@ -435,7 +435,7 @@ TYPED_TEST(ECCCalls, ExportPrivateKeysWithoutCipherFromADuplicate) {
     Recording const recording;
     On::exportPrivate();
     auto const own =
-        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->getEVP_PKEY();
+        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->get();
     auto const write = recording.callsOf("PEM_write_bio_PKCS8PrivateKey");
     ASSERT_EQ(write.size(), 1U);
     EXPECT_NE(write[0].arguments.at(1), asNumber(own));
@@ -447,10 +447,10 @@ TYPED_TEST(ECCCalls, OfAKeyPairKeepItsKeysApart) {
     auto const pair = TypeParam::generateKeyPair();
     auto const privateKey = std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(pair->getPrivateKey());
     auto const publicKey = std::dynamic_pointer_cast<openssl::ECCPublicKey<TypeParam::curve>>(pair->getPublicKey());
-    EXPECT_NE(privateKey->getEVP_PKEY(), publicKey->getEVP_PKEY());
-    EXPECT_EQ(EVP_PKEY_eq(privateKey->getEVP_PKEY(), publicKey->getEVP_PKEY()), 1);
+    EXPECT_NE(privateKey->get(), publicKey->get());
+    EXPECT_EQ(EVP_PKEY_eq(privateKey->get(), publicKey->get()), 1);
 
-    RawKey const raw(publicKey->getEVP_PKEY(), [](EVP_PKEY* /*key*/) {});
+    RawKey const raw(publicKey->get(), [](EVP_PKEY* /*key*/) {});
     EXPECT_ANY_THROW(privatePEM(raw)); // it has no private part
 }
 
@@ -472,7 +472,7 @@ TYPED_TEST(ECCCalls, OfASignatureAreThoseThatTheWorkNeeds) {
     EXPECT_EQ(recording.functions(), (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestSignInit_ex",
                                                                "EVP_DigestSign", "EVP_DigestSign", "EVP_MD_CTX_free"}));
     auto const key =
-        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->getEVP_PKEY();
+        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->get();
     auto const& setup = recording.calls().at(1).arguments;
     EXPECT_EQ(setup.at(1), 0);
     EXPECT_EQ(setup.at(2) != 0, TypeParam::curve == EllipticCurve::P256); // Ed25519 takes no digest

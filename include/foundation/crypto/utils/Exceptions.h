@@ -10,7 +10,8 @@ namespace foundation::crypto::utils {
 
 /// The root of every failure that the library reports; thrown by value, caught by reference. Thrown itself only for an
 /// RSA key of another size than the one asked for. Besides this family only `std::bad_alloc` and `std::length_error`
-/// leave the library, each where an operation says so or where memory runs out.
+/// leave the library, each where an operation says so or where memory runs out, and from an HSM signer whatever a
+/// host's own stream or digest engine throws into it.
 ///
 /// `what()` is the message as given to the constructor. The message texts are part of the interface: they are fixed,
 /// odd spacing included, and a host may compare them. Many are followed directly by libcrypto's error text: the calling
@@ -57,7 +58,7 @@ public:
     ~InvalidKey() override;
 };
 
-/// The bytes of an elliptic-curve key cannot be read as PEM, or not with the pass phrase given.
+/// The bytes of an elliptic-curve key cannot be read as PEM, or not with the password given.
 class ZRFL_EXPORT InvalidKeyEncoding : public Exception {
 public:
     explicit InvalidKeyEncoding(std::string const& message);
