@@ -8,10 +8,10 @@
 
 #include <openssl/rsa.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -48,20 +48,21 @@ OSSL_PROVIDERUPtr loadProvider(OSSL_LIB_CTX* library, HSMObject const& hsmObject
 EVP_PKEYUPtr loadKey(OSSL_LIB_CTX* library, std::string const& uri) {
     OSSL_STORE_CTXUPtr const store(
         OSSL_STORE_open_ex(uri.c_str(), library, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-    std::vector<EVP_PKEYUPtr> keys;
+    std::optional<EVP_PKEYUPtr> key;
     while (OSSL_STORE_INFO* const loaded = OSSL_STORE_load(store.get())) {
         OSSL_STORE_INFOUPtr const info(loaded);
         if (OSSL_STORE_INFO_get_type(info.get()) != OSSL_STORE_INFO_PKEY) {
             continue;
         }
-        if (!keys.empty()) {
+        if (key) {
             throw utils::InternalException("Error when more than one private key can be described by " + uri);
         }
-        EVP_PKEYUPtr key(OSSL_STORE_INFO_get1_PKEY(info.get()));
-        keys.push_back(std::move(key));
+        key.emplace(OSSL_STORE_INFO_get1_PKEY(info.get()));
     }
-    require(!keys.empty(), "Failed to load the reference to the key on HSM");
-    return std::move(keys.front());
+    if (!key) {
+        throw utils::InternalException("Failed to load the reference to the key on HSM");
+    }
+    return std::move(*key);
 }
 
 KeyInModule findKey(OSSL_LIB_CTX* library, HSMObject const& hsmObject) {
