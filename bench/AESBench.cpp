@@ -22,11 +22,7 @@ ByteArray const key(32, 0x42);
 ByteArray const iv(16, 0x24);
 ByteArray const nonce(12, 0x24);
 
-using Context = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
-
-Context newContext() {
-    return {EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free};
-}
+using Context = Held<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
 
 int sizeOf(ByteArray const& bytes) {
     return static_cast<int>(bytes.size());
@@ -53,7 +49,7 @@ auto makeDecryptor(Mode const& mode) {
 }
 
 ByteArray encryptByHand(Mode const& mode, ByteArray const& message) {
-    Context const context = newContext();
+    Context const context(EVP_CIPHER_CTX_new());
     if (mode.isGCM()) {
         EVP_EncryptInit_ex(context.get(), mode.cipher(), nullptr, nullptr, nullptr);
         EVP_EncryptInit_ex(context.get(), nullptr, nullptr, key.data(), nonce.data());
@@ -74,7 +70,7 @@ ByteArray encryptByHand(Mode const& mode, ByteArray const& message) {
 }
 
 ByteArray decryptByHand(Mode const& mode, ByteArray const& encrypted) {
-    Context const context = newContext();
+    Context const context(EVP_CIPHER_CTX_new());
     ByteArray output(encrypted.size() + 16);
     int updated = 0;
     int finalized = 0;
@@ -97,9 +93,9 @@ ByteArray decryptByHand(Mode const& mode, ByteArray const& encrypted) {
 
 /// Encrypts into one buffer, with one context whose cipher and key stay.
 auto bestEncryption(Mode const& mode, std::size_t size) {
-    std::shared_ptr<EVP_CIPHER_CTX> const context(newContext());
-    std::shared_ptr<EVP_CIPHER> const fetched(EVP_CIPHER_fetch(nullptr, EVP_CIPHER_get0_name(mode.cipher()), nullptr),
-                                              &EVP_CIPHER_free);
+    std::shared_ptr<EVP_CIPHER_CTX> const context = Context(EVP_CIPHER_CTX_new());
+    std::shared_ptr<EVP_CIPHER> const fetched =
+        Held<EVP_CIPHER, EVP_CIPHER_free>(EVP_CIPHER_fetch(nullptr, EVP_CIPHER_get0_name(mode.cipher()), nullptr));
     mustSucceed(EVP_EncryptInit_ex2(context.get(), fetched.get(), key.data(), mode.vector().data(), nullptr) == 1);
     return [=, message = ByteArray(size), output = ByteArray(size + 32)]() mutable {
         int updated = 0;
@@ -116,24 +112,23 @@ auto bestEncryption(Mode const& mode, std::size_t size) {
 
 void addBuffers(Mode const& mode) {
     for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
-        auto const bytes = static_cast<std::int64_t>(size);
         std::string const encryption = std::string("AES-256 ") + mode.name + " encrypt/" + std::to_string(size) + "/";
-        add(encryption, "library", bytes, [=] {
+        add(encryption, "library", size, [=] {
             return [encryptor = makeEncryptor(mode), message = ByteArray(size)] {
                 benchmark::DoNotOptimize(encryptor->encrypt(message));
             };
         });
-        add(encryption, "same calls", bytes,
+        add(encryption, "same calls", size,
             [=] { return [=, message = ByteArray(size)] { benchmark::DoNotOptimize(encryptByHand(mode, message)); }; });
-        add(encryption, "best", bytes, [=] { return bestEncryption(mode, size); });
+        add(encryption, "best", size, [=] { return bestEncryption(mode, size); });
 
         std::string const decryption = std::string("AES-256 ") + mode.name + " decrypt/" + std::to_string(size) + "/";
-        add(decryption, "library", bytes, [=] {
+        add(decryption, "library", size, [=] {
             return [decryptor = makeDecryptor(mode), encrypted = encryptByHand(mode, ByteArray(size))] {
                 benchmark::DoNotOptimize(decryptor->decrypt(encrypted));
             };
         });
-        add(decryption, "same calls", bytes, [=] {
+        add(decryption, "same calls", size, [=] {
             return [=, encrypted = encryptByHand(mode, ByteArray(size))] {
                 benchmark::DoNotOptimize(decryptByHand(mode, encrypted));
             };
@@ -186,13 +181,12 @@ void addStreams(Mode const& mode) {
 void addRandomBytes() {
     for (std::size_t const size : {std::size_t(16), std::size_t(65536)}) {
         std::string const name = "random bytes/" + std::to_string(size) + "/";
-        auto const bytes = static_cast<std::int64_t>(size);
-        add(name, "library", bytes, [=] {
+        add(name, "library", size, [=] {
             return [prng = provider.createDefaultCryptoPRNG({}), size] {
                 benchmark::DoNotOptimize(prng->generateRandomBytes(size));
             };
         });
-        add(name, "same calls", bytes, [=] {
+        add(name, "same calls", size, [=] {
             return [size] {
                 ByteArray drawn(size);
                 for (std::size_t at = 0; at < size;) {
@@ -203,7 +197,7 @@ void addRandomBytes() {
                 benchmark::DoNotOptimize(drawn);
             };
         });
-        add(name, "best", bytes, [=] {
+        add(name, "best", size, [=] {
             return [drawn = ByteArray(size)]() mutable {
                 mustSucceed(RAND_bytes(drawn.data(), sizeOf(drawn)) == 1);
                 benchmark::DoNotOptimize(drawn.data());

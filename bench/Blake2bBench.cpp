@@ -16,14 +16,14 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-using DigestContext = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-using MACContext = std::unique_ptr<EVP_MAC_CTX, decltype(&EVP_MAC_CTX_free)>;
+using DigestContext = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
+using MACContext = Held<EVP_MAC_CTX, EVP_MAC_CTX_free>;
 
 constexpr std::size_t digestSize = 32;
 
 /// A context as the library makes one for each message.
 DigestContext newDigestContext() {
-    DigestContext context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    DigestContext context(EVP_MD_CTX_new());
     std::size_t size = digestSize;
     OSSL_PARAM const parameters[] = {OSSL_PARAM_construct_size_t(OSSL_DIGEST_PARAM_SIZE, &size),
                                      OSSL_PARAM_construct_end()};
@@ -32,9 +32,8 @@ DigestContext newDigestContext() {
 }
 
 MACContext newMACContext() {
-    std::unique_ptr<EVP_MAC, decltype(&EVP_MAC_free)> const mac(EVP_MAC_fetch(nullptr, "BLAKE2BMAC", nullptr),
-                                                                &EVP_MAC_free);
-    MACContext context(EVP_MAC_CTX_new(mac.get()), &EVP_MAC_CTX_free);
+    Held<EVP_MAC, EVP_MAC_free> const mac(EVP_MAC_fetch(nullptr, "BLAKE2BMAC", nullptr));
+    MACContext context(EVP_MAC_CTX_new(mac.get()));
     std::array<unsigned char, 32> key{};
     std::size_t size = digestSize;
     OSSL_PARAM const parameters[] = {OSSL_PARAM_construct_octet_string(OSSL_MAC_PARAM_KEY, key.data(), key.size()),
@@ -45,7 +44,7 @@ MACContext newMACContext() {
 }
 
 void addLibrary(std::string const& name, std::size_t size, ByteArray const& key) {
-    add(name, "library", static_cast<std::int64_t>(size), [=] {
+    add(name, "library", size, [=] {
         return [engine = provider.createBlake2bDigestEngineWithCustomSize(key, {}, digestSize),
                 message = ByteArray(size)] { benchmark::DoNotOptimize(engine->computeDigest(message)); };
     });
@@ -53,9 +52,8 @@ void addLibrary(std::string const& name, std::size_t size, ByteArray const& key)
 
 void addDigest(std::size_t size) {
     std::string const name = "BLAKE2b buffer/" + std::to_string(size) + "/";
-    auto const bytes = static_cast<std::int64_t>(size);
     addLibrary(name, size, {});
-    add(name, "same calls", bytes, [=] {
+    add(name, "same calls", size, [=] {
         auto const context = std::make_shared<DigestContext>(newDigestContext());
         return [=, message = ByteArray(size)] {
             EVP_DigestUpdate(context->get(), message.data(), message.size());
@@ -65,7 +63,7 @@ void addDigest(std::size_t size) {
             benchmark::DoNotOptimize(digest);
         };
     });
-    add(name, "best", bytes, [=] {
+    add(name, "best", size, [=] {
         std::shared_ptr<EVP_MD_CTX> const context(newDigestContext());
         return [context, message = ByteArray(size)] {
             std::array<unsigned char, digestSize> digest;
@@ -79,9 +77,8 @@ void addDigest(std::size_t size) {
 
 void addMAC(std::size_t size) {
     std::string const name = "BLAKE2b keyed buffer/" + std::to_string(size) + "/";
-    auto const bytes = static_cast<std::int64_t>(size);
     addLibrary(name, size, ByteArray(32));
-    add(name, "same calls", bytes, [=] {
+    add(name, "same calls", size, [=] {
         auto const context = std::make_shared<MACContext>(newMACContext());
         return [=, message = ByteArray(size)] {
             EVP_MAC_update(context->get(), message.data(), message.size());
@@ -92,7 +89,7 @@ void addMAC(std::size_t size) {
             benchmark::DoNotOptimize(code);
         };
     });
-    add(name, "best", bytes, [=] {
+    add(name, "best", size, [=] {
         std::shared_ptr<EVP_MAC_CTX> const context(newMACContext());
         return [context, message = ByteArray(size)] {
             std::array<unsigned char, digestSize> code;

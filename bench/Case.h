@@ -4,7 +4,9 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,7 +23,7 @@ inline std::vector<std::string>& names() {
 /// `way` is "library", "same calls" (the libcrypto calls that the library makes, by hand) or "best" (libcrypto as fast
 /// as it can be used). `prepare` is called once and returns the function to measure, so that it can hold what the work
 /// needs. `bytes` is what one call processes, 0 where that means nothing.
-template <class Prepare> void add(std::string const& name, char const* way, std::int64_t bytes, Prepare prepare) {
+template <class Prepare> void add(std::string const& name, char const* way, std::size_t bytes, Prepare prepare) {
     std::string const plain = name.substr(0, name.size() - 1);
     if (std::find(names().begin(), names().end(), plain) == names().end()) {
         names().push_back(plain);
@@ -32,7 +34,7 @@ template <class Prepare> void add(std::string const& name, char const* way, std:
             work();
         }
         if (bytes != 0) {
-            state.SetBytesProcessed(bytes * static_cast<std::int64_t>(state.iterations()));
+            state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * static_cast<std::int64_t>(state.iterations()));
         }
     });
 }
@@ -43,6 +45,12 @@ inline void mustSucceed(bool succeeded) {
         throw std::runtime_error("libcrypto failed in a benchmark");
     }
 }
+
+template <auto release> struct Releaser {
+    template <class Object> void operator()(Object* object) const { release(object); }
+};
+/// Owns an object of libcrypto, which `release` gives back.
+template <class Object, auto release> using Held = std::unique_ptr<Object, Releaser<release>>;
 
 } // namespace bench
 

@@ -16,25 +16,21 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-
-Context newContext() {
-    return {EVP_MD_CTX_new(), &EVP_MD_CTX_free};
-}
+using Context = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
+using Digest = Held<EVP_MD, EVP_MD_free>;
 
 /// One message after the other through one engine.
 void addBuffers(std::string const& algorithm, decltype(&CryptoProvider::createMD5DigestEngine) create,
                 EVP_MD const* md) {
     for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
         std::string const name = algorithm + " buffer/" + std::to_string(size) + "/";
-        auto const bytes = static_cast<std::int64_t>(size);
-        add(name, "library", bytes, [=] {
+        add(name, "library", size, [=] {
             return [engine = (provider.*create)(), message = ByteArray(size)] {
                 benchmark::DoNotOptimize(engine->computeDigest(message));
             };
         });
-        add(name, "same calls", bytes, [=] {
-            std::shared_ptr<EVP_MD_CTX> const context(newContext());
+        add(name, "same calls", size, [=] {
+            std::shared_ptr<EVP_MD_CTX> const context = Context(EVP_MD_CTX_new());
             mustSucceed(EVP_DigestInit_ex(context.get(), md, nullptr) == 1);
             return [=, message = ByteArray(size)] {
                 ByteArray digest(static_cast<std::size_t>(EVP_MD_get_size(md)));
@@ -45,9 +41,9 @@ void addBuffers(std::string const& algorithm, decltype(&CryptoProvider::createMD
                 benchmark::DoNotOptimize(digest);
             };
         });
-        add(name, "best", bytes, [=] {
-            std::shared_ptr<EVP_MD> const fetched(EVP_MD_fetch(nullptr, EVP_MD_get0_name(md), nullptr), &EVP_MD_free);
-            std::shared_ptr<EVP_MD_CTX> const context(newContext());
+        add(name, "best", size, [=] {
+            std::shared_ptr<EVP_MD> const fetched = Digest(EVP_MD_fetch(nullptr, EVP_MD_get0_name(md), nullptr));
+            std::shared_ptr<EVP_MD_CTX> const context = Context(EVP_MD_CTX_new());
             return [=, message = ByteArray(size)] {
                 std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
                 unsigned int written = 0;
@@ -70,7 +66,7 @@ void addCreation() {
     add("SHA256 creation and one message/64/", "same calls", 64, [] {
         return [message = ByteArray(64)] {
             EVP_MD const* const md = EVP_get_digestbyname("sha256");
-            Context const context = newContext();
+            Context const context(EVP_MD_CTX_new());
             ByteArray digest(32);
             unsigned int written = 0;
             EVP_DigestInit_ex(context.get(), md, nullptr);
@@ -81,7 +77,7 @@ void addCreation() {
         };
     });
     add("SHA256 creation and one message/64/", "best", 64, [] {
-        std::shared_ptr<EVP_MD> const fetched(EVP_MD_fetch(nullptr, "SHA256", nullptr), &EVP_MD_free);
+        std::shared_ptr<EVP_MD> const fetched = Digest(EVP_MD_fetch(nullptr, "SHA256", nullptr));
         return [fetched, message = ByteArray(64)] {
             std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
             mustSucceed(EVP_Digest(message.data(), message.size(), digest.data(), nullptr, fetched.get(), nullptr) ==
@@ -102,7 +98,7 @@ void addStreams() {
         };
     });
     add("SHA256 stream/1 MiB/", "same calls", size, [=] {
-        std::shared_ptr<EVP_MD_CTX> const context(newContext());
+        std::shared_ptr<EVP_MD_CTX> const context = Context(EVP_MD_CTX_new());
         mustSucceed(EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1);
         return [context, stream = std::make_shared<std::istringstream>(content)] {
             stream->clear();
@@ -120,7 +116,7 @@ void addStreams() {
         };
     });
     add("SHA256 stream/1 MiB/", "best", size, [=] {
-        std::shared_ptr<EVP_MD> const fetched(EVP_MD_fetch(nullptr, "SHA256", nullptr), &EVP_MD_free);
+        std::shared_ptr<EVP_MD> const fetched = Digest(EVP_MD_fetch(nullptr, "SHA256", nullptr));
         return [fetched, content] {
             std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
             mustSucceed(EVP_Digest(content.data(), content.size(), digest.data(), nullptr, fetched.get(), nullptr) ==

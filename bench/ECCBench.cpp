@@ -26,24 +26,20 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-template <auto Free> struct Freeing {
-    template <class Object> void operator()(Object* object) const { Free(object); }
-};
-
 using Key = std::shared_ptr<EVP_PKEY>;
-using Bio = std::unique_ptr<BIO, Freeing<BIO_free_all>>;
-using KeyContext = std::unique_ptr<EVP_PKEY_CTX, Freeing<EVP_PKEY_CTX_free>>;
-using Parameters = std::unique_ptr<OSSL_PARAM, Freeing<OSSL_PARAM_free>>;
-using Builder = std::unique_ptr<OSSL_PARAM_BLD, Freeing<OSSL_PARAM_BLD_free>>;
-using Number = std::unique_ptr<BIGNUM, Freeing<BN_clear_free>>;
-using NumberContext = std::unique_ptr<BN_CTX, Freeing<BN_CTX_free>>;
-using Group = std::unique_ptr<EC_GROUP, Freeing<EC_GROUP_free>>;
-using Point = std::unique_ptr<EC_POINT, Freeing<EC_POINT_free>>;
-using Context = std::unique_ptr<EVP_MD_CTX, Freeing<EVP_MD_CTX_free>>;
+using Bio = Held<BIO, BIO_free_all>;
+using KeyContext = Held<EVP_PKEY_CTX, EVP_PKEY_CTX_free>;
+using Parameters = Held<OSSL_PARAM, OSSL_PARAM_free>;
+using Builder = Held<OSSL_PARAM_BLD, OSSL_PARAM_BLD_free>;
+using Number = Held<BIGNUM, BN_clear_free>;
+using NumberContext = Held<BN_CTX, BN_CTX_free>;
+using Group = Held<EC_GROUP, EC_GROUP_free>;
+using Point = Held<EC_POINT, EC_POINT_free>;
+using Context = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
 
 Key owned(EVP_PKEY* key) {
     mustSucceed(key != nullptr);
-    return {key, EVP_PKEY_free};
+    return Held<EVP_PKEY, EVP_PKEY_free>(key);
 }
 
 /// What the library does on each curve, and the names of the same in libcrypto.
@@ -178,7 +174,7 @@ void addIntegers() {
         };
     });
     add(name, "best", 0, [=] {
-        std::shared_ptr<EC_GROUP> const group(EC_GROUP_new_by_curve_name(NID_X9_62_prime256v1), &EC_GROUP_free);
+        std::shared_ptr<EC_GROUP> const group = Group(EC_GROUP_new_by_curve_name(NID_X9_62_prime256v1));
         return [=] { byHand(integer, group.get()); };
     });
 }
@@ -203,22 +199,21 @@ void verifyByHand(EVP_PKEY* key, char const* digest, ByteArray const& message, B
 
 void addSignatures(Curve const& curve, std::size_t size) {
     std::string const what = size < 1024 ? std::to_string(size) : std::to_string(size / 1024) + " KiB";
-    auto const bytes = static_cast<std::int64_t>(size);
     ByteArray const message(size, 'm');
     std::string const signing = curve.name + " sign/" + what + "/";
-    add(signing, "library", bytes, [=] {
+    add(signing, "library", size, [=] {
         return [message, signer = curve.createSigner(curve.newPrivatePEM()), engine = curve.createEngine()] {
             benchmark::DoNotOptimize(signer->sign(message, engine));
         };
     });
-    add(signing, "same calls", bytes, [=] {
+    add(signing, "same calls", size, [=] {
         return [message, curve, key = readByHand(curve.newPrivatePEM())] {
             benchmark::DoNotOptimize(signByHand(key.get(), curve.digest, message));
         };
     });
-    add(signing, "best", bytes, [=] { // a context that was set up once, and room for the signature
+    add(signing, "best", size, [=] { // a context that was set up once, and room for the signature
         auto const key = readByHand(curve.newPrivatePEM());
-        auto const prepared = std::shared_ptr<EVP_MD_CTX>(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+        std::shared_ptr<EVP_MD_CTX> const prepared = Context(EVP_MD_CTX_new());
         EVP_DigestSignInit_ex(prepared.get(), nullptr, curve.digest, nullptr, nullptr, key.get(), nullptr);
         return [=] {
             Context const context(EVP_MD_CTX_new());
@@ -230,22 +225,22 @@ void addSignatures(Curve const& curve, std::size_t size) {
     });
 
     std::string const verifying = curve.name + " verify/" + what + "/";
-    add(verifying, "library", bytes, [=] {
+    add(verifying, "library", size, [=] {
         ByteArray const pem = curve.newPrivatePEM();
         auto const engine = curve.createEngine();
         return [=, verifier = curve.createVerifier(pem), signature = curve.createSigner(pem)->sign(message, engine)] {
             mustSucceed(verifier->verify(message, signature, engine).isValid());
         };
     });
-    add(verifying, "same calls", bytes, [=] {
+    add(verifying, "same calls", size, [=] {
         auto const key = readByHand(curve.newPrivatePEM());
         return [=, signature = signByHand(key.get(), curve.digest, message)] {
             verifyByHand(key.get(), curve.digest, message, signature);
         };
     });
-    add(verifying, "best", bytes, [=] {
+    add(verifying, "best", size, [=] {
         auto const key = readByHand(curve.newPrivatePEM());
-        auto const prepared = std::shared_ptr<EVP_MD_CTX>(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+        std::shared_ptr<EVP_MD_CTX> const prepared = Context(EVP_MD_CTX_new());
         EVP_DigestVerifyInit_ex(prepared.get(), nullptr, curve.digest, nullptr, nullptr, key.get(), nullptr);
         return [=, signature = signByHand(key.get(), curve.digest, message)] {
             Context const context(EVP_MD_CTX_new());

@@ -17,13 +17,13 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-using Context = std::unique_ptr<EVP_MAC_CTX, decltype(&EVP_MAC_CTX_free)>;
+using Context = Held<EVP_MAC_CTX, EVP_MAC_CTX_free>;
 
 /// A keyed context as the library makes one for each message.
 Context newContext(char const* digest, ByteArray& key) {
     EVP_MD const* const md = EVP_get_digestbyname(digest);
-    std::unique_ptr<EVP_MAC, decltype(&EVP_MAC_free)> const mac(EVP_MAC_fetch(nullptr, "HMAC", nullptr), &EVP_MAC_free);
-    Context context(EVP_MAC_CTX_new(mac.get()), &EVP_MAC_CTX_free);
+    Held<EVP_MAC, EVP_MAC_free> const mac(EVP_MAC_fetch(nullptr, "HMAC", nullptr));
+    Context context(EVP_MAC_CTX_new(mac.get()));
     OSSL_PARAM const parameters[] = {
         OSSL_PARAM_construct_octet_string(OSSL_MAC_PARAM_KEY, key.data(), key.size()),
         OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, const_cast<char*>(EVP_MD_get0_name(md)), 0),
@@ -45,13 +45,12 @@ void addBuffers(std::string const& algorithm, char const* digest, std::size_t co
                 decltype(&CryptoProvider::createHMACSHA1DigestEngine) create) {
     for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
         std::string const name = algorithm + " buffer/" + std::to_string(size) + "/";
-        auto const bytes = static_cast<std::int64_t>(size);
-        add(name, "library", bytes, [=] {
+        add(name, "library", size, [=] {
             return [engine = (provider.*create)(ByteArray(32, 'k')), message = ByteArray(size)] {
                 benchmark::DoNotOptimize(engine->computeDigest(message));
             };
         });
-        add(name, "same calls", bytes, [=] {
+        add(name, "same calls", size, [=] {
             auto const key = std::make_shared<ByteArray>(32, 'k');
             auto const context = std::make_shared<Context>(newContext(digest, *key));
             return [=, message = ByteArray(size)] {
@@ -59,7 +58,7 @@ void addBuffers(std::string const& algorithm, char const* digest, std::size_t co
                 benchmark::DoNotOptimize(finalize(*context, digest, *key, codeSize));
             };
         });
-        add(name, "best", bytes, [=] {
+        add(name, "best", size, [=] {
             ByteArray key(32, 'k');
             std::shared_ptr<EVP_MAC_CTX> const context(newContext(digest, key));
             return [context, message = ByteArray(size)] {

@@ -32,11 +32,6 @@ utils::HSMObject const& key() {
     return object;
 }
 
-template <auto release> struct Deleter {
-    template <class Object> void operator()(Object* object) const { release(object); }
-};
-template <class Object, auto release> using Held = std::unique_ptr<Object, Deleter<release>>;
-
 /// The key as a call of the library finds it.
 struct FoundKey {
     Held<OSSL_LIB_CTX, OSSL_LIB_CTX_free> library{OSSL_LIB_CTX_new()};

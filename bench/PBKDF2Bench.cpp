@@ -41,8 +41,8 @@ void addDerivation(int iterations) {
         };
     });
     add(name, "best", 0, [=] {
-        std::shared_ptr<EVP_KDF> const kdf(EVP_KDF_fetch(nullptr, "PBKDF2", nullptr), &EVP_KDF_free);
-        std::shared_ptr<EVP_KDF_CTX> const context(EVP_KDF_CTX_new(kdf.get()), &EVP_KDF_CTX_free);
+        Held<EVP_KDF, EVP_KDF_free> const kdf(EVP_KDF_fetch(nullptr, "PBKDF2", nullptr));
+        std::shared_ptr<EVP_KDF_CTX> const context = Held<EVP_KDF_CTX, EVP_KDF_CTX_free>(EVP_KDF_CTX_new(kdf.get()));
         std::string digest = "SHA512";
         OSSL_PARAM const once[] = {OSSL_PARAM_construct_utf8_string(OSSL_KDF_PARAM_DIGEST, digest.data(), 0),
                                    OSSL_PARAM_construct_end()};

@@ -27,7 +27,7 @@ using Initialize = int (*)(EVP_PKEY_CTX*);
 using Transform = int (*)(EVP_PKEY_CTX*, unsigned char*, std::size_t*, unsigned char const*, std::size_t);
 
 std::shared_ptr<EVP_PKEY_CTX> newContext(EVP_PKEY* key, RSAPaddingMode padding, Initialize initialize) {
-    std::shared_ptr<EVP_PKEY_CTX> context(EVP_PKEY_CTX_new(key, nullptr), &EVP_PKEY_CTX_free);
+    std::shared_ptr<EVP_PKEY_CTX> context = Held<EVP_PKEY_CTX, EVP_PKEY_CTX_free>(EVP_PKEY_CTX_new(key, nullptr));
     mustSucceed(initialize(context.get()) == 1);
     if (padding == oaep) {
         mustSucceed(EVP_PKEY_CTX_set_rsa_oaep_md(context.get(), EVP_sha256()) == 1 &&

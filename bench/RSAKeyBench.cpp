@@ -23,13 +23,9 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-template <auto Free> struct Freed {
-    template <class Object> void operator()(Object* object) const { Free(object); }
-};
-
-using BIOPtr = std::unique_ptr<BIO, Freed<BIO_free_all>>;
-using Key = std::unique_ptr<EVP_PKEY, Freed<EVP_PKEY_free>>;
-using Number = std::unique_ptr<BIGNUM, Freed<BN_free>>;
+using Bio = Held<BIO, BIO_free_all>;
+using Key = Held<EVP_PKEY, EVP_PKEY_free>;
+using Number = Held<BIGNUM, BN_free>;
 
 ByteArray contentOf(BIO* bio) {
     char* data = nullptr;
@@ -51,7 +47,7 @@ struct Forms {
 
     Forms() {
         auto const write = [](auto perform) {
-            BIOPtr const bio(BIO_new(BIO_s_mem()));
+            Bio const bio(BIO_new(BIO_s_mem()));
             mustSucceed(perform(bio.get()) == 1);
             return contentOf(bio.get());
         };
@@ -80,14 +76,14 @@ Forms const& forms() {
     return made;
 }
 
-BIOPtr written(ByteArray const& encoded) {
-    BIOPtr bio(BIO_new(BIO_s_mem()));
+Bio written(ByteArray const& encoded) {
+    Bio bio(BIO_new(BIO_s_mem()));
     mustSucceed(BIO_write(bio.get(), encoded.data(), static_cast<int>(encoded.size())) > 0);
     return bio;
 }
 
-BIOPtr inPlace(ByteArray const& encoded) {
-    return BIOPtr(BIO_new_mem_buf(encoded.data(), static_cast<int>(encoded.size())));
+Bio inPlace(ByteArray const& encoded) {
+    return Bio(BIO_new_mem_buf(encoded.data(), static_cast<int>(encoded.size())));
 }
 
 char none[] = "";
@@ -133,7 +129,7 @@ void addLoading() {
         [] { return [] { benchmark::DoNotOptimize(provider.createRSA2048PrivateKey(forms().privateDER)); }; });
     add("RSA-2048 private key from PKCS #8 DER/", "same calls", 0, [] {
         return [] {
-            BIOPtr const bio = written(forms().privateDER);
+            Bio const bio = written(forms().privateDER);
             mustSucceed(d2i_PKCS8PrivateKey_bio(bio.get(), nullptr, nullptr, none) == nullptr);
             ERR_clear_error();
             BIO_ctrl(bio.get(), BIO_CTRL_RESET, 0, nullptr);
@@ -190,13 +186,12 @@ Key buildByHand() {
     Number const n = toNumber(forms().n);
     Number const d = toNumber(forms().d);
     Number const e = toNumber(forms().e);
-    std::unique_ptr<OSSL_PARAM_BLD, Freed<OSSL_PARAM_BLD_free>> const builder(OSSL_PARAM_BLD_new());
+    Held<OSSL_PARAM_BLD, OSSL_PARAM_BLD_free> const builder(OSSL_PARAM_BLD_new());
     OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, n.get());
     OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_E, e.get());
     OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_D, d.get());
-    std::unique_ptr<OSSL_PARAM, Freed<OSSL_PARAM_free>> const parameters(OSSL_PARAM_BLD_to_param(builder.get()));
-    std::unique_ptr<EVP_PKEY_CTX, Freed<EVP_PKEY_CTX_free>> const context(
-        EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
+    Held<OSSL_PARAM, OSSL_PARAM_free> const parameters(OSSL_PARAM_BLD_to_param(builder.get()));
+    Held<EVP_PKEY_CTX, EVP_PKEY_CTX_free> const context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
     EVP_PKEY* built = nullptr;
     mustSucceed(EVP_PKEY_fromdata_init(context.get()) == 1 &&
                 EVP_PKEY_fromdata(context.get(), &built, EVP_PKEY_KEYPAIR, parameters.get()) == 1);
@@ -218,7 +213,7 @@ void addExports() {
     });
     add("RSA-2048 private key to DER/", "same calls", 0, [] {
         return [] {
-            BIOPtr const bio(BIO_new(BIO_s_mem()));
+            Bio const bio(BIO_new(BIO_s_mem()));
             mustSucceed(i2d_PKCS8PrivateKey_bio(bio.get(), forms().key.get(), nullptr, nullptr, 0, nullptr, nullptr) ==
                         1);
             ByteArray der(static_cast<std::size_t>(BIO_pending(bio.get())));
@@ -231,7 +226,7 @@ void addExports() {
     });
     add("RSA-2048 public key to DER/", "same calls", 0, [] {
         return [] {
-            BIOPtr const bio(BIO_new(BIO_s_mem()));
+            Bio const bio(BIO_new(BIO_s_mem()));
             mustSucceed(i2d_PUBKEY_bio(bio.get(), forms().publicKey.get()) == 1);
             ByteArray der(static_cast<std::size_t>(BIO_pending(bio.get())));
             BIO_read(bio.get(), der.data(), static_cast<int>(der.size()));

@@ -23,12 +23,13 @@ template <unsigned long N> struct RSAKeys {
     template <class Pair> explicit RSAKeys(Pair const& pair) {
         privateKey = pair->getPrivateKey();
         publicKey = pair->getPublicKey();
+        using Owner = Held<EVP_PKEY, EVP_PKEY_free>;
         auto const pkcs8 = privateKey->getDER();
         auto const spki = publicKey->getDER();
         unsigned char const* start = pkcs8.data();
-        rawPrivateKey.reset(d2i_AutoPrivateKey(nullptr, &start, static_cast<long>(pkcs8.size())), &EVP_PKEY_free);
+        rawPrivateKey = Owner(d2i_AutoPrivateKey(nullptr, &start, static_cast<long>(pkcs8.size())));
         start = spki.data();
-        rawPublicKey.reset(d2i_PUBKEY(nullptr, &start, static_cast<long>(spki.size())), &EVP_PKEY_free);
+        rawPublicKey = Owner(d2i_PUBKEY(nullptr, &start, static_cast<long>(spki.size())));
         mustSucceed(rawPrivateKey != nullptr && rawPublicKey != nullptr);
     }
 };

@@ -22,11 +22,7 @@ using foundation::crypto::utils::RSAPaddingMode;
 
 CryptoProvider const provider;
 
-using DigestContext = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-
-DigestContext newContext() {
-    return {EVP_MD_CTX_new(), &EVP_MD_CTX_free};
-}
+using DigestContext = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
 
 bool setPadding(EVP_PKEY_CTX* context, RSAPaddingMode padding) {
     return padding == RSAPaddingMode::PSS ? EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PSS_PADDING) > 0 &&
@@ -35,7 +31,7 @@ bool setPadding(EVP_PKEY_CTX* context, RSAPaddingMode padding) {
 }
 
 ByteArray sign(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message) {
-    DigestContext const context = newContext();
+    DigestContext const context(EVP_MD_CTX_new());
     std::size_t size = 0;
     mustSucceed(EVP_DigestSignInit_ex(context.get(), nullptr, "sha256", nullptr, nullptr, key, nullptr) == 1 &&
                 setPadding(EVP_MD_CTX_get_pkey_ctx(context.get()), padding) &&
@@ -47,7 +43,7 @@ ByteArray sign(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message) 
 }
 
 bool verify(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message, ByteArray const& signature) {
-    DigestContext const context = newContext();
+    DigestContext const context(EVP_MD_CTX_new());
     return EVP_DigestVerifyInit_ex(context.get(), nullptr, "sha256", nullptr, nullptr, key, nullptr) == 1 &&
            setPadding(EVP_MD_CTX_get_pkey_ctx(context.get()), padding) &&
            EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
@@ -55,7 +51,7 @@ bool verify(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message, Byt
 
 /// A key's context that was set up once, for digests made beside it.
 std::shared_ptr<EVP_PKEY_CTX> readyContext(EVP_PKEY* key, RSAPaddingMode padding, int (*initialize)(EVP_PKEY_CTX*)) {
-    std::shared_ptr<EVP_PKEY_CTX> context(EVP_PKEY_CTX_new(key, nullptr), &EVP_PKEY_CTX_free);
+    std::shared_ptr<EVP_PKEY_CTX> context = Held<EVP_PKEY_CTX, EVP_PKEY_CTX_free>(EVP_PKEY_CTX_new(key, nullptr));
     mustSucceed(initialize(context.get()) == 1 && setPadding(context.get(), padding) &&
                 EVP_PKEY_CTX_set_signature_md(context.get(), EVP_sha256()) == 1);
     return context;

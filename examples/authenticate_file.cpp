@@ -1,40 +1,22 @@
 // Authenticates a file with HMAC-SHA-256 under the key in another file: prints the code, or checks the one it is given.
-#include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
+#include "Files.h"
 
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 
 namespace {
 
-using foundation::crypto::utils::ByteArray;
-
-std::ifstream open(char const* path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error("cannot open " + std::string(path));
-    }
-    return file;
-}
-
 std::string codeOf(char const* path, char const* keyPath) {
-    std::ifstream keyFile = open(keyPath);
-    ByteArray const key{std::istreambuf_iterator<char>(keyFile), std::istreambuf_iterator<char>()};
-    std::ifstream file = open(path);
     foundation::crypto::openssl::CryptoProvider const provider;
-    auto const code = provider.createHMACSHA256DigestEngine(key)->computeDigest(file);
-    if (file.bad()) {
-        throw std::runtime_error("cannot read " + std::string(path) + " to its end");
-    }
-    std::string text;
-    for (unsigned char const byte : code) {
-        text += "0123456789abcdef"[byte >> 4U];
-        text += "0123456789abcdef"[byte & 0x0fU];
-    }
-    return text;
+    std::ifstream file = files::open(path);
+    auto const code = provider.createHMACSHA256DigestEngine(files::read(keyPath))->computeDigest(file);
+    files::requireReadToItsEnd(file, path);
+    return files::hex(code);
 }
 
 /// Takes the same time wherever the codes differ, so that nobody can guess a code piece by piece.

@@ -1,31 +1,23 @@
 // Prints the BLAKE2b digest of a file, as b2sum does, in as many bytes as asked for.
-#include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
+#include "Files.h"
 
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 
 namespace {
 
-int printDigest(char const* path, std::size_t size) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::fprintf(stderr, "cannot open %s\n", path);
-        return 1;
-    }
+void printDigest(char const* path, std::size_t size) {
     foundation::crypto::openssl::CryptoProvider const provider;
+    std::ifstream file = files::open(path);
     // No key makes it a plain hash; a salt would have no effect then.
     auto const digest = provider.createBlake2bDigestEngineWithCustomSize({}, {}, size)->computeDigest(file);
-    if (file.bad()) {
-        std::fprintf(stderr, "cannot read %s to its end\n", path);
-        return 1;
-    }
-    for (unsigned char const byte : digest) {
-        std::printf("%02x", static_cast<unsigned>(byte));
-    }
-    std::printf("  %s\n", path);
-    return 0;
+    files::requireReadToItsEnd(file, path);
+    std::printf("%s  %s\n", files::hex(digest).c_str(), path);
 }
 
 } // namespace
@@ -36,8 +28,9 @@ int main(int count, char** arguments) {
         return 2;
     }
     try {
-        return printDigest(arguments[1], count == 3 ? std::strtoul(arguments[2], nullptr, 10) : 64);
-    } catch (foundation::crypto::utils::Exception const& error) {
+        printDigest(arguments[1], count == 3 ? std::strtoul(arguments[2], nullptr, 10) : 64);
+        return 0;
+    } catch (std::exception const& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;
     }

@@ -1,29 +1,20 @@
 // Prints the SHA-256 digest of a file, as sha256sum does. The file is read in small pieces, whatever its size.
+#include "Files.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
 
 namespace {
 
-int printDigest(char const* path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::fprintf(stderr, "cannot open %s\n", path);
-        return 1;
-    }
+void printDigest(char const* path) {
     foundation::crypto::openssl::CryptoProvider const provider;
+    std::ifstream file = files::open(path);
     auto const digest = provider.createSHA256DigestEngine()->computeDigest(file);
-    if (file.bad()) {
-        std::fprintf(stderr, "cannot read %s to its end\n", path);
-        return 1;
-    }
-    for (unsigned char const byte : digest) {
-        std::printf("%02x", static_cast<unsigned>(byte));
-    }
-    std::printf("  %s\n", path);
-    return 0;
+    files::requireReadToItsEnd(file, path);
+    std::printf("%s  %s\n", files::hex(digest).c_str(), path);
 }
 
 } // namespace
@@ -34,8 +25,9 @@ int main(int count, char** arguments) {
         return 2;
     }
     try {
-        return printDigest(arguments[1]);
-    } catch (foundation::crypto::utils::Exception const& error) {
+        printDigest(arguments[1]);
+        return 0;
+    } catch (std::exception const& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;
     }

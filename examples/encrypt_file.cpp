@@ -6,10 +6,12 @@
 //
 // This suits what is short, such as a key for a symmetric cipher. For long files a symmetric cipher is thousands of
 // times faster, and one that authenticates (AES-GCM) also shows when something was cut off, moved or put in.
+#include "Files.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <functional>
 #include <istream>
@@ -23,18 +25,10 @@ using namespace foundation::crypto;
 
 openssl::CryptoProvider const provider;
 
-std::ifstream open(char const* path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error(std::string("cannot open ") + path);
-    }
-    return file;
-}
-
 using Operation = std::function<void(std::istream& input, std::ostream& output)>;
 
 Operation encryptWith(char const* keyPath) {
-    std::ifstream keyFile = open(keyPath);
+    std::ifstream keyFile = files::open(keyPath);
     auto const key = provider.createRSA2048PublicKey(keyFile);
     auto const encryptor =
         provider.createRSA2048Encryptor(key, utils::RSAPaddingMode::OAEP_SHA256, provider.createDefaultCryptoPRNG({}));
@@ -42,7 +36,7 @@ Operation encryptWith(char const* keyPath) {
 }
 
 Operation decryptWith(char const* keyPath) {
-    std::ifstream keyFile = open(keyPath);
+    std::ifstream keyFile = files::open(keyPath);
     auto const key = provider.createRSA2048PrivateKey(keyFile, ""); // or the password that protects it
     auto const decryptor =
         provider.createRSA2048Decryptor(key, utils::RSAPaddingMode::OAEP_SHA256, provider.createDefaultCryptoPRNG({}));
@@ -50,13 +44,14 @@ Operation decryptWith(char const* keyPath) {
 }
 
 void transformFile(Operation const& operation, char const* inputPath, char const* outputPath) {
-    std::ifstream input = open(inputPath);
+    std::ifstream input = files::open(inputPath);
     std::ofstream output(outputPath, std::ios::binary);
     try {
         operation(input, output);
         // Neither a file that breaks off in mid-read nor a full disk is an exception, unless the streams are told so.
-        if (input.bad() || !output.flush()) {
-            throw std::runtime_error(std::string("cannot read ") + inputPath + " or write " + outputPath);
+        files::requireReadToItsEnd(input, inputPath);
+        if (!output.flush()) {
+            throw std::runtime_error(std::string("cannot write ") + outputPath);
         }
     } catch (std::exception const&) {
         std::remove(outputPath); // what was written so far is not the whole

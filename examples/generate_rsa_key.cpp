@@ -1,12 +1,13 @@
 // Generates an RSA key of 2048 bits and writes its halves as DER: the private one (PKCS #8, not encrypted) into a file
 // that only its owner may read, the public one (SubjectPublicKeyInfo) into a second file. Then loads both again, as a
 // later run of a program would.
+#include "Files.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
+#include <exception>
 #include <fstream>
 #include <stdexcept>
 
@@ -14,30 +15,18 @@ namespace {
 
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
-using std::filesystem::perms;
-
-void write(char const* path, ByteArray const& content, perms permissions) {
-    std::filesystem::remove(path);
-    std::ofstream file(path, std::ios::binary);
-    std::filesystem::permissions(path, permissions); // before the content is there
-    file.write(reinterpret_cast<char const*>(content.data()), static_cast<std::streamsize>(content.size()));
-    if (!file.flush()) {
-        throw std::runtime_error(std::string("cannot write ") + path);
-    }
-}
 
 void generate(char const* privatePath, char const* publicPath) {
     CryptoProvider const provider;
     auto const pair = provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
     ByteArray secret = pair->getPrivateKey()->getDER();
-    write(privatePath, secret, perms::owner_read | perms::owner_write);
-    std::fill(secret.begin(), secret.end(),
-              static_cast<unsigned char>(0)); // what is handed out is the caller's to wipe
-    write(publicPath, pair->getPublicKey()->getDER(),
-          perms::owner_read | perms::owner_write | perms::group_read | perms::others_read);
+    files::writeSecret(privatePath, secret);
+    // What is handed out is the caller's to wipe.
+    std::fill(secret.begin(), secret.end(), static_cast<unsigned char>(0));
+    files::write(publicPath, pair->getPublicKey()->getDER());
 
-    std::ifstream privateFile(privatePath, std::ios::binary);
-    std::ifstream publicFile(publicPath, std::ios::binary);
+    std::ifstream privateFile = files::open(privatePath);
+    std::ifstream publicFile = files::open(publicPath);
     auto const privateKey = provider.createRSA2048PrivateKey(privateFile, ""); // the file is not encrypted: no password
     auto const publicKey = provider.createRSA2048PublicKey(publicFile);
     if (privateKey->getModulus() != publicKey->getModulus()) {

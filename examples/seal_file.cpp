@@ -4,12 +4,16 @@
 //     seal_file key KEY            draws a new key into the file KEY
 //     seal_file seal KEY IN OUT
 //     seal_file open KEY IN OUT
-#include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
+#include "Files.h"
 
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <cstddef>
 #include <cstdio>
-#include <filesystem>
+#include <exception>
 #include <fstream>
+#include <istream>
+#include <ostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -26,14 +30,6 @@ constexpr std::size_t nonceSize = 12;
 
 CryptoProvider const provider;
 
-std::ifstream openInput(std::string const& path) {
-    std::ifstream input(path, std::ios::binary);
-    if (!input) {
-        throw std::runtime_error("cannot open " + path);
-    }
-    return input;
-}
-
 ByteArray read(std::istream& input, std::size_t size) {
     ByteArray bytes(size);
     if (!input.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size))) {
@@ -42,21 +38,8 @@ ByteArray read(std::istream& input, std::size_t size) {
     return bytes;
 }
 
-void write(std::ostream& output, ByteArray const& bytes) {
-    output.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
-void drawKey(std::string const& keyPath) {
-    std::ofstream output(keyPath, std::ios::binary);
-    std::filesystem::permissions(keyPath, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-    write(output, provider.createDefaultCryptoPRNG({})->generateRandomBytes(keySize));
-    if (!output.flush()) {
-        throw std::runtime_error("cannot write " + keyPath);
-    }
-}
-
 auto readKey(std::string const& path) {
-    std::ifstream input = openInput(path);
+    std::ifstream input = files::open(path);
     ByteArray bytes = read(input, keySize);
     auto key = provider.createAES256Key(bytes);
     bytes.assign(bytes.size(), 0); // the key object wipes its own copy
@@ -68,7 +51,7 @@ void seal(std::string const& keyPath, std::istream& input, std::ostream& output)
     ByteArray const nonce = provider.createDefaultCryptoPRNG({})->generateRandomBytes(nonceSize);
     auto const encryptor =
         provider.createAES256Encryptor(readKey(keyPath), nonce, AESMode::GCM, AESPaddingMode::NoPadding, nullptr);
-    write(output, nonce);
+    output.write(reinterpret_cast<char const*>(nonce.data()), static_cast<std::streamsize>(nonce.size()));
     encryptor->encrypt(input, output);
 }
 
@@ -82,21 +65,18 @@ void open(std::string const& keyPath, std::istream& input, std::ostream& output)
 int run(int count, char** arguments) {
     std::string const command = count > 1 ? arguments[1] : "";
     if (command == "key" && count == 3) {
-        drawKey(arguments[2]);
+        files::writeSecret(arguments[2], provider.createDefaultCryptoPRNG({})->generateRandomBytes(keySize));
         return 0;
     }
     if ((command != "seal" && command != "open") || count != 5) {
         std::fprintf(stderr, "usage: seal_file key KEY | seal KEY IN OUT | open KEY IN OUT\n");
         return 2;
     }
-    std::ifstream input = openInput(arguments[3]);
+    std::ifstream input = files::open(arguments[3]);
     std::ostringstream result; // so that a failure leaves no half-made file
     (command == "seal" ? seal : open)(arguments[2], input, result);
-    std::ofstream output(arguments[4], std::ios::binary);
-    output << result.str();
-    if (!output.flush()) {
-        throw std::runtime_error(std::string("cannot write ") + arguments[4]);
-    }
+    std::string const content = result.str();
+    files::write(arguments[4], ByteArray(content.begin(), content.end()));
     return 0;
 }
 
@@ -106,7 +86,7 @@ int main(int count, char** arguments) {
     try {
         return run(count, arguments);
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "seal_file: %s\n", error.what());
+        std::fprintf(stderr, "%s\n", error.what());
         return 1;
     }
 }

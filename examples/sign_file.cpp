@@ -5,16 +5,16 @@
 //
 // The openssl command does the same with
 //
-//     openssl dgst -sha256 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -sign private.pem FILE >SIGNATURE
-//     openssl dgst -sha256 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -verify public.pem -signature
-//     SIGNATURE FILE
+//     pss='-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32'
+//     openssl dgst -sha256 $pss -sign private.pem -out SIGNATURE FILE
+//     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
+#include "Files.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 
 namespace {
@@ -23,50 +23,29 @@ using namespace foundation::crypto;
 
 openssl::CryptoProvider const provider;
 
-std::ifstream open(char const* path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error(std::string("cannot open ") + path);
-    }
-    return file;
-}
-
-/// A file that breaks off in mid-read ends there as far as the library can see.
-void requireReadToItsEnd(std::ifstream const& file, char const* path) {
-    if (file.bad()) {
-        throw std::runtime_error(std::string("cannot read ") + path + " to its end");
-    }
-}
-
 int sign(char const* keyPath, char const* path, char const* signaturePath) {
-    std::ifstream keyFile = open(keyPath);
+    std::ifstream keyFile = files::open(keyPath);
     auto const key = provider.createRSA2048PrivateKey(keyFile, ""); // or the password that protects it
     auto const signer =
         provider.createRSA2048Signer(key, utils::RSAPaddingMode::PSS, provider.createDefaultCryptoPRNG({}));
 
-    std::ifstream file = open(path);
+    std::ifstream file = files::open(path);
     utils::ByteArray const signature = signer->sign(file, provider.createSHA256DigestEngine());
-    requireReadToItsEnd(file, path);
-
-    std::ofstream output(signaturePath, std::ios::binary);
-    output.write(reinterpret_cast<char const*>(signature.data()), static_cast<std::streamsize>(signature.size()));
-    if (!output.flush()) {
-        throw std::runtime_error(std::string("cannot write ") + signaturePath);
-    }
+    files::requireReadToItsEnd(file, path);
+    files::write(signaturePath, signature);
     return 0;
 }
 
 int verify(char const* keyPath, char const* path, char const* signaturePath) {
-    std::ifstream keyFile = open(keyPath);
+    std::ifstream keyFile = files::open(keyPath);
     auto const key = provider.createRSA2048PublicKey(keyFile);
     auto const verifier =
         provider.createRSA2048Verifier(key, utils::RSAPaddingMode::PSS, provider.createDefaultCryptoPRNG({}));
 
-    std::ifstream signatureFile = open(signaturePath);
-    utils::ByteArray const signature{std::istreambuf_iterator<char>(signatureFile), std::istreambuf_iterator<char>()};
-    std::ifstream file = open(path);
+    utils::ByteArray const signature = files::read(signaturePath);
+    std::ifstream file = files::open(path);
     bool const valid = verifier->verify(file, signature, provider.createSHA256DigestEngine()).isValid();
-    requireReadToItsEnd(file, path);
+    files::requireReadToItsEnd(file, path);
     std::printf("%s\n", valid ? "valid" : "NOT VALID");
     return valid ? 0 : 1;
 }

@@ -1,40 +1,33 @@
 // Signs a file with an RSA key that stays inside a hardware security module, and writes the signature into another
 // file:
 //
-//     sign_with_hsm /usr/lib/softhsm/libsofthsm2.so 'pkcs11:token=t;object=k;type=private?pin-source=/run/pin' FILE
-//     SIGNATURE openssl dgst -sha256 -verify public.pem -signature SIGNATURE -sigopt rsa_padding_mode:pss -sigopt
-//     rsa_pss_saltlen:32 FILE
+//     uri='pkcs11:token=t;object=k;type=private?pin-source=/run/pin'
+//     sign_with_hsm /usr/lib/softhsm/libsofthsm2.so "$uri" FILE SIGNATURE
+//
+// The openssl command checks it with the public key:
+//
+//     pss='-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32'
+//     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
+#include "Files.h"
+
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
 
 namespace {
 
 using namespace foundation::crypto;
 
-int sign(char const* module, char const* uri, char const* path, char const* signaturePath) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::fprintf(stderr, "cannot open %s\n", path);
-        return 1;
-    }
+void sign(char const* module, char const* uri, char const* path, char const* signaturePath) {
+    std::ifstream file = files::open(path);
     openssl::CryptoProvider const provider;
     // A program with several threads wraps the signer: see SerializedHSMSigner.h.
     auto const signer = provider.createHSMSigner(utils::HSMObject(module, uri), utils::RSAPaddingMode::PSS, nullptr);
     utils::ByteArray const signature = signer->sign(file, provider.createSHA256DigestEngine());
-    if (file.bad()) {
-        std::fprintf(stderr, "cannot read %s to its end\n", path);
-        return 1;
-    }
-    std::ofstream output(signaturePath, std::ios::binary);
-    output.write(reinterpret_cast<char const*>(signature.data()), static_cast<std::streamsize>(signature.size()));
-    if (!output.flush()) {
-        std::fprintf(stderr, "cannot write %s\n", signaturePath);
-        return 1;
-    }
-    return 0;
+    files::requireReadToItsEnd(file, path);
+    files::write(signaturePath, signature);
 }
 
 } // namespace
@@ -45,7 +38,8 @@ int main(int count, char** arguments) {
         return 2;
     }
     try {
-        return sign(arguments[1], arguments[2], arguments[3], arguments[4]);
+        sign(arguments[1], arguments[2], arguments[3], arguments[4]);
+        return 0;
     } catch (std::exception const& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -1,5 +1,6 @@
 // A tour of the library on real input: takes files and shows what the library does with each, checking every result a
 // second way. It ends with 1 when anything disagrees or a file cannot be read.
+#include "Files.h"
 #include "TemporaryToken.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -25,6 +26,7 @@
 namespace {
 
 using namespace foundation::crypto;
+using files::hex;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::AESMode;
@@ -34,16 +36,6 @@ using foundation::crypto::utils::Exception;
 using foundation::crypto::utils::RSAPaddingMode;
 
 CryptoProvider const provider;
-
-std::string hex(ByteArray const& bytes) {
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (unsigned char const byte : bytes) {
-        text += digits[byte >> 4U];
-        text += digits[byte & 0x0fU];
-    }
-    return text;
-}
 
 /// One file on its way through the library, and the page that tells about it.
 class Tour {
@@ -365,7 +357,7 @@ void showECCSignatures(Tour& tour) {
 std::optional<ByteArray> read(std::string const& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
-        std::fprintf(stderr, "tour: %s is a folder\n", path.c_str());
+        std::fprintf(stderr, "%s is a folder\n", path.c_str());
         return std::nullopt;
     }
     std::ifstream file(path, std::ios::binary);
@@ -374,7 +366,7 @@ std::optional<ByteArray> read(std::string const& path) {
         content.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
     if (!file) {
-        std::fprintf(stderr, "tour: cannot read %s\n", path.c_str());
+        std::fprintf(stderr, "cannot read %s\n", path.c_str());
         return std::nullopt;
     }
     return content;
@@ -415,7 +407,7 @@ int main(int count, char** arguments) {
         try {
             allRight = visit(path) && allRight;
         } catch (std::exception const& error) {
-            std::fprintf(stderr, "tour: %s: %s\n", path.c_str(), error.what());
+            std::fprintf(stderr, "%s: %s\n", path.c_str(), error.what());
             allRight = false;
         }
     }

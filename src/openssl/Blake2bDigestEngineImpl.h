@@ -42,8 +42,8 @@ private:
     std::size_t size_;
     Owned<EVP_MD_CTX> digestContext_; ///< Empty for a MAC.
     Owned<EVP_MAC_CTX> macContext_;   ///< Empty for a plain hash.
-    bool ready_ =
-        false; ///< Whether the context takes a message; else it is used up, missing, or was never initialised.
+    /// Whether the context takes a message; else it is used up, missing, or was never initialised.
+    bool ready_ = false;
 };
 
 extern template class Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>;
