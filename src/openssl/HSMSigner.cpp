@@ -8,10 +8,10 @@
 
 #include <openssl/rsa.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -48,21 +48,20 @@ OSSL_PROVIDERUPtr loadProvider(OSSL_LIB_CTX* library, HSMObject const& hsmObject
 EVP_PKEYUPtr loadKey(OSSL_LIB_CTX* library, std::string const& uri) {
     OSSL_STORE_CTXUPtr const store(
         OSSL_STORE_open_ex(uri.c_str(), library, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-    std::optional<EVP_PKEYUPtr> key;
+    std::vector<EVP_PKEYUPtr> keys;
     while (OSSL_STORE_INFO* const loaded = OSSL_STORE_load(store.get())) {
         OSSL_STORE_INFOUPtr const info(loaded);
         if (OSSL_STORE_INFO_get_type(info.get()) != OSSL_STORE_INFO_PKEY) {
             continue;
         }
-        if (key) {
+        if (!keys.empty()) {
             throw utils::InternalException("Error when more than one private key can be described by " + uri);
         }
-        key.emplace(OSSL_STORE_INFO_get1_PKEY(info.get()));
+        EVP_PKEYUPtr key(OSSL_STORE_INFO_get1_PKEY(info.get()));
+        keys.push_back(std::move(key));
     }
-    if (!key) {
-        throw utils::InternalException("Failed to load the reference to the key on HSM");
-    }
-    return std::move(*key);
+    require(!keys.empty(), "Failed to load the reference to the key on HSM");
+    return std::move(keys.front());
 }
 
 KeyInModule findKey(OSSL_LIB_CTX* library, HSMObject const& hsmObject) {
