@@ -57,7 +57,8 @@ EVP_PKEYUPtr loadKey(OSSL_LIB_CTX* library, std::string const& uri) {
         if (!keys.empty()) {
             throw utils::InternalException("Error when more than one private key can be described by " + uri);
         }
-        keys.push_back(EVP_PKEYUPtr(OSSL_STORE_INFO_get1_PKEY(info.get())));
+        EVP_PKEYUPtr key(OSSL_STORE_INFO_get1_PKEY(info.get()));
+        keys.push_back(std::move(key));
     }
     require(!keys.empty(), "Failed to load the reference to the key on HSM");
     return std::move(keys.front());

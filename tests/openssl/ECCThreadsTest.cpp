@@ -13,7 +13,7 @@ namespace {
 
 using namespace support;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZRFL_EMULATED)
 constexpr int rounds = 100;
 #else
 constexpr int rounds = 1000;

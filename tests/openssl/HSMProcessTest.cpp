@@ -45,6 +45,12 @@ using utils::RSAPaddingMode;
 
 CryptoProvider const provider;
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZRFL_EMULATED)
+constexpr bool instrumented = true; // slower, and the process has memory that is not the program's
+#else
+constexpr bool instrumented = false;
+#endif
+
 std::shared_ptr<IHSMSigner> signerOf(std::string const& module, std::string const& uri) {
     return provider.createHSMSigner(HSMObject(module, uri), RSAPaddingMode::PSS, nullptr);
 }
@@ -114,12 +120,6 @@ TEST_F(HSMSessions, TryAWrongPINThreeTimesInEachCall) {
 
 // Endurance
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZRFL_EMULATED)
-constexpr bool instrumented = true; // slower, and the process has memory that is not the program's
-#else
-constexpr bool instrumented = false;
-#endif
-
 /// The number of slots that libcrypto's users have reserved in objects of this class so far; asking takes one more.
 int slotsOf(int objectClass) {
     return CRYPTO_get_ex_new_index(objectClass, 0, nullptr, nullptr, nullptr, nullptr);
@@ -179,11 +179,12 @@ protected:
 
 TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     char const* const wanted = std::getenv("ZRFL_HSM_SIGNATURES");
-    int const signatures = wanted != nullptr ? std::atoi(wanted) : (instrumented ? 300 : 1000);
+    int const signatures = wanted != nullptr ? std::atoi(wanted) : (instrumented ? 100 : 1000);
     SpyModule const spy(token);
     auto const signer = signerOf(SpyModule::path(), Token::uri("rsa2048"));
     auto const engine = provider.createSHA256DigestEngine();
-    for (int warmUp = 0; warmUp < 100; ++warmUp) {
+    int const warmUp = instrumented ? 10 : 100;
+    for (int signature = 0; signature < warmUp; ++signature) {
         signer->sign(ByteArray(), engine);
     }
 
@@ -208,9 +209,9 @@ TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     for (std::string const& call : spy.calls()) {
         ++calls[call];
     }
-    EXPECT_EQ(calls["C_OpenSession"], signatures + 100);
-    EXPECT_EQ(calls["C_Login"], signatures + 100);
-    EXPECT_EQ(calls["C_Finalize"], signatures + 100);
+    EXPECT_EQ(calls["C_OpenSession"], signatures + warmUp);
+    EXPECT_EQ(calls["C_Login"], signatures + warmUp);
+    EXPECT_EQ(calls["C_Finalize"], signatures + warmUp);
 
     EXPECT_EQ(end.files, start.files);
     // The provider module reserves one in each of these two classes whenever it is loaded, and libcrypto has no way of
@@ -254,7 +255,7 @@ protected:
 
 TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
     int const threads = 6;
-    int const rounds = 50;
+    int const rounds = instrumented ? 10 : 50;
     std::vector<std::string> const before = token.files();
     std::vector<std::string> const keys{"rsa2048", "rsa3072", "certified"};
     std::vector<std::shared_ptr<IHSMSigner>> signers; // two threads share each; all share the module
