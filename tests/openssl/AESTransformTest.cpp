@@ -1,5 +1,6 @@
 #include "support/AES.h"
 #include "support/Bytes.h"
+#include "support/PRNG.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
@@ -242,16 +243,6 @@ TEST(AESVectors, ThatAreMissingAreDrawn) {
 }
 
 TEST(AESVectors, ThatAreMissingNeedAGenerator) {
-    class ForeignPRNG : public ICryptoPRNG {
-        unsigned char generateRandomByte() override { return 4; }
-
-        ByteArray generateRandomBytes(std::size_t size) override { return ByteArray(size, 4); }
-
-        bool isSeeded() const override { return false; }
-
-        std::string getPRNGName() const override { return "foreign"; }
-    };
-
     for (std::shared_ptr<ICryptoPRNG> const& prng :
          {std::shared_ptr<ICryptoPRNG>(), std::shared_ptr<ICryptoPRNG>(std::make_shared<ForeignPRNG>())}) {
         for (NamedAESMode const& mode : aesModes()) {

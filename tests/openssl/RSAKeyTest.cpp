@@ -1,5 +1,6 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/PRNG.h"
 #include "support/RSAKeys.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
@@ -26,7 +27,6 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::interfaces::ICryptoPRNG;
 using foundation::crypto::interfaces::KeySignatureMethod;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
@@ -46,18 +46,6 @@ std::string wrongSize(std::string const& kind, unsigned long found, unsigned lon
     return "The input data corresponds to a " + kind + " key of size " + std::to_string(found) +
            " instead of the expected size " + std::to_string(expected);
 }
-
-/// A host's own generator, which has nothing to give.
-class EmptyPRNG : public ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { throw std::logic_error("drawn from"); }
-
-    ByteArray generateRandomBytes(std::size_t /*size*/) override { throw std::logic_error("drawn from"); }
-
-    bool isSeeded() const override { throw std::logic_error("asked"); }
-
-    std::string getPRNGName() const override { throw std::logic_error("asked"); }
-};
 
 ByteArray joined(std::initializer_list<ByteArray> parts) {
     ByteArray whole;
@@ -398,7 +386,7 @@ template <class OfSize> class RSAKeyPair : public testing::Test {};
 TYPED_TEST_SUITE(RSAKeyPair, Sizes, SizeNames);
 
 TYPED_TEST(RSAKeyPair, HoldsTwoHalvesOfOneKey) {
-    auto const pair = TypeParam::generateKeyPair(std::make_shared<EmptyPRNG>());
+    auto const pair = TypeParam::generateKeyPair(std::make_shared<ForeignPRNG>());
     auto const privateKey = pair->getPrivateKey();
     auto const publicKey = pair->getPublicKey();
     EXPECT_EQ(privateKey->getKeySize(), TypeParam::size);
@@ -428,7 +416,7 @@ TYPED_TEST(RSAKeyPair, NeedsAPRNG) {
 }
 
 TEST(RSAKeyPairs, KeepTheirPRNGAndAreOutlivedByTheirKeys) {
-    auto const prng = std::make_shared<EmptyPRNG>();
+    auto const prng = std::make_shared<ForeignPRNG>();
     auto pair = provider.generateRSA1024KeyPair(prng);
     EXPECT_EQ(prng.use_count(), 2);
     auto const privateKey = pair->getPrivateKey();
@@ -670,7 +658,7 @@ TEST(RSAKeyErrorQueue, IsAsItWasAfterEverySuccess) {
     auto const privateKey = provider.createRSA1024PrivateKey(readRSAKey(1024, "private.der"));
     auto const publicKey = provider.createRSA1024PublicKey(readRSAKey(1024, "public.der"));
     std::vector<std::function<void()>> operations{
-        [] { provider.generateRSA1024KeyPair(std::make_shared<EmptyPRNG>()); },
+        [] { provider.generateRSA1024KeyPair(std::make_shared<ForeignPRNG>()); },
         [&] { provider.createRSA1024PrivateKey(numbers.bytes("n"), numbers.bytes("d"), numbers.bytes("e")); },
         [&] { provider.createRSA1024PublicKey(numbers.bytes("n"), numbers.bytes("e")); },
         [&] { privateKey->getDER(); },

@@ -1,10 +1,11 @@
 #ifndef ZRFL_TESTS_SUPPORT_RSA_H
 #define ZRFL_TESTS_SUPPORT_RSA_H
 
+#include "Engines.h"
+#include "PRNG.h"
 #include "RSAKeys.h"
 #include "Vectors.h"
 
-#include <foundation/crypto/interfaces/IDigestEngine.h>
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <functional>
@@ -16,14 +17,12 @@
 namespace support {
 
 using foundation::crypto::interfaces::ICryptoPRNG;
-using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::interfaces::IRSADecryptor;
 using foundation::crypto::interfaces::IRSAEncryptor;
 using foundation::crypto::interfaces::IRSAPrivateKey;
 using foundation::crypto::interfaces::IRSAPublicKey;
 using foundation::crypto::interfaces::IRSASigner;
 using foundation::crypto::interfaces::IRSAVerifier;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::RSAKeySize;
 using foundation::crypto::utils::RSAPaddingMode;
 
@@ -76,51 +75,6 @@ public:
 
     ByteArray getPublicExponent() const override { return {}; }
 };
-
-/// A host's own generator.
-class ForeignPRNG : public ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { return 0; }
-
-    ByteArray generateRandomBytes(std::size_t size) override { return ByteArray(size); }
-
-    bool isSeeded() const override { return true; }
-
-    std::string getPRNGName() const override { return "foreign"; }
-};
-
-/// A host's own digest engine, which only answers for its name, however `answer` does.
-class NamedEngine : public IDigestEngine {
-public:
-    explicit NamedEngine(std::function<std::string()> answer) : answer_(std::move(answer)) {}
-
-    explicit NamedEngine(std::string const& name) : answer_([name] { return name; }) {}
-
-    ByteArray computeDigest(ByteArray const& /*data*/) override { throw std::logic_error("asked to compute"); }
-
-    ByteArray computeDigest(std::istream& /*input*/) override { throw std::logic_error("asked to compute"); }
-
-    void update(ByteArray const& /*data*/) override { throw std::logic_error("asked to compute"); }
-
-    void update(unsigned char const* /*data*/, std::size_t /*size*/) override {
-        throw std::logic_error("asked to compute");
-    }
-
-    ByteArray finalize() override { throw std::logic_error("asked to compute"); }
-
-    std::string getDigestName() const override { throw std::logic_error("asked for another name"); }
-
-    std::string getDigestNameForEVP_MD() const override { return answer_(); }
-
-    std::size_t getDigestSize() const override { throw std::logic_error("asked for a size"); }
-
-private:
-    std::function<std::string()> answer_;
-};
-
-inline std::shared_ptr<IDigestEngine> engineNamed(std::string const& name) {
-    return std::make_shared<NamedEngine>(name);
-}
 
 /// One RSA key and what a host makes with it, with the same type for every size.
 struct RSAKeyUser {
