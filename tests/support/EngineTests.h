@@ -19,7 +19,7 @@
 #include <thread>
 #include <vector>
 
-/// What is asked of every keyed or sized digest engine, seen as a host sees it. A test program instantiates the suite
+/// What is asked of every digest engine, seen as a host sees it. A test program instantiates the suite
 /// `Engines` for the engines of its family.
 namespace support {
 
