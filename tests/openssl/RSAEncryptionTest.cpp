@@ -641,7 +641,7 @@ TEST_P(RSADecryptionVectors, GiveTheirPlainTextFromBytesAndFromStreams) {
         auto const user = users.try_emplace(vector.word("pkcs8"), makeRSAKeyUser(vector)).first->second;
         auto const decryptor = user.decryptor(paddingsByName.at(vector.word("pad")));
         ByteArray const cipherText = vector.bytes("ct");
-        std::string const expect = vector.word(vector.has("expect") ? "expect" : "result");
+        std::string const expect = vector.expected();
         if (expect == "invalid") {
             EXPECT_THROWS(InternalException, notDecrypted, decryptor->decrypt(cipherText));
             if (cipherText.empty()) { // no block at all
