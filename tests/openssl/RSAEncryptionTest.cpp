@@ -72,20 +72,8 @@ std::string describe(int bits, RSAPaddingMode padding) {
 
 // Construction
 
-template <class Factory> class RSAEncryptionObjects : public testing::Test {
-protected:
-    using Size = RSAKeySize<Factory::bits>;
-
-    typename Factory::PrivateKey privateKey =
-        RSAKeys<Factory::bits>::createPrivateKey(readRSAKey(Factory::bits, "private.der"));
-    typename Factory::PublicKey publicKey =
-        RSAKeys<Factory::bits>::createPublicKey(readRSAKey(Factory::bits, "public.der"));
-    std::shared_ptr<ICryptoPRNG> prng = provider.createDefaultCryptoPRNG({});
-    std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
-};
-
-using RSAFactories = testing::Types<RSAFactory<1024>, RSAFactory<2048>, RSAFactory<4096>>;
-TYPED_TEST_SUITE(RSAEncryptionObjects, RSAFactories);
+template <class OfSize> using RSAEncryptionObjects = RSAObjects<OfSize>;
+TYPED_TEST_SUITE(RSAEncryptionObjects, RSASizes, RSASizeNames);
 
 TYPED_TEST(RSAEncryptionObjects, TellTheirKeySize) {
     EXPECT_EQ(TypeParam::encryptor(this->publicKey, oaep1, this->prng)->getKeySize(), TypeParam::bits);

@@ -74,7 +74,7 @@ std::vector<std::string> const publicForms{"public.pem", "public.der", "traditio
 
 template <class OfSize> class RSAKey : public testing::Test {
 protected:
-    static constexpr unsigned long bits = OfSize::size;
+    static constexpr unsigned long bits = OfSize::bits;
 
     Vector numbers = numbersOf(bits);
     ByteArray n = numbers.bytes("n");
@@ -112,13 +112,7 @@ protected:
     }
 };
 
-using Sizes = testing::Types<RSAKeys<1024>, RSAKeys<2048>, RSAKeys<4096>>;
-
-struct SizeNames {
-    template <class OfSize> static std::string GetName(int /*index*/) { return std::to_string(OfSize::size); }
-};
-
-TYPED_TEST_SUITE(RSAKey, Sizes, SizeNames);
+TYPED_TEST_SUITE(RSAKey, RSASizes, RSASizeNames);
 
 // Loading and exporting
 
@@ -155,7 +149,7 @@ TYPED_TEST(RSAKey, IsMadeFromItsNumbers) {
     this->expectPublic(publicKey);
 
     auto const privateKey = TypeParam::createPrivateKey(this->n, this->d, this->e);
-    EXPECT_EQ(privateKey->getKeySize(), TypeParam::size);
+    EXPECT_EQ(privateKey->getKeySize(), TypeParam::bits);
     EXPECT_EQ(privateKey->getModulus(), this->n);
     EXPECT_EQ(privateKey->getPrivateExponent(), this->d);
     EXPECT_THROWS(InternalException, noPrivateDER, privateKey->getDER()); // no CRT factors to write
@@ -186,21 +180,21 @@ TYPED_TEST(RSAKey, ChecksNothingButTheSizeOfItsNumbers) {
     EXPECT_EQ(TypeParam::createPublicKey(this->n, ByteArray())->getPublicExponent(), ByteArray());
 
     for (ByteArray const& nothing : {ByteArray(), ByteArray(1), ByteArray(600)}) {
-        EXPECT_THROWS(Exception, wrongSize("private", 0, TypeParam::size),
+        EXPECT_THROWS(Exception, wrongSize("private", 0, TypeParam::bits),
                       TypeParam::createPrivateKey(nothing, nothing, this->e));
-        EXPECT_THROWS(Exception, wrongSize("public", 0, TypeParam::size), TypeParam::createPublicKey(nothing, this->e));
+        EXPECT_THROWS(Exception, wrongSize("public", 0, TypeParam::bits), TypeParam::createPublicKey(nothing, this->e));
         EXPECT_THROWS(InternalException, notGenerated, TypeParam::createPrivateKey(nothing, this->d, this->e));
     }
     ByteArray shorter = this->n;
     shorter.front() = 0x7f;
-    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::size - 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::bits - 1, TypeParam::bits),
                   TypeParam::createPrivateKey(shorter, this->d, this->e));
-    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::size - 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::bits - 1, TypeParam::bits),
                   TypeParam::createPublicKey(shorter, this->e));
     ByteArray const longer = joined({ByteArray{1}, this->n});
-    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::size + 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::bits + 1, TypeParam::bits),
                   TypeParam::createPrivateKey(longer, this->d, this->e));
-    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::size + 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::bits + 1, TypeParam::bits),
                   TypeParam::createPublicKey(longer, this->e));
     EXPECT_NO_THROW(TypeParam::createPrivateKey(this->n, this->d, longer));
     EXPECT_NO_THROW(TypeParam::createPublicKey(this->n, longer));
@@ -210,13 +204,13 @@ TYPED_TEST(RSAKey, ChecksNothingButTheSizeOfItsNumbers) {
 
 TYPED_TEST(RSAKey, OfAnotherSizeIsRefused) {
     for (unsigned long const other : {1024UL, 2048UL, 4096UL}) {
-        if (other == TypeParam::size) {
+        if (other == TypeParam::bits) {
             continue;
         }
         SCOPED_TRACE(other);
         Vector const others = numbersOf(other);
-        std::string const privateText = wrongSize("private", other, TypeParam::size);
-        std::string const publicText = wrongSize("public", other, TypeParam::size);
+        std::string const privateText = wrongSize("private", other, TypeParam::bits);
+        std::string const publicText = wrongSize("public", other, TypeParam::bits);
         for (std::string const& form : plainPrivateForms) {
             EXPECT_THROWS(Exception, privateText, this->loadPrivate(readRSAKey(other, form)));
             EXPECT_THROWS(Exception, privateText, this->loadPrivate(readRSAKey(other, form), ""));
@@ -383,16 +377,16 @@ TEST(RSAKeyKind, ShowsInTheSizeOtherwise) {
 
 template <class OfSize> class RSAKeyPair : public testing::Test {};
 
-TYPED_TEST_SUITE(RSAKeyPair, Sizes, SizeNames);
+TYPED_TEST_SUITE(RSAKeyPair, RSASizes, RSASizeNames);
 
 TYPED_TEST(RSAKeyPair, HoldsTwoHalvesOfOneKey) {
     auto const pair = TypeParam::generateKeyPair(std::make_shared<ForeignPRNG>());
     auto const privateKey = pair->getPrivateKey();
     auto const publicKey = pair->getPublicKey();
-    EXPECT_EQ(privateKey->getKeySize(), TypeParam::size);
-    EXPECT_EQ(publicKey->getKeySize(), TypeParam::size);
+    EXPECT_EQ(privateKey->getKeySize(), TypeParam::bits);
+    EXPECT_EQ(publicKey->getKeySize(), TypeParam::bits);
     EXPECT_EQ(privateKey->getModulus(), publicKey->getModulus());
-    EXPECT_EQ(privateKey->getModulus().size(), TypeParam::size / 8);
+    EXPECT_EQ(privateKey->getModulus().size(), TypeParam::bits / 8);
     EXPECT_EQ(hex(publicKey->getPublicExponent()), "010001");
     EXPECT_EQ(TypeParam::createPrivateKey(privateKey->getDER())->getDER(), privateKey->getDER());
     EXPECT_EQ(TypeParam::createPublicKey(publicKey->getDER())->getDER(), publicKey->getDER());

@@ -81,20 +81,8 @@ bool hasSaltOf(int saltLength, ByteArray const& spki, ByteArray const& message, 
 
 // Construction
 
-template <class Factory> class RSASignatureObjects : public testing::Test {
-protected:
-    using Size = RSAKeySize<Factory::bits>;
-
-    typename Factory::PrivateKey privateKey =
-        RSAKeys<Factory::bits>::createPrivateKey(readRSAKey(Factory::bits, "private.der"));
-    typename Factory::PublicKey publicKey =
-        RSAKeys<Factory::bits>::createPublicKey(readRSAKey(Factory::bits, "public.der"));
-    std::shared_ptr<ICryptoPRNG> prng = provider.createDefaultCryptoPRNG({});
-    std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
-};
-
-using RSAFactories = testing::Types<RSAFactory<1024>, RSAFactory<2048>, RSAFactory<4096>>;
-TYPED_TEST_SUITE(RSASignatureObjects, RSAFactories);
+template <class OfSize> using RSASignatureObjects = RSAObjects<OfSize>;
+TYPED_TEST_SUITE(RSASignatureObjects, RSASizes, RSASizeNames);
 
 TYPED_TEST(RSASignatureObjects, TellTheirKeySize) {
     EXPECT_EQ(TypeParam::signer(this->privateKey, pss, this->prng)->getKeySize(), TypeParam::bits);
