@@ -1,16 +1,14 @@
 #include "support/Bytes.h"
 #include "support/Engines.h"
+#include "support/PEM.h"
 #include "support/PRNG.h"
+#include "support/PSS.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 #include "support/Token.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
-
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/rsa.h>
 
 #include <gtest/gtest.h>
 
@@ -44,20 +42,9 @@ std::shared_ptr<IDigestEngine> sha256() {
     return provider.createSHA256DigestEngine();
 }
 
-/// Whether libcrypto, left to itself, takes `signature` for one of `message` with a salt of exactly this many bytes.
 bool verifies(ByteArray const& publicKey, std::string const& digest, int saltSize, ByteArray const& message,
               ByteArray const& signature) {
-    std::unique_ptr<BIO, decltype(&BIO_free_all)> const bio(
-        BIO_new_mem_buf(publicKey.data(), static_cast<int>(publicKey.size())), &BIO_free_all);
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> const key(
-        PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, nullptr), &EVP_PKEY_free);
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-    EVP_PKEY_CTX* keyContext = nullptr;
-    EXPECT_EQ(EVP_DigestVerifyInit_ex(context.get(), &keyContext, digest.c_str(), nullptr, nullptr, key.get(), nullptr),
-              1);
-    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING), 1);
-    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltSize), 1);
-    return EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
+    return isPSSWithSalt(saltSize, readPublic(text(publicKey)).get(), digest, message, signature);
 }
 
 class HSMSigner : public testing::Test {

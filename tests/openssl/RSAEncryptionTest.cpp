@@ -3,6 +3,7 @@
 #include "support/Mutations.h"
 #include "support/RSA.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -20,7 +21,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -596,21 +596,15 @@ TEST(RSAEncryptionThreads, ShareOneEncryptorAndOneDecryptor) {
         auto const encryptor = user.encryptor(padding);
         auto const decryptor = user.decryptor(padding);
         std::vector<int> equal(4);
-        std::vector<std::thread> threads;
-        for (std::size_t thread = 0; thread < equal.size(); ++thread) {
-            threads.emplace_back([&, thread] {
-                ByteArray const message = pseudoRandomBytes(100, thread);
-                for (int round = 0; round < 10; ++round) {
-                    equal[thread] += decryptor->decrypt(encryptor->encrypt(message)) == message ? 1 : 0;
-                    std::string const longMessage = text(pseudoRandomBytes(300, thread));
-                    equal[thread] +=
-                        decryptStream(*decryptor, encryptStream(*encryptor, longMessage)) == longMessage ? 1 : 0;
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        onThreads(equal.size(), [&](std::size_t thread) {
+            ByteArray const message = pseudoRandomBytes(100, thread);
+            for (int round = 0; round < 10; ++round) {
+                equal[thread] += decryptor->decrypt(encryptor->encrypt(message)) == message ? 1 : 0;
+                std::string const longMessage = text(pseudoRandomBytes(300, thread));
+                equal[thread] +=
+                    decryptStream(*decryptor, encryptStream(*encryptor, longMessage)) == longMessage ? 1 : 0;
+            }
+        });
         EXPECT_EQ(equal, std::vector<int>(4, 20));
     }
 }

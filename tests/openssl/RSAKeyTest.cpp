@@ -3,6 +3,7 @@
 #include "support/PRNG.h"
 #include "support/RSAKeys.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -21,7 +22,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -697,38 +697,26 @@ TEST(RSAKeyThreads, ExportOneKeyAlike) {
     ByteArray const d = privateKey->getPrivateExponent();
     ByteArray const e = publicKey->getPublicExponent();
     std::vector<int> wrong(4);
-    std::vector<std::thread> threads;
-    for (int& count : wrong) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 100; ++round) {
-                bool const right = privateKey->getDER() == readRSAKey(2048, "private.der") &&
-                                   publicKey->getDER() == readRSAKey(2048, "public.der") &&
-                                   privateKey->getModulus() == n && publicKey->getModulus() == n &&
-                                   privateKey->getPrivateExponent() == d && publicKey->getPublicExponent() == e;
-                count += right ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(wrong.size(), [&](std::size_t thread) {
+        for (int round = 0; round < 100; ++round) {
+            bool const right = privateKey->getDER() == readRSAKey(2048, "private.der") &&
+                               publicKey->getDER() == readRSAKey(2048, "public.der") && privateKey->getModulus() == n &&
+                               publicKey->getModulus() == n && privateKey->getPrivateExponent() == d &&
+                               publicKey->getPublicExponent() == e;
+            wrong[thread] += right ? 0 : 1;
+        }
+    });
     EXPECT_EQ(wrong, std::vector<int>(4));
 }
 
 TEST(RSAKeyThreads, LoadAtTheSameTime) {
     std::vector<ByteArray> found(4);
-    std::vector<std::thread> threads;
-    for (ByteArray& der : found) {
-        threads.emplace_back([&der] {
-            for (int round = 0; round < 20; ++round) {
-                std::istringstream stream = streamOf(readRSAKey(1024, "traditional.der"));
-                der = provider.createRSA1024PrivateKey(stream, "")->getDER();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(found.size(), [&](std::size_t thread) {
+        for (int round = 0; round < 20; ++round) {
+            std::istringstream stream = streamOf(readRSAKey(1024, "traditional.der"));
+            found[thread] = provider.createRSA1024PrivateKey(stream, "")->getDER();
+        }
+    });
     EXPECT_EQ(found, std::vector<ByteArray>(4, readRSAKey(1024, "private.der")));
 }
 

@@ -1,8 +1,11 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/Mutations.h"
+#include "support/PEM.h"
+#include "support/PSS.h"
 #include "support/RSA.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -20,7 +23,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -60,23 +62,6 @@ ByteArray sign(IRSASigner const& signer, ByteArray const& message, std::string c
 bool verify(IRSAVerifier const& verifier, ByteArray const& message, ByteArray const& signature,
             std::string const& hash = "sha256") {
     return verifier.verify(message, signature, engineNamed(hash)).isValid();
-}
-
-/// Whether libcrypto by itself finds `signature` to be PSS with a salt of exactly `saltLength` bytes.
-bool hasSaltOf(int saltLength, ByteArray const& spki, ByteArray const& message, ByteArray const& signature,
-               std::string const& hash) {
-    unsigned char const* start = spki.data();
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> const key(
-        d2i_PUBKEY(nullptr, &start, static_cast<long>(spki.size())), EVP_PKEY_free);
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    EVP_PKEY_CTX* keyContext = nullptr;
-    bool const valid =
-        EVP_DigestVerifyInit_ex(context.get(), &keyContext, hash.c_str(), nullptr, nullptr, key.get(), nullptr) == 1 &&
-        EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1 &&
-        EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltLength) == 1 &&
-        EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
-    ERR_clear_error();
-    return valid;
 }
 
 // Construction
@@ -362,14 +347,14 @@ std::vector<SaltCase> const saltCases{
 
 TEST(RSASignaturePaddings, GivePSSItsSalt) {
     RSAKeyUser const& user = rsaTestKeyUser(2048);
-    ByteArray const spki = readRSAKey(2048, "public.der");
+    RawKey const key = readPublic(text(readRSAKey(2048, "public.pem")));
     ByteArray const message = bytes("message");
     for (SaltCase const& row : saltCases) {
         SCOPED_TRACE(std::to_string(row.padding) + " " + row.hash);
         RSAPaddingMode const padding = rsaPadding(row.padding);
         ByteArray const signature = user.signer(padding)->sign(message, hostEngine(row.hash));
-        EXPECT_TRUE(hasSaltOf(row.length, spki, message, signature, row.hash));
-        EXPECT_FALSE(hasSaltOf(row.length - 1, spki, message, signature, row.hash));
+        EXPECT_TRUE(isPSSWithSalt(row.length, key.get(), row.hash, message, signature));
+        EXPECT_FALSE(isPSSWithSalt(row.length - 1, key.get(), row.hash, message, signature));
         EXPECT_TRUE(user.verifier(padding)->verify(message, signature, hostEngine(row.hash)).isValid());
         // A verifier that reads the length from the signature takes them all.
         EXPECT_TRUE(user.verifier(unknown)->verify(message, signature, hostEngine(row.hash)).isValid());
@@ -525,20 +510,14 @@ TEST(RSASignatureThreads, ShareOneSignerAndOneVerifier) {
         auto const signer = user.signer(padding);
         auto const verifier = user.verifier(padding);
         std::vector<int> valid(4);
-        std::vector<std::thread> threads;
-        for (std::size_t thread = 0; thread < valid.size(); ++thread) {
-            threads.emplace_back([&, thread] {
-                ByteArray const message = pseudoRandomBytes(100, thread);
-                for (int round = 0; round < 20; ++round) {
-                    std::istringstream stream(text(message));
-                    valid[thread] += verify(*verifier, message, signer->sign(stream, engineNamed("sha256"))) ? 1 : 0;
-                    valid[thread] += verify(*verifier, bytes("another"), sign(*signer, message)) ? 1000 : 0;
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        onThreads(valid.size(), [&](std::size_t thread) {
+            ByteArray const message = pseudoRandomBytes(100, thread);
+            for (int round = 0; round < 20; ++round) {
+                std::istringstream stream(text(message));
+                valid[thread] += verify(*verifier, message, signer->sign(stream, engineNamed("sha256"))) ? 1 : 0;
+                valid[thread] += verify(*verifier, bytes("another"), sign(*signer, message)) ? 1000 : 0;
+            }
+        });
         EXPECT_EQ(valid, std::vector<int>(4, 20));
     }
 }
