@@ -83,7 +83,7 @@ template <class Interface> void expectInterface(std::size_t slots) {
 // Position, operation, and the operation's type without its class (last, since it may hold commas).
 #define EXPECT_SLOT(slot, operation, ...) EXPECT_EQ((slotOf<__VA_ARGS__>(&operation)), std::size_t{slot})
 
-TEST(VirtualSlots, OfTheDigestEngine) {
+TEST(VirtualSlots, OfTheDigestEngineAreKept) {
     expectInterface<IDigestEngine>(10);
     EXPECT_SLOT(2, IDigestEngine::computeDigest, ByteArray(ByteArray const&));
     EXPECT_SLOT(3, IDigestEngine::computeDigest, ByteArray(std::istream&));
@@ -95,7 +95,7 @@ TEST(VirtualSlots, OfTheDigestEngine) {
     EXPECT_SLOT(9, IDigestEngine::getDigestSize, std::size_t() const);
 }
 
-TEST(VirtualSlots, OfTheRandomGenerator) {
+TEST(VirtualSlots, OfTheRandomGeneratorAreKept) {
     expectInterface<ICryptoPRNG>(6);
     EXPECT_SLOT(2, ICryptoPRNG::generateRandomByte, unsigned char());
     EXPECT_SLOT(3, ICryptoPRNG::generateRandomBytes, ByteArray(std::size_t));
@@ -109,13 +109,13 @@ template <class KeySize> class AESSlots : public testing::Test {};
 
 TYPED_TEST_SUITE(AESSlots, AESSizes);
 
-TYPED_TEST(AESSlots, OfTheKey) {
+TYPED_TEST(AESSlots, OfTheKeyAreKept) {
     expectInterface<IAESKey<TypeParam>>(4);
     EXPECT_SLOT(2, IAESKey<TypeParam>::getKeySize, unsigned long() const);
     EXPECT_SLOT(3, IAESKey<TypeParam>::getKeyBytes, ByteArray() const);
 }
 
-TEST(VirtualSlots, OfTheAESTransforms) {
+TEST(VirtualSlots, OfTheAESTransformsAreKept) {
     expectInterface<IAESEncryptor>(5);
     EXPECT_SLOT(2, IAESEncryptor::encrypt, ByteArray(ByteArray const&) const);
     EXPECT_SLOT(3, IAESEncryptor::encrypt, std::ostream & (std::istream&, std::ostream&) const);
@@ -133,13 +133,13 @@ template <class KeySize> class RSASlots : public testing::Test {};
 
 TYPED_TEST_SUITE(RSASlots, RSASizes);
 
-TYPED_TEST(RSASlots, OfTheKeyPair) {
+TYPED_TEST(RSASlots, OfTheKeyPairAreKept) {
     expectInterface<IRSAKeyPair<TypeParam>>(4);
     EXPECT_SLOT(2, IRSAKeyPair<TypeParam>::getPublicKey, Shared<IRSAPublicKey<TypeParam>>() const);
     EXPECT_SLOT(3, IRSAKeyPair<TypeParam>::getPrivateKey, Shared<IRSAPrivateKey<TypeParam>>() const);
 }
 
-TYPED_TEST(RSASlots, OfThePrivateKey) {
+TYPED_TEST(RSASlots, OfThePrivateKeyAreKept) {
     expectInterface<IRSAPrivateKey<TypeParam>>(6);
     EXPECT_SLOT(2, IRSAPrivateKey<TypeParam>::getKeySize, unsigned long() const);
     EXPECT_SLOT(3, IRSAPrivateKey<TypeParam>::getDER, ByteArray() const);
@@ -147,7 +147,7 @@ TYPED_TEST(RSASlots, OfThePrivateKey) {
     EXPECT_SLOT(5, IRSAPrivateKey<TypeParam>::getPrivateExponent, ByteArray() const);
 }
 
-TYPED_TEST(RSASlots, OfThePublicKey) {
+TYPED_TEST(RSASlots, OfThePublicKeyAreKept) {
     expectInterface<IRSAPublicKey<TypeParam>>(6);
     EXPECT_SLOT(2, IRSAPublicKey<TypeParam>::getKeySize, unsigned long() const);
     EXPECT_SLOT(3, IRSAPublicKey<TypeParam>::getDER, ByteArray() const);
@@ -155,7 +155,7 @@ TYPED_TEST(RSASlots, OfThePublicKey) {
     EXPECT_SLOT(5, IRSAPublicKey<TypeParam>::getPublicExponent, ByteArray() const);
 }
 
-TEST(VirtualSlots, OfRSAEncryption) {
+TEST(VirtualSlots, OfRSAEncryptionAreKept) {
     expectInterface<IRSAEncryptor>(5);
     EXPECT_SLOT(2, IRSAEncryptor::encrypt, ByteArray(ByteArray const&) const);
     EXPECT_SLOT(3, IRSAEncryptor::encrypt, std::ostream & (std::istream&, std::ostream&) const);
@@ -167,7 +167,7 @@ TEST(VirtualSlots, OfRSAEncryption) {
     EXPECT_SLOT(4, IRSADecryptor::getKeySize, unsigned long() const);
 }
 
-TEST(VirtualSlots, OfRSASignatures) {
+TEST(VirtualSlots, OfRSASignaturesAreKept) {
     expectInterface<IRSASigner>(5);
     EXPECT_SLOT(2, IRSASigner::sign, ByteArray(ByteArray const&, Engine) const);
     EXPECT_SLOT(3, IRSASigner::sign, ByteArray(std::istream&, Engine) const);
@@ -186,28 +186,28 @@ template <class Curve> class ECCSlots : public testing::Test {};
 
 TYPED_TEST_SUITE(ECCSlots, Curves);
 
-TYPED_TEST(ECCSlots, OfTheKeyPair) {
+TYPED_TEST(ECCSlots, OfTheKeyPairAreKept) {
     constexpr auto C = TypeParam::value;
     expectInterface<IECCKeyPair<C>>(4);
     EXPECT_SLOT(2, IECCKeyPair<C>::getPrivateKey, Shared<IECCPrivateKey<C>>() const);
     EXPECT_SLOT(3, IECCKeyPair<C>::getPublicKey, Shared<IECCPublicKey<C>>() const);
 }
 
-TYPED_TEST(ECCSlots, OfThePrivateKey) {
+TYPED_TEST(ECCSlots, OfThePrivateKeyAreKept) {
     constexpr auto C = TypeParam::value;
     expectInterface<IECCPrivateKey<C>>(4);
     EXPECT_SLOT(2, IECCPrivateKey<C>::getPEM, ByteArray() const);
     EXPECT_SLOT(3, IECCPrivateKey<C>::getPrivateInteger, ByteArray() const);
 }
 
-TYPED_TEST(ECCSlots, OfThePublicKey) {
+TYPED_TEST(ECCSlots, OfThePublicKeyAreKept) {
     constexpr auto C = TypeParam::value;
     expectInterface<IECCPublicKey<C>>(4);
     EXPECT_SLOT(2, IECCPublicKey<C>::getPEM, ByteArray() const);
     EXPECT_SLOT(3, IECCPublicKey<C>::getPublicPoint, ByteArray() const);
 }
 
-TEST(VirtualSlots, OfEllipticCurveSignatures) {
+TEST(VirtualSlots, OfEllipticCurveSignaturesAreKept) {
     expectInterface<IECCSigner>(5);
     EXPECT_SLOT(2, IECCSigner::sign, ByteArray(ByteArray const&, Engine) const);
     EXPECT_SLOT(3, IECCSigner::sign, ByteArray(std::istream&, Engine) const);
@@ -219,7 +219,7 @@ TEST(VirtualSlots, OfEllipticCurveSignatures) {
     EXPECT_SLOT(4, IECCVerifier::getKeySize, long() const);
 }
 
-TEST(VirtualSlots, OfTheHSMSigner) {
+TEST(VirtualSlots, OfTheHSMSignerAreKept) {
     expectInterface<IHSMSigner>(5);
     EXPECT_SLOT(2, IHSMSigner::sign, ByteArray(ByteArray const&, Engine) const);
     EXPECT_SLOT(3, IHSMSigner::sign, ByteArray(std::istream&, Engine) const);
@@ -344,12 +344,12 @@ template <class Provider> void expectProviderSlots() {
     EXPECT_SLOT(79, Provider::getPublicKeySignatureMethod, KeySignatureMethod(ByteArray const&) const);
 }
 
-TEST(VirtualSlots, OfTheProviderInterface) {
+TEST(VirtualSlots, OfTheProviderInterfaceAreKept) {
     expectInterface<ICryptoProvider>(80);
     expectProviderSlots<ICryptoProvider>();
 }
 
-TEST(VirtualSlots, OfTheProviderItself) {
+TEST(VirtualSlots, OfTheProviderItselfAreKept) {
     static_assert(std::is_base_of_v<ICryptoProvider, openssl::CryptoProvider>);
     static_assert(!std::is_abstract_v<openssl::CryptoProvider>, "every operation is there");
     static_assert(std::is_default_constructible_v<openssl::CryptoProvider>);

@@ -225,7 +225,7 @@ TEST(AESCiphers, AreChosenByKeySizeAndMode) {
 
 // Calls
 
-TEST(AESCalls, OfTheStandardModes) {
+TEST(AESCalls, OfTheStandardModesAreThoseThatTheWorkNeeds) {
     for (AESMode const mode : standard) {
         for (auto const padding : {AESPaddingMode::PKCS7, AESPaddingMode::NoPadding, static_cast<AESPaddingMode>(2)}) {
             bool const isPadded = padding != AESPaddingMode::NoPadding;
@@ -258,7 +258,7 @@ TEST(AESCalls, OfTheStandardModes) {
     }
 }
 
-TEST(AESCalls, OfGCM) {
+TEST(AESCalls, OfGCMAreThoseThatTheWorkNeeds) {
     for (std::size_t const nonceSize : {8U, 12U, 16U, 20U}) {
         for (auto const padding : {AESPaddingMode::PKCS7, AESPaddingMode::NoPadding}) {
             AESSetup const setup{key, ByteArray(nonceSize), AESMode::GCM, padding};

@@ -2,15 +2,16 @@
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -19,15 +20,6 @@ using namespace foundation::crypto;
 using openssl::CryptoProvider;
 using utils::InternalException;
 using Engine = openssl::DigestEngine<utils::SHA256DigestAlgorithm>;
-
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::function<void()> operation;
-    std::string text;
-    bool explained; // libcrypto's error text follows
-};
 
 CryptoProvider const provider;
 
@@ -99,32 +91,17 @@ std::vector<Fault> const faults{
 
 class DigestFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, DigestFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, DigestFaults, testing::ValuesIn(faults), nameOf);
 
 TEST_P(DigestFaults, AreReportedInTheirOwnWords) {
-    Failing const failing(GetParam().call, GetParam().nth);
-    EXPECT_THROWS(InternalException, GetParam().text + (GetParam().explained ? "No OpenSSL errors." : ""),
-                  GetParam().operation());
-}
-
-TEST_P(DigestFaults, CarryTheErrorTextOfLibcrypto) {
-    Failing failing(GetParam().call, GetParam().nth);
-    failing.withError("the engine room is flooded");
-    Thrown const thrown = catchFrom(GetParam().operation);
-    EXPECT_EQ(thrown.text.rfind(GetParam().text, 0), 0U);
-    EXPECT_EQ(thrown.text.find("the engine room is flooded") == std::string::npos, true); // codes, not their data
-    EXPECT_EQ(thrown.text.find("error:40000001") != std::string::npos, GetParam().explained) << thrown.text;
+    expectReported<InternalException>(GetParam());
 }
 
 TEST_P(DigestFaults, LeakNothing) {
-    Recording const recording;
-    Failing const failing(GetParam().call, GetParam().nth);
-    catchFrom(GetParam().operation);
-    std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
-    EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
+    expectAllReleased(GetParam(), {{"EVP_MD_CTX_free", {"EVP_MD_CTX_new"}}});
 }
 
-TEST(DigestFault, OfAnotherSizeAreRefused) {
+TEST(DigestFault, OfAnotherSizeIsRefused) {
     for (int const difference : {-1, 1}) {
         Replacing<decltype(EVP_DigestFinal_ex)> const resized(
             "EVP_DigestFinal_ex", [&](auto real, EVP_MD_CTX* context, unsigned char* digest, unsigned int* size) {
@@ -136,7 +113,7 @@ TEST(DigestFault, OfAnotherSizeAreRefused) {
     }
 }
 
-TEST(DigestFault, OfTheFinalCallAreJudgedByTheLengthAlone) {
+TEST(DigestFault, OfTheFinalCallIsJudgedByTheLengthAlone) {
     Replacing<decltype(EVP_DigestFinal_ex)> const lying(
         "EVP_DigestFinal_ex", [](auto real, EVP_MD_CTX* context, unsigned char* digest, unsigned int* size) {
             EXPECT_EQ(*size, 0U);
@@ -146,7 +123,7 @@ TEST(DigestFault, OfTheFinalCallAreJudgedByTheLengthAlone) {
     EXPECT_EQ(hex(Engine().finalize()), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
 }
 
-TEST(DigestFault, OfReconstructionAreReportedByWhatComesNext) {
+TEST(DigestFault, OfReconstructionIsReportedByWhatComesNext) {
     Engine engine;
     {
         Failing const failing("EVP_DigestInit_ex");
@@ -166,7 +143,7 @@ TEST(DigestFault, OfAllocationInFinalizeIsTranslated) {
     EXPECT_TRUE(failing.happened());
 }
 
-TEST(DigestFault, InUpdateLeaveTheMessageAsItWas) {
+TEST(DigestFault, InUpdateLeavesTheMessageAsItWas) {
     Engine engine;
     engine.update(bytes("ab"));
     {
@@ -176,7 +153,7 @@ TEST(DigestFault, InUpdateLeaveTheMessageAsItWas) {
     EXPECT_EQ(engine.computeDigest(bytes("c")), Engine().computeDigest(bytes("abc")));
 }
 
-TEST(DigestFault, InAssignmentLeaveTheTargetAsItWas) {
+TEST(DigestFault, InAssignmentLeavesTheTargetAsItWas) {
     Engine const source;
     Engine target;
     target.update(bytes("ab"));

@@ -2,7 +2,7 @@
 #include "ECCSignature.h"
 
 #include "support/ECC.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/PEM.h"
 #include "support/Throws.h"
 
@@ -12,8 +12,6 @@
 
 #include <openssl/err.h>
 
-#include <functional>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -25,21 +23,6 @@ using namespace foundation::crypto;
 using utils::InternalException;
 using utils::InvalidKeyEncoding;
 using utils::KeyAndCurveMismatch;
-
-/// A call that fails, in an operation, and what the caller then sees.
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::function<void()> operation;
-    std::string text;
-    bool explained = false; // libcrypto's error text follows
-    std::function<void(Failing&)> further = [](Failing& /*failing*/) {};
-};
-
-std::function<void(Failing&)> returning(std::intptr_t result) {
-    return [=](Failing& failing) { failing.returning(result); };
-}
 
 std::string nullHandle(std::string const& owner) {
     return "Fail to create " + owner + "; the given raw pointer is NULL";
@@ -181,19 +164,19 @@ template <class Factory> std::vector<Fault> commonFaults() {
     return {
         {"GenerateContext", "EVP_PKEY_CTX_new_id", 1, On::generate, noKeyContext},
         {"GenerateInit", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true},
-        {"GenerateInitUnsupported", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, returning(-2)},
-        {"GenerateInitOther", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, returning(2)},
+        {"GenerateInitUnsupported", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, {-2}},
+        {"GenerateInitOther", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, {2}},
         {"Generate", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true},
-        {"GenerateNegative", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, returning(-1)},
-        {"GenerateOther", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, returning(2)},
-        {"GenerateNothing", "EVP_PKEY_keygen", 1, On::generate, noKey, false, returning(1)},
+        {"GenerateNegative", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, {-1}},
+        {"GenerateOther", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, {2}},
+        {"GenerateNothing", "EVP_PKEY_keygen", 1, On::generate, noKey, false, {1}},
         {"GenerateBIO", "BIO_new", 1, On::generate, noBIO},
         {"GenerateWritePublic", "PEM_write_bio_PUBKEY", 1, On::generate, notExtracted, true},
         {"GenerateReadPublic", "PEM_read_bio_PUBKEY", 1, On::generate, notPEM},
 
         {"ReadPrivateBIO", "BIO_new", 1, On::readPrivate, noBIO},
         {"ReadPrivateWrite", "BIO_write", 1, On::readPrivate, notWritten},
-        {"ReadPrivateWriteNothing", "BIO_write", 1, On::readPrivate, notWritten, false, returning(0)},
+        {"ReadPrivateWriteNothing", "BIO_write", 1, On::readPrivate, notWritten, false, {0}},
         {"ReadPrivate", "PEM_read_bio_PrivateKey", 1, On::readPrivate, notPEM},
         {"ReadPrivateStreamBIO", "BIO_new", 1, On::readPrivateStream, noBIO},
         {"ReadPrivateStreamWrite", "BIO_write", 1, On::readPrivateStream, notWritten},
@@ -212,33 +195,32 @@ template <class Factory> std::vector<Fault> commonFaults() {
         {"ExportPrivateRead", "BIO_read", 1, On::exportPrivate, notReadBack},
         {"ExportPublicBIO", "BIO_new", 1, On::exportPublic, noBIO},
         {"ExportPublic", "PEM_write_bio_PUBKEY", 1, On::exportPublic, publicNotWritten},
-        {"ExportPublicPending", "BIO_ctrl", 1, On::exportPublic, nothingPending, false, returning(-1)},
-        {"ExportPublicRead", "BIO_read", 1, On::exportPublic, notReadBack, false, returning(0)},
+        {"ExportPublicPending", "BIO_ctrl", 1, On::exportPublic, nothingPending, false, {-1}},
+        {"ExportPublicRead", "BIO_read", 1, On::exportPublic, notReadBack, false, {0}},
         {"ExportInteger", "EVP_PKEY_todata", 1, On::exportInteger, integerNotExported},
-        {"ExportIntegerNothing", "EVP_PKEY_todata", 1, On::exportInteger, noParameters, false, returning(1)},
+        {"ExportIntegerNothing", "EVP_PKEY_todata", 1, On::exportInteger, noParameters, false, {1}},
         {"ExportIntegerFind", "OSSL_PARAM_locate_const", 1, On::exportInteger, integerNotFound},
         {"ExportPoint", "EVP_PKEY_todata", 1, On::exportPoint, pointNotExported},
-        {"ExportPointNothing", "EVP_PKEY_todata", 1, On::exportPoint, noParameters, false, returning(1)},
+        {"ExportPointNothing", "EVP_PKEY_todata", 1, On::exportPoint, noParameters, false, {1}},
         {"ExportPointFind", "OSSL_PARAM_locate_const", 1, On::exportPoint, pointNotFound},
 
         {"SignContext", "EVP_MD_CTX_new", 1, On::sign, noMDContext},
         {"SignInit", "EVP_DigestSignInit_ex", 1, On::sign, noSigning},
-        {"SignInitOther", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, returning(2)},
-        {"SignInitNegative", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, returning(-2)},
+        {"SignInitOther", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, {2}},
+        {"SignInitNegative", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, {-2}},
         {"SignSize", "EVP_DigestSign", 1, On::sign, noSize},
-        {"SignSizeOther", "EVP_DigestSign", 1, On::sign, noSize, false, returning(2)},
-        {"SignSizeNothing", "EVP_DigestSign", 1, On::sign, "Max size of signature to be generated is 0", false,
-         returning(1)},
+        {"SignSizeOther", "EVP_DigestSign", 1, On::sign, noSize, false, {2}},
+        {"SignSizeNothing", "EVP_DigestSign", 1, On::sign, "Max size of signature to be generated is 0", false, {1}},
         {"Sign", "EVP_DigestSign", 2, On::sign, notSigned},
-        {"SignNegative", "EVP_DigestSign", 2, On::sign, notSigned, false, returning(-1)},
+        {"SignNegative", "EVP_DigestSign", 2, On::sign, notSigned, false, {-1}},
         {"SignStreamContext", "EVP_MD_CTX_new", 1, On::signStream, noMDContext},
         {"SignStreamInit", "EVP_DigestSignInit_ex", 1, On::signStream, noSigning},
         {"SignStreamSize", "EVP_DigestSign", 1, On::signStream, noSize},
         {"SignStream", "EVP_DigestSign", 2, On::signStream, notSigned},
         {"VerifyContext", "EVP_MD_CTX_new", 1, On::verify, noMDContext},
         {"VerifyInit", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying},
-        {"VerifyInitOther", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, returning(2)},
-        {"VerifyInitNegative", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, returning(-1)},
+        {"VerifyInitOther", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, {2}},
+        {"VerifyInitNegative", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, {-1}},
         {"VerifyStreamContext", "EVP_MD_CTX_new", 1, On::verifyStream, noMDContext},
         {"VerifyStreamInit", "EVP_DigestVerifyInit_ex", 1, On::verifyStream, noVerifying},
     };
@@ -248,7 +230,7 @@ std::vector<Fault> p256Faults() {
     using On = Operations<P256>;
     return {
         {"GenerateCurve", "EVP_PKEY_CTX_ctrl_str", 1, On::generate, noCurve, true},
-        {"GenerateCurveUnsupported", "EVP_PKEY_CTX_ctrl_str", 1, On::generate, noCurve, true, returning(-2)},
+        {"GenerateCurveUnsupported", "EVP_PKEY_CTX_ctrl_str", 1, On::generate, noCurve, true, {-2}},
         {"GenerateCheckPublic", "EVP_PKEY_todata", 1, On::generate, notExportedForCheck},
         {"GenerateCheckPrivate", "EVP_PKEY_todata", 2, On::generate, notExportedForCheck},
         {"GenerateCheckPublicGroup", "OSSL_PARAM_locate_const", 1, On::generate, noGroup},
@@ -275,10 +257,10 @@ std::vector<Fault> p256Faults() {
         {"FromIntegerParameters", "OSSL_PARAM_BLD_to_param", 1, On::fromInteger, noParameters},
         {"FromIntegerKeyContext", "EVP_PKEY_CTX_new_id", 1, On::fromInteger, noKeyContext},
         {"FromIntegerInit", "EVP_PKEY_fromdata_init", 1, On::fromInteger, noFromdata},
-        {"FromIntegerInitNegative", "EVP_PKEY_fromdata_init", 1, On::fromInteger, noFromdata, false, returning(-2)},
+        {"FromIntegerInitNegative", "EVP_PKEY_fromdata_init", 1, On::fromInteger, noFromdata, false, {-2}},
         {"FromInteger", "EVP_PKEY_fromdata", 1, On::fromInteger, notLoadedFromInteger},
-        {"FromIntegerNegative", "EVP_PKEY_fromdata", 1, On::fromInteger, notLoadedFromInteger, false, returning(-1)},
-        {"FromIntegerNothing", "EVP_PKEY_fromdata", 1, On::fromInteger, noKey, false, returning(1)},
+        {"FromIntegerNegative", "EVP_PKEY_fromdata", 1, On::fromInteger, notLoadedFromInteger, false, {-1}},
+        {"FromIntegerNothing", "EVP_PKEY_fromdata", 1, On::fromInteger, noKey, false, {1}},
         {"FromIntegerCheck", "EVP_PKEY_todata", 1, On::fromInteger, notExportedForCheck},
 
         {"FromPointBuilder", "OSSL_PARAM_BLD_new", 1, On::fromPoint, noBuilder},
@@ -288,7 +270,7 @@ std::vector<Fault> p256Faults() {
         {"FromPointKeyContext", "EVP_PKEY_CTX_new_id", 1, On::fromPoint, noKeyContext},
         {"FromPointInit", "EVP_PKEY_fromdata_init", 1, On::fromPoint, noFromdata},
         {"FromPoint", "EVP_PKEY_fromdata", 1, On::fromPoint, notLoadedFromPoint},
-        {"FromPointNothing", "EVP_PKEY_fromdata", 1, On::fromPoint, noKey, false, returning(1)},
+        {"FromPointNothing", "EVP_PKEY_fromdata", 1, On::fromPoint, noKey, false, {1}},
         {"FromPointCheck", "EVP_PKEY_todata", 1, On::fromPoint, notExportedForCheck},
 
         {"ExportIntegerRead", "OSSL_PARAM_get_BN", 1, On::exportInteger, integerNotRead},
@@ -318,36 +300,20 @@ protected:
     }
 };
 
-auto const nameOf = [](auto const& row) { return row.param.name; };
 INSTANTIATE_TEST_SUITE_P(P256, ECCFaults, testing::ValuesIn(joined(commonFaults<P256>(), p256Faults())), nameOf);
 INSTANTIATE_TEST_SUITE_P(Curve25519, ECCFaults,
                          testing::ValuesIn(joined(commonFaults<Curve25519>(), curve25519Faults())), nameOf);
 
 TEST_P(ECCFaults, AreReportedInTheirOwnWords) {
-    Fault const& fault = GetParam();
-    std::string const text = fault.text + (fault.explained ? "No OpenSSL errors." : "");
-    Failing failing(fault.call, fault.nth);
-    fault.further(failing);
-    if (fault.text == notPEM) {
-        EXPECT_THROWS(InvalidKeyEncoding, text, fault.operation());
+    if (GetParam().text == notPEM) {
+        expectReported<InvalidKeyEncoding>(GetParam());
     } else {
-        EXPECT_THROWS(InternalException, text, fault.operation());
+        expectReported<InternalException>(GetParam());
     }
 }
 
-TEST_P(ECCFaults, CarryTheErrorTextOfLibcryptoWhereTheySaySo) {
-    Fault const& fault = GetParam();
-    Failing failing(fault.call, fault.nth);
-    fault.further(failing);
-    failing.withError("the engine room is flooded");
-    Thrown const thrown = catchFrom(fault.operation);
-    EXPECT_EQ(thrown.text.rfind(fault.text, 0), 0U) << thrown.text;
-    EXPECT_EQ(thrown.text.find("error:40000001") != std::string::npos, fault.explained) << thrown.text;
-    EXPECT_EQ(thrown.text.size() > fault.text.size(), fault.explained);
-}
-
 /// Every object, by the calls that make one and the call that releases it.
-std::map<std::string, std::vector<std::string>> const objects{
+Releases const objects{
     {"BIO_free_all", {"BIO_new"}},
     {"BN_free", {"BN_bin2bn", "OSSL_PARAM_get_BN"}},
     {"BN_CTX_free", {"BN_CTX_new"}},
@@ -362,22 +328,8 @@ std::map<std::string, std::vector<std::string>> const objects{
     {"OSSL_PARAM_free", {"OSSL_PARAM_BLD_to_param", "EVP_PKEY_todata"}},
 };
 
-void expectAllReleased(Recording const& recording, std::string const& failed) {
-    for (auto const& [release, creations] : objects) {
-        std::size_t created = 0;
-        for (std::string const& creation : creations) {
-            created += recording.count(creation) - (creation == failed ? 1 : 0);
-        }
-        EXPECT_EQ(recording.count(release), created) << release;
-    }
-}
-
 TEST_P(ECCFaults, LeakNothing) {
-    Recording const recording;
-    Failing failing(GetParam().call, GetParam().nth);
-    GetParam().further(failing);
-    catchFrom(GetParam().operation);
-    expectAllReleased(recording, GetParam().call);
+    expectAllReleased(GetParam(), objects);
 }
 
 template <class Factory> class ECCCalls : public testing::Test {
@@ -395,7 +347,7 @@ TYPED_TEST(ECCCalls, LeaveNothingBehind) {
           On::signStream, On::verify, On::verifyStream}) {
         Recording const recording;
         operation();
-        expectAllReleased(recording, "");
+        expectAllReleased(recording, objects);
     }
 }
 

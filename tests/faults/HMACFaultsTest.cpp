@@ -2,14 +2,13 @@
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,15 +20,6 @@ using namespace foundation::crypto;
 using openssl::CryptoProvider;
 using utils::InternalException;
 using Engine = openssl::HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>;
-
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::function<void()> operation;
-    std::string text;
-    bool explained; // libcrypto's error text follows
-};
 
 CryptoProvider const provider;
 ByteArray const key = bytes("key");
@@ -103,30 +93,15 @@ std::vector<Fault> const faults{
 
 class HMACFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, HMACFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, HMACFaults, testing::ValuesIn(faults), nameOf);
 
 TEST_P(HMACFaults, AreReportedInTheirOwnWords) {
-    Failing const failing(GetParam().call, GetParam().nth);
-    EXPECT_THROWS(InternalException, GetParam().text + (GetParam().explained ? "No OpenSSL errors." : ""),
-                  GetParam().operation());
-}
-
-TEST_P(HMACFaults, CarryTheErrorTextOfLibcrypto) {
-    Failing failing(GetParam().call, GetParam().nth);
-    failing.withError("the engine room is flooded");
-    Thrown const thrown = catchFrom(GetParam().operation);
-    EXPECT_EQ(thrown.text.rfind(GetParam().text, 0), 0U);
-    EXPECT_EQ(thrown.text.find("error:40000001") != std::string::npos, GetParam().explained) << thrown.text;
+    expectReported<InternalException>(GetParam());
 }
 
 TEST_P(HMACFaults, LeakNothing) {
-    Recording const recording;
-    Failing const failing(GetParam().call, GetParam().nth);
-    catchFrom(GetParam().operation);
-    auto const failed = [](char const* call) { return GetParam().call == call ? 1U : 0U; };
-    EXPECT_EQ(recording.count("EVP_MAC_free"), recording.count("EVP_MAC_fetch") - failed("EVP_MAC_fetch"));
-    EXPECT_EQ(recording.count("EVP_MAC_CTX_free"), recording.count("EVP_MAC_CTX_new") - failed("EVP_MAC_CTX_new") +
-                                                       recording.count("EVP_MAC_CTX_dup") - failed("EVP_MAC_CTX_dup"));
+    expectAllReleased(GetParam(), {{"EVP_MAC_free", {"EVP_MAC_fetch"}},
+                                   {"EVP_MAC_CTX_free", {"EVP_MAC_CTX_new", "EVP_MAC_CTX_dup"}}});
 }
 
 // Success is 1 for an update, and anything but 0 for the other calls.

@@ -1,7 +1,7 @@
 #include "RSAKey.h"
 
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
 
@@ -155,15 +155,6 @@ std::string const noBytes = "Error occurred while trying to find number of bytes
 std::string const noPrivateDER = "Failed to convert RSA private key to DER-form BIO.";
 std::string const noPublicDER = "Failed to convert RSA public key to DER-form BIO.";
 
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::function<void()> operation;
-    std::string text; // libcrypto's error text never follows
-    std::vector<std::intptr_t> results = {};
-};
-
 std::vector<Fault> const faults{
     {"GenerateKey", "EVP_PKEY_Q_keygen", 1, generate, noKey},
     {"GeneratePublicBIO", "BIO_new", 1, generate, noBIO},
@@ -174,14 +165,14 @@ std::vector<Fault> const faults{
     {"GenerateReadPrivate", "PEM_read_bio_PrivateKey", 1, generate, noKey},
 
     {"PrivatePEMBIO", "BIO_new", 1, loadPrivatePEM, noBIO},
-    {"PrivatePEMWrite", "BIO_write", 1, loadPrivatePEM, privateNotWritten, {0, -1, -2}},
-    {"PrivatePEMWriteWhole", "BIO_write", 1, loadPrivatePEM, privateNotWhole, {1, 915, 917}},
+    {"PrivatePEMWrite", "BIO_write", 1, loadPrivatePEM, privateNotWritten, false, {0, -1, -2}},
+    {"PrivatePEMWriteWhole", "BIO_write", 1, loadPrivatePEM, privateNotWhole, false, {1, 915, 917}},
     {"PrivatePEMRead", "PEM_read_bio_PrivateKey", 1, loadPrivatePEM, noKey},
     {"PrivateDERBIO", "BIO_new", 1, loadPrivateDER, noBIO},
-    {"PrivateDERWrite", "BIO_write", 1, loadPrivateDER, privateNotWritten, {0, -1}},
-    {"PrivateDERWriteWhole", "BIO_write", 1, loadPrivateDER, privateNotWhole, {1, 633}},
-    {"PrivateDERWriteAgain", "BIO_write", 2, loadPrivateDER, privateNotWritten, {0, -1}},
-    {"PrivateDERWriteWholeAgain", "BIO_write", 2, loadPrivateDER, privateNotWhole, {1, 633}},
+    {"PrivateDERWrite", "BIO_write", 1, loadPrivateDER, privateNotWritten, false, {0, -1}},
+    {"PrivateDERWriteWhole", "BIO_write", 1, loadPrivateDER, privateNotWhole, false, {1, 633}},
+    {"PrivateDERWriteAgain", "BIO_write", 2, loadPrivateDER, privateNotWritten, false, {0, -1}},
+    {"PrivateDERWriteWholeAgain", "BIO_write", 2, loadPrivateDER, privateNotWhole, false, {1, 633}},
     {"PrivateDERRead", "d2i_PrivateKey_bio", 1, loadPrivateDER, noKey},
     {"EncryptedDERRead", "d2i_PKCS8PrivateKey_bio", 1, loadEncryptedDER, noKey},
     {"PrivateStreamBIO", "BIO_new", 1, readPrivatePEM, noBIO},
@@ -189,16 +180,16 @@ std::vector<Fault> const faults{
     {"PrivateStreamRead", "PEM_read_bio_PrivateKey", 1, readPrivatePEM, noKey},
     {"PrivateQueryWrite", "BIO_write", 1, queryPrivatePEM, privateNotWritten},
     {"PrivateQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivatePEM, noKey},
-    {"PrivateQueryBits", "EVP_PKEY_get_bits", 1, queryPrivatePEM, "Unsupported Key size", {0, -1, 1025, 512}},
+    {"PrivateQueryBits", "EVP_PKEY_get_bits", 1, queryPrivatePEM, "Unsupported Key size", false, {0, -1, 1025, 512}},
     {"PrivateStreamQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivateStream, noKey},
     {"PrivateStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPrivateStream, "Unsupported Key size"},
 
     {"PublicPEMBIO", "BIO_new", 1, loadPublicPEM, noBIO},
-    {"PublicPEMWrite", "BIO_write", 1, loadPublicPEM, publicNotWritten, {0, -1, -2}},
-    {"PublicPEMWriteWhole", "BIO_write", 1, loadPublicPEM, publicNotWhole, {1, 271, 273}},
+    {"PublicPEMWrite", "BIO_write", 1, loadPublicPEM, publicNotWritten, false, {0, -1, -2}},
+    {"PublicPEMWriteWhole", "BIO_write", 1, loadPublicPEM, publicNotWhole, false, {1, 271, 273}},
     {"PublicPEMRead", "PEM_read_bio_PUBKEY", 1, loadPublicPEM, noKey},
     {"PublicDERWrite", "BIO_write", 1, loadPublicDER, publicNotWritten},
-    {"PublicDERWriteWhole", "BIO_write", 1, loadPublicDER, publicNotWhole, {161}},
+    {"PublicDERWriteWhole", "BIO_write", 1, loadPublicDER, publicNotWhole, false, {161}},
     {"PublicDERRead", "d2i_PUBKEY_bio", 1, loadPublicDER, noKey},
     {"PublicStreamBIO", "BIO_new", 1, readPublicPEM, noBIO},
     {"PublicStreamWrite", "BIO_write", 1, readPublicPEM, publicNotWritten},
@@ -229,14 +220,16 @@ std::vector<Fault> const faults{
      1,
      buildPrivate,
      "Failed to initialize the context for RSA private key",
+     false,
      {0, -1, -2}},
     {"BuildPrivateFinish",
      "EVP_PKEY_fromdata",
      1,
      buildPrivate,
      "Failed to generate the private key from the modulus and the exponents",
+     false,
      {0, -1, -2}},
-    {"BuildPrivateFinishWithout", "EVP_PKEY_fromdata", 1, buildPrivate, noKey, {1}},
+    {"BuildPrivateFinishWithout", "EVP_PKEY_fromdata", 1, buildPrivate, noKey, false, {1}},
 
     {"BuildPublicKey", "EVP_PKEY_new", 1, buildPublic, noKey},
     {"BuildPublicFirstNumber", "BN_bin2bn", 1, buildPublic, publicNotRead},
@@ -256,23 +249,25 @@ std::vector<Fault> const faults{
      1,
      buildPublic,
      "Failed to initialize the context for RSA public key",
+     false,
      {0, -1, -2}},
     {"BuildPublicFinish",
      "EVP_PKEY_fromdata",
      1,
      buildPublic,
      "Failed to generate the public key from the modulus and the exponent",
+     false,
      {0, -1, -2}},
-    {"BuildPublicFinishWithout", "EVP_PKEY_fromdata", 1, buildPublic, noKey, {1}},
+    {"BuildPublicFinishWithout", "EVP_PKEY_fromdata", 1, buildPublic, noKey, false, {1}},
 
     {"ExportPrivateBIO", "BIO_new", 1, exportPrivate, noBIO},
     {"ExportPrivate", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noPrivateDER},
-    {"ExportPrivateNothing", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noBytes, {1}},
+    {"ExportPrivateNothing", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noBytes, false, {1}},
     {"ExportPrivatePending", "BIO_ctrl", 1, exportPrivate, noBytes},
     {"ExportPrivateRead", "BIO_read", 1, exportPrivate, "Failed to read from BIO to ByteArray"},
     {"ExportPublicBIO", "BIO_new", 1, exportPublic, noBIO},
     {"ExportPublic", "i2d_PUBKEY_bio", 1, exportPublic, noPublicDER},
-    {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, {1}},
+    {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, false, {1}},
     {"ExportPublicRead", "BIO_read", 1, exportPublic, "Failed to read from BIO to ByteArray"},
     {"ExportPrivateModulusNumber", "BN_new", 1, exportPrivateModulus, noBN},
     {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus,
@@ -285,6 +280,7 @@ std::vector<Fault> const faults{
      1,
      exportPrivateExponent,
      "Wrote 127 bytes from BIGNUM to ByteArray. Expected: 128",
+     false,
      {127}},
     {"ExportPublicModulusNumber", "BN_new", 1, exportPublicModulus, noBN},
     {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus,
@@ -302,51 +298,18 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(, RSAKeyFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, RSAKeyFaults, testing::ValuesIn(faults), nameOf);
 
 TEST_P(RSAKeyFaults, AreReportedInTheirOwnWords) {
-    Fault const& fault = GetParam();
-    if (fault.results.empty()) {
-        Failing failing(fault.call, fault.nth);
-        failing.withError("the engine room is flooded"); // and no word of that
-        EXPECT_THROWS(InternalException, fault.text, fault.operation());
-    }
-    for (std::intptr_t const result : fault.results) {
-        SCOPED_TRACE(result);
-        Failing failing(fault.call, fault.nth);
-        failing.returning(result);
-        EXPECT_THROWS(InternalException, fault.text, fault.operation());
-    }
+    expectReported<InternalException>(GetParam());
 }
 
 TEST_P(RSAKeyFaults, LeakNothing) {
-    struct {
-        std::vector<std::string> creators;
-        std::string release;
-    } const rows[] = {
-        {{"BIO_new"}, "BIO_free_all"},
-        {{"BN_bin2bn", "BN_new"}, "BN_free"},
-        {{"OSSL_PARAM_BLD_new"}, "OSSL_PARAM_BLD_free"},
-        {{"OSSL_PARAM_BLD_to_param"}, "OSSL_PARAM_free"},
-        {{"EVP_PKEY_CTX_new_from_name"}, "EVP_PKEY_CTX_free"},
-    };
-
-    Fault const& fault = GetParam();
-    Recording const recording;
-    {
-        Failing failing(fault.call, fault.nth);
-        if (!fault.results.empty()) {
-            failing.returning(fault.results.front());
-        }
-        catchFrom(fault.operation);
-    }
-    for (auto const& [creators, release] : rows) {
-        std::size_t created = 0;
-        for (std::string const& creator : creators) {
-            created += recording.count(creator) - (fault.call == creator ? 1 : 0);
-        }
-        EXPECT_EQ(recording.count(release), created) << release;
-    }
+    expectAllReleased(GetParam(), {{"BIO_free_all", {"BIO_new"}},
+                                   {"BN_free", {"BN_bin2bn", "BN_new"}},
+                                   {"OSSL_PARAM_BLD_free", {"OSSL_PARAM_BLD_new"}},
+                                   {"OSSL_PARAM_free", {"OSSL_PARAM_BLD_to_param"}},
+                                   {"EVP_PKEY_CTX_free", {"EVP_PKEY_CTX_new_from_name"}}});
 }
 
 TEST(RSAKeyFault, OfTheFirstReaderIsForgottenAfterTheSecond) {
@@ -423,7 +386,7 @@ TEST(RSAKeyFault, OfAStreamOfTheQueriesIsInternal) {
     EXPECT_THROWS(InternalException, "gone", provider.getPublicKeySignatureMethod(stream));
 }
 
-TEST(RSAKeyFault, OfANumberThatIsNotThere) {
+TEST(RSAKeyFault, OfANumberThatIsNotThereIsReported) {
     Replacing<decltype(EVP_PKEY_get_bn_param)> const forgetful("EVP_PKEY_get_bn_param",
                                                                [](auto, EVP_PKEY const*, char const*, BIGNUM** number) {
                                                                    *number = nullptr;
@@ -433,7 +396,7 @@ TEST(RSAKeyFault, OfANumberThatIsNotThere) {
     EXPECT_THROWS(InternalException, "Failed to get the public exponent for the public key", exportPublicExponent());
 }
 
-TEST(RSAKeyFault, OfATextThatIsTooLongForItsLength) {
+TEST(RSAKeyFault, OfATextThatIsTooLongForItsLengthIsReported) {
     std::string const five = "12345";
     std::string_view const wrapped(five.data(), (std::size_t(1) << 32U) + 5); // only the 5 bytes are ever looked at
     EXPECT_THROWS(InternalException, privateNotWhole, openssl::loadRSAPrivateKey(wrapped, ""));
@@ -453,7 +416,7 @@ Functions callsOf(std::function<void()> const& operation) {
     return recording.functions();
 }
 
-TEST(RSAKeyCalls, OfGeneration) {
+TEST(RSAKeyCalls, OfGenerationAreThoseThatTheWorkNeeds) {
     auto const prng = provider.createDefaultCryptoPRNG({});
     Recording const recording;
     {
@@ -470,7 +433,7 @@ TEST(RSAKeyCalls, OfGeneration) {
     EXPECT_EQ(callsOf([] { catchFrom([] { KeyPair const pair(nullptr); }); }), Functions());
 }
 
-TEST(RSAKeyCalls, OfPEM) {
+TEST(RSAKeyCalls, OfPEMAreThoseThatTheWorkNeeds) {
     EXPECT_EQ(callsOf(loadPrivatePEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all",
                                                   "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
     EXPECT_EQ(callsOf(loadPublicPEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PUBKEY", "BIO_free_all",
@@ -479,7 +442,7 @@ TEST(RSAKeyCalls, OfPEM) {
               (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all"}));
 }
 
-TEST(RSAKeyCalls, OfDER) {
+TEST(RSAKeyCalls, OfDERAreThoseThatTheWorkNeeds) {
     EXPECT_EQ(callsOf(loadEncryptedDER), (Functions{"BIO_new", "BIO_write", "d2i_PKCS8PrivateKey_bio", "BIO_free_all",
                                                     "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
     EXPECT_EQ(callsOf(loadPrivateDER),
@@ -506,7 +469,7 @@ TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
     }
 }
 
-TEST(RSAKeyCalls, OfBuilding) {
+TEST(RSAKeyCalls, OfBuildingAreThoseThatTheWorkNeeds) {
     Recording const recording;
     buildPrivate();
     EXPECT_EQ(recording.functions(), (Functions{"EVP_PKEY_new",

@@ -34,17 +34,20 @@ std::string const sizeOfZero = "Max size of signature to be generated is 0";
 std::string const notSigned = "Could not generate digital signature";
 std::string const signedNothing = "Size of generated signature is 0";
 
+// Makes no calls into libcrypto.
+std::shared_ptr<IDigestEngine> const sha256 = std::make_shared<HostEngine>("", "sha256");
+
 ByteArray sign(RSAPaddingMode padding) {
-    return rsaTestKeyUser(2048).signer(padding)->sign(bytes("message"), engineNamed("sha256"));
+    return rsaTestKeyUser(2048).signer(padding)->sign(bytes("message"), sha256);
 }
 
 ByteArray signStream(RSAPaddingMode padding) {
     std::istringstream message("message");
-    return rsaTestKeyUser(2048).signer(padding)->sign(message, engineNamed("sha256"));
+    return rsaTestKeyUser(2048).signer(padding)->sign(message, sha256);
 }
 
 bool verify(RSAPaddingMode padding, ByteArray const& signature) {
-    return rsaTestKeyUser(2048).verifier(padding)->verify(bytes("message"), signature, engineNamed("sha256")).isValid();
+    return rsaTestKeyUser(2048).verifier(padding)->verify(bytes("message"), signature, sha256).isValid();
 }
 
 // Signing
@@ -130,9 +133,8 @@ TEST(RSASignerCalls, AreThoseThatTheWorkNeeds) {
 
     for (auto const& [padding, salt, number] : rows) {
         auto const signer = rsaTestKeyUser(2048).signer(padding);
-        auto const engine = engineNamed("sha256");
         Recording const recording;
-        signer->sign(bytes("message"), engine);
+        signer->sign(bytes("message"), sha256);
         std::vector<std::string> expected{"EVP_MD_CTX_new", "EVP_DigestSignInit_ex", "EVP_MD_CTX_get_pkey_ctx",
                                           "EVP_PKEY_CTX_set_rsa_padding"};
         expected.insert(expected.end(), salt.begin(), salt.end());
@@ -161,8 +163,9 @@ TEST(RSASignerCalls, SetTheSaltOfEachHash) {
     auto const verifier = user.verifier(pss);
     for (auto const& [hash, length] : rows) {
         Recording const recording;
-        ByteArray const signature = signer->sign({}, engineNamed(hash));
-        EXPECT_TRUE(verifier->verify(ByteArray(), signature, engineNamed(hash)).isValid());
+        auto const engine = std::make_shared<HostEngine>("", hash);
+        ByteArray const signature = signer->sign({}, engine);
+        EXPECT_TRUE(verifier->verify(ByteArray(), signature, engine).isValid());
         for (Call const& call : recording.callsOf("EVP_PKEY_CTX_set_rsa_pss_saltlen")) {
             EXPECT_EQ(call.arguments.at(1), length) << hash;
         }
@@ -172,9 +175,8 @@ TEST(RSASignerCalls, SetTheSaltOfEachHash) {
 
 TEST(RSASignerCalls, HandTheEmptyMessageOverWithAnAddress) {
     auto const signer = rsaTestKeyUser(2048).signer(pss);
-    auto const engine = engineNamed("sha256");
     Recording const recording;
-    signer->sign(ByteArray(), engine);
+    signer->sign(ByteArray(), sha256);
     for (Call const& call : recording.callsOf("EVP_DigestSign")) {
         EXPECT_NE(call.arguments.at(3), 0);
         EXPECT_EQ(call.arguments.at(4), 0);
@@ -185,10 +187,9 @@ TEST(RSASignatureCalls, AreNoneForAnEncryptionPaddingOrWithoutAnEngine) {
     auto const signer = rsaTestKeyUser(2048).signer(RSAPaddingMode::OAEP_SHA256);
     auto const verifier = rsaTestKeyUser(2048).verifier(RSAPaddingMode::OAEP_SHA256);
     auto const working = rsaTestKeyUser(2048).signer(pss);
-    auto const engine = engineNamed("sha256");
     Recording const recording;
-    catchFrom([&] { signer->sign(bytes("message"), engine); });
-    catchFrom([&] { verifier->verify(bytes("message"), {}, engine); });
+    catchFrom([&] { signer->sign(bytes("message"), sha256); });
+    catchFrom([&] { verifier->verify(bytes("message"), {}, sha256); });
     catchFrom([&] { working->sign(bytes("message"), nullptr); });
     EXPECT_EQ(recording.functions(), std::vector<std::string>());
 }
@@ -226,13 +227,12 @@ TEST_P(RSAVerifierFaults, GiveTheInvalidStatusLeaveNoErrorAndLeakNothing) {
     for (RSAPaddingMode const padding : GetParam().paddings) {
         ByteArray const signature = sign(padding);
         auto const verifier = rsaTestKeyUser(2048).verifier(padding);
-        auto const engine = engineNamed("sha256");
         ERR_raise_data(ERR_LIB_USER, 2, "the host's own");
         {
             Recording const recording;
             Failing failing(GetParam().call);
             failing.returning(GetParam().result).withError("forgotten");
-            EXPECT_FALSE(verifier->verify(bytes("message"), signature, engine).isValid());
+            EXPECT_FALSE(verifier->verify(bytes("message"), signature, sha256).isValid());
             std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
             EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
         }
@@ -246,9 +246,8 @@ TEST(RSAVerifierCalls, AreThoseThatTheWorkNeeds) {
     for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
         ByteArray const signature = sign(padding);
         auto const verifier = rsaTestKeyUser(2048).verifier(padding);
-        auto const engine = engineNamed("sha256");
         Recording const recording;
-        EXPECT_TRUE(verifier->verify(bytes("message"), signature, engine).isValid());
+        EXPECT_TRUE(verifier->verify(bytes("message"), signature, sha256).isValid());
         std::vector<std::string> expected{"EVP_MD_CTX_new", "EVP_DigestVerifyInit_ex", "EVP_MD_CTX_get_pkey_ctx",
                                           "EVP_PKEY_CTX_set_rsa_padding"};
         if (padding == pss) {
@@ -269,7 +268,6 @@ TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerify
     ByteArray const signature = sign(pss);
     auto const signer = rsaTestKeyUser(2048).signer(pss);
     auto const verifier = rsaTestKeyUser(2048).verifier(pss);
-    auto const engine = engineNamed("sha256");
     ByteArray const message = bytes("message");
     auto const failEach = [](auto const& operation, auto const& judge) {
         for (int nth = 1;; ++nth) {
@@ -282,10 +280,10 @@ TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerify
             judge(thrown);
         }
     };
-    failEach([&] { signer->sign(message, engine); },
+    failEach([&] { signer->sign(message, sha256); },
              [](Thrown const& thrown) { EXPECT_EQ(thrown.text, std::bad_alloc().what()); });
     bool valid = true;
-    failEach([&] { valid = verifier->verify(message, signature, engine).isValid(); },
+    failEach([&] { valid = verifier->verify(message, signature, sha256).isValid(); },
              [&](Thrown const& thrown) {
                  EXPECT_EQ(thrown.type, "nothing");
                  EXPECT_FALSE(valid);
@@ -296,7 +294,7 @@ TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerify
         [&] {
             stream.clear();
             stream.str("message");
-            signer->sign(stream, engine);
+            signer->sign(stream, sha256);
         },
         [](Thrown const& thrown) { EXPECT_EQ(thrown.text, std::bad_alloc().what()); });
 }

@@ -1,4 +1,5 @@
 #include "support/Bytes.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -6,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
 namespace {
@@ -70,18 +70,12 @@ TYPED_TEST(AESKeys, HandOutCopies) {
 TYPED_TEST(AESKeys, ServeSeveralThreadsAtOnce) {
     ByteArray const expected = pseudoRandomBytes(TypeParam::size);
     auto const key = TypeParam::create(expected);
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 1000; ++round) {
-                EXPECT_EQ(key->getKeyBytes(), expected);
-                EXPECT_EQ(key->getKeySize(), TypeParam::bits);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(4, [&](std::size_t /*thread*/) {
+        for (int round = 0; round < 1000; ++round) {
+            EXPECT_EQ(key->getKeyBytes(), expected);
+            EXPECT_EQ(key->getKeySize(), TypeParam::bits);
+        }
+    });
 }
 
 TEST(AESKeyTexts, AreTheseToTheByte) {

@@ -1,6 +1,8 @@
 #include "support/AES.h"
 #include "support/Bytes.h"
+#include "support/PRNG.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
@@ -17,7 +19,6 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -242,16 +243,6 @@ TEST(AESVectors, ThatAreMissingAreDrawn) {
 }
 
 TEST(AESVectors, ThatAreMissingNeedAGenerator) {
-    class ForeignPRNG : public ICryptoPRNG {
-        unsigned char generateRandomByte() override { return 4; }
-
-        ByteArray generateRandomBytes(std::size_t size) override { return ByteArray(size, 4); }
-
-        bool isSeeded() const override { return false; }
-
-        std::string getPRNGName() const override { return "foreign"; }
-    };
-
     for (std::shared_ptr<ICryptoPRNG> const& prng :
          {std::shared_ptr<ICryptoPRNG>(), std::shared_ptr<ICryptoPRNG>(std::make_shared<ForeignPRNG>())}) {
         for (NamedAESMode const& mode : aesModes()) {
@@ -523,22 +514,16 @@ TEST(AESTransforms, ServeSeveralThreadsAtOnce) {
         auto const decryptor = createAESDecryptor(setup);
         ByteArray const message = pseudoRandomBytes(10000);
         ByteArray const expected = encryptor->encrypt(message);
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 4; ++thread) {
-            threads.emplace_back([&] {
-                for (int round = 0; round < 50; ++round) {
-                    EXPECT_EQ(encryptor->encrypt(message), expected);
-                    EXPECT_EQ(decryptor->decrypt(expected), message);
-                    std::istringstream input(text(message));
-                    std::ostringstream output;
-                    encryptor->encrypt(input, output);
-                    EXPECT_EQ(output.str(), text(expected));
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        onThreads(4, [&](std::size_t /*thread*/) {
+            for (int round = 0; round < 50; ++round) {
+                EXPECT_EQ(encryptor->encrypt(message), expected);
+                EXPECT_EQ(decryptor->decrypt(expected), message);
+                std::istringstream input(text(message));
+                std::ostringstream output;
+                encryptor->encrypt(input, output);
+                EXPECT_EQ(output.str(), text(expected));
+            }
+        });
     }
 }
 

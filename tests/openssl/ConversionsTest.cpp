@@ -1,6 +1,7 @@
 #include "Conversions.h"
 
 #include "support/Bytes.h"
+#include "support/PEM.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
@@ -47,11 +48,11 @@ BIOUPtr memory(std::string const& content) {
     return bio;
 }
 
-template <class... Arguments> EVP_PKEYUPtr generate(char const* type, Arguments... arguments) {
-    return EVP_PKEYUPtr(EVP_PKEY_Q_keygen(nullptr, nullptr, type, arguments...));
+template <class... Arguments> RawKey generate(char const* type, Arguments... arguments) {
+    return owned(EVP_PKEY_Q_keygen(nullptr, nullptr, type, arguments...));
 }
 
-EVP_PKEYUPtr generateDSA() {
+RawKey generateDSA() {
     EVP_PKEY_CTXUPtr const parameterContext(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr));
     EVP_PKEY* raw = nullptr;
     EXPECT_EQ(EVP_PKEY_paramgen_init(parameterContext.get()), 1);
@@ -61,21 +62,7 @@ EVP_PKEYUPtr generateDSA() {
     EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new(parameters.get(), nullptr));
     EXPECT_EQ(EVP_PKEY_keygen_init(context.get()), 1);
     EXPECT_EQ(EVP_PKEY_keygen(context.get(), &raw), 1);
-    return EVP_PKEYUPtr(raw);
-}
-
-std::string privatePEM(EVP_PKEY* key, std::string const& password = "") {
-    BIOUPtr const bio = memory();
-    EXPECT_EQ(PEM_write_bio_PKCS8PrivateKey(bio.get(), key, password.empty() ? nullptr : EVP_aes_256_cbc(),
-                                            password.data(), static_cast<int>(password.size()), nullptr, nullptr),
-              1);
-    return text(toByteArray(bio.get()));
-}
-
-std::string publicPEM(EVP_PKEY* key) {
-    BIOUPtr const bio = memory();
-    EXPECT_EQ(PEM_write_bio_PUBKEY(bio.get(), key), 1);
-    return text(toByteArray(bio.get()));
+    return owned(raw);
 }
 
 // Points
@@ -175,27 +162,27 @@ TEST(BIOs, AreNeeded) {
 // Keys
 
 TEST(PEMKeys, AreReadWithOrWithoutAPassword) {
-    EVP_PKEYUPtr const key = generate("EC", "P-256");
-    std::string const plain = privatePEM(key.get());
-    std::string const encrypted = privatePEM(key.get(), "secret");
+    RawKey const key = generate("EC", "P-256");
+    std::string const plain = privatePEM(key);
+    std::string const encrypted = encryptedPEM(key, "secret");
     auto const expectSame = [&](EVP_PKEYUPtr const& read) { EXPECT_EQ(EVP_PKEY_eq(read.get(), key.get()), 1); };
 
     expectSame(readPEMPrivateKey(memory(plain).get(), ""));
     expectSame(readPEMPrivateKey(memory(plain).get(), "ignored"));
     expectSame(readPEMPrivateKey(memory(encrypted).get(), "secret"));
-    expectSame(readPEMPublicKey(memory(publicPEM(key.get())).get()));
-    expectSame(readPEMPublicKey(memory("text before\n" + plain + publicPEM(key.get()) + "text after").get()));
+    expectSame(readPEMPublicKey(memory(publicPEM(key)).get()));
+    expectSame(readPEMPublicKey(memory("text before\n" + plain + publicPEM(key) + "text after").get()));
 }
 
 TEST(PEMKeys, AreRefusedWithoutTheRightPassword) {
-    std::string const encrypted = privatePEM(generate("EC", "P-256").get(), "secret");
+    std::string const encrypted = encryptedPEM(generate("EC", "P-256"), "secret");
     for (char const* const password : {"", "wrong", "secret ", "Secret"}) {
         EXPECT_THROWS(InvalidKeyEncoding, notPEM, readPEMPrivateKey(memory(encrypted).get(), password));
     }
 }
 
 TEST(PEMKeys, AreRefusedInAnythingElse) {
-    EVP_PKEYUPtr const key = generate("EC", "P-256");
+    RawKey const key = generate("EC", "P-256");
     unsigned char* raw = nullptr;
     int const privateSize = i2d_PrivateKey(key.get(), &raw);
     std::string const privateDER(reinterpret_cast<char const*>(raw), static_cast<std::size_t>(privateSize));
@@ -204,10 +191,10 @@ TEST(PEMKeys, AreRefusedInAnythingElse) {
     std::string const publicDER(reinterpret_cast<char const*>(raw), static_cast<std::size_t>(publicSize));
     OPENSSL_free(raw);
 
-    for (std::string const& content : {privateDER, publicDER, std::string("no key at all"), publicPEM(key.get())}) {
+    for (std::string const& content : {privateDER, publicDER, std::string("no key at all"), publicPEM(key)}) {
         EXPECT_THROWS(InvalidKeyEncoding, notPEM, readPEMPrivateKey(memory(content).get(), ""));
     }
-    for (std::string const& content : {privateDER, publicDER, std::string("no key at all"), privatePEM(key.get())}) {
+    for (std::string const& content : {privateDER, publicDER, std::string("no key at all"), privatePEM(key)}) {
         EXPECT_THROWS(InvalidKeyEncoding, notPEM, readPEMPublicKey(memory(content).get()));
     }
     EXPECT_THROWS(InvalidKeyEncoding, notPEM, readPEMPrivateKey(memory().get(), ""));
@@ -232,12 +219,12 @@ TEST(PEMKeys, NeedABIO) {
 EllipticCurve const bothCurves[] = {EllipticCurve::P256, EllipticCurve::Curve25519};
 
 TEST(CurveCheck, AcceptsTheCurveExpected) {
-    EVP_PKEYUPtr const p256Key = generate("EC", "P-256");
-    EVP_PKEYUPtr const ed25519Key = generate("ED25519");
+    RawKey const p256Key = generate("EC", "P-256");
+    RawKey const ed25519Key = generate("ED25519");
     ERR_raise(ERR_LIB_USER, 7);
     EXPECT_NO_THROW(checkCurve(p256Key.get(), EllipticCurve::P256));
     EXPECT_NO_THROW(checkCurve(ed25519Key.get(), EllipticCurve::Curve25519));
-    EXPECT_NO_THROW(checkCurve(readPEMPublicKey(memory(publicPEM(p256Key.get())).get()).get(), EllipticCurve::P256));
+    EXPECT_NO_THROW(checkCurve(readPEMPublicKey(memory(publicPEM(p256Key)).get()).get(), EllipticCurve::P256));
     EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 7);
     EXPECT_EQ(ERR_get_error(), 0UL);
 
@@ -251,7 +238,7 @@ TEST(CurveCheck, RefusesOtherNamedCurves) {
     for (auto const& [curve, name] :
          {std::pair{"P-384", "secp384r1"}, std::pair{"P-521", "secp521r1"}, std::pair{"secp256k1", "secp256k1"},
           std::pair{"P-224", "secp224r1"}, std::pair{"brainpoolP256r1", "brainpoolP256r1"}}) {
-        EVP_PKEYUPtr const key = generate("EC", curve);
+        RawKey const key = generate("EC", curve);
         for (EllipticCurve const expected : bothCurves) {
             EXPECT_THROWS(KeyAndCurveMismatch, std::string("Stored key is not a supported ECC Curve. Curve: ") + name,
                           checkCurve(key.get(), expected));
@@ -301,7 +288,7 @@ TEST(CurveCheck, RefusesACurveWithoutAName) {
 }
 
 TEST(CurveCheck, RefusesEd448InItsOwnWords) {
-    EVP_PKEYUPtr const key = generate("ED448");
+    RawKey const key = generate("ED448");
     for (EllipticCurve const expected : bothCurves) {
         EXPECT_THROWS(KeyAndCurveMismatch, "Stored key uses Ed448, which is not currently supported",
                       checkCurve(key.get(), expected));
@@ -310,7 +297,7 @@ TEST(CurveCheck, RefusesEd448InItsOwnWords) {
 
 TEST(CurveCheck, RefusesOtherKindsOfKeysByTheirNumber) {
     std::string const text = "Stored key is not ECC-based. OpenSSL type id: ";
-    EVP_PKEYUPtr const dsa = generateDSA();
+    RawKey const dsa = generateDSA();
     for (EllipticCurve const expected : bothCurves) {
         EXPECT_THROWS(KeyAndCurveMismatch, text + "6", checkCurve(generate("RSA", std::size_t(1024)).get(), expected));
         EXPECT_THROWS(KeyAndCurveMismatch, text + "116", checkCurve(dsa.get(), expected));

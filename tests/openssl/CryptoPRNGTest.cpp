@@ -1,4 +1,5 @@
 #include "support/Bytes.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -10,7 +11,6 @@
 #include <limits>
 #include <set>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -83,19 +83,13 @@ TEST(PRNG, RefusesWhatNoArrayCanHold) {
 TEST(PRNG, ServesSeveralThreadsAtOnce) {
     auto const prng = provider.createDefaultCryptoPRNG(bytes("seed"));
     std::vector<ByteArray> drawn(4);
-    std::vector<std::thread> threads;
-    for (ByteArray& bytes : drawn) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 100; ++round) {
-                bytes = prng->generateRandomBytes(1000);
-                prng->generateRandomByte();
-                EXPECT_TRUE(prng->isSeeded());
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(drawn.size(), [&](std::size_t thread) {
+        for (int round = 0; round < 100; ++round) {
+            drawn[thread] = prng->generateRandomBytes(1000);
+            prng->generateRandomByte();
+            EXPECT_TRUE(prng->isSeeded());
+        }
+    });
     EXPECT_EQ(std::set<ByteArray>(drawn.begin(), drawn.end()).size(), drawn.size());
 }
 

@@ -1,27 +1,25 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
-#include "support/Streams.h"
-#include "support/Throws.h"
+#include "support/EngineTests.h"
 #include "support/Vectors.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
-#include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace support;
-using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
-using foundation::crypto::utils::InternalException;
 
 CryptoProvider const provider;
 
@@ -58,85 +56,20 @@ Family const& familyNamed(std::string const& name) {
     throw std::out_of_range(name);
 }
 
-class Digests : public testing::TestWithParam<Family> {
-protected:
-    std::shared_ptr<IDigestEngine> create() const { return (provider.*GetParam().create)(); }
-};
-
-INSTANTIATE_TEST_SUITE_P(, Digests, testing::ValuesIn(families), [](auto const& row) { return row.param.name; });
-
-TEST_P(Digests, TellTheirNamesAndSizes) {
-    EXPECT_EQ(create()->getDigestName(), GetParam().name);
-    EXPECT_EQ(create()->getDigestNameForEVP_MD(), GetParam().evpName);
-    EXPECT_EQ(create()->getDigestSize(), GetParam().size);
-    EXPECT_EQ(create()->computeDigest(ByteArray()).size(), GetParam().size);
+std::shared_ptr<IDigestEngine> create(Family const& family) {
+    return (provider.*family.create)();
 }
 
-TEST_P(Digests, KnowTheEmptyMessage) {
-    auto const engine = create();
-    std::istringstream emptyStream;
-    EXPECT_EQ(hex(engine->computeDigest(ByteArray())), GetParam().emptyDigest);
-    EXPECT_EQ(hex(engine->computeDigest(emptyStream)), GetParam().emptyDigest);
-    EXPECT_EQ(hex(engine->finalize()), GetParam().emptyDigest);
-}
-
-TEST_P(Digests, StartAnewAfterFinalize) {
-    auto const engine = create();
-    ByteArray const once = engine->computeDigest(bytes("abc"));
-    EXPECT_EQ(hex(engine->finalize()), GetParam().emptyDigest);
-    EXPECT_EQ(engine->computeDigest(bytes("abc")), once);
-}
-
-TEST_P(Digests, IncludeWhatWasFedBefore) {
-    auto const engine = create();
-    ByteArray const whole = engine->computeDigest(bytes("abc"));
-
-    engine->update(bytes("ab"));
-    EXPECT_EQ(engine->computeDigest(bytes("c")), whole);
-
-    std::istringstream rest("c");
-    engine->update(bytes("ab"));
-    EXPECT_EQ(engine->computeDigest(rest), whole);
-}
-
-TEST_P(Digests, TakeEmptyUpdatesAnywhere) {
-    auto const engine = create();
-    ByteArray const whole = engine->computeDigest(bytes("abc"));
-    unsigned char const none = 0;
-
-    engine->update(ByteArray());
-    engine->update(bytes("ab"));
-    engine->update(nullptr, 0);
-    engine->update(&none, 0);
-    engine->update(bytes("c"));
-    engine->update(ByteArray());
-    EXPECT_EQ(engine->finalize(), whole);
-}
-
-TEST_P(Digests, AreIndependentOfOneAnother) {
-    auto const left = create();
-    auto const right = create();
-    left->update(bytes("a"));
-    right->update(bytes("x"));
-    left->update(bytes("b"));
-    right->update(bytes("y"));
-    EXPECT_EQ(left->finalize(), create()->computeDigest(bytes("ab")));
-    EXPECT_EQ(right->finalize(), create()->computeDigest(bytes("xy")));
-}
-
-TEST_P(Digests, RunOnSeveralThreadsAtOnce) {
-    ByteArray const message = pseudoRandomBytes(100000);
-    ByteArray const expected = create()->computeDigest(message);
-    std::vector<ByteArray> found(4);
-    std::vector<std::thread> threads;
-    for (ByteArray& digest : found) {
-        threads.emplace_back([&] { digest = create()->computeDigest(message); });
+std::vector<EngineCase> engineCases() {
+    std::vector<EngineCase> cases;
+    for (Family const& family : families) {
+        cases.push_back({family.name, [&] { return create(family); }, family.name, family.evpName, family.size,
+                         family.emptyDigest});
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(found, std::vector<ByteArray>(4, expected));
+    return cases;
 }
+
+INSTANTIATE_TEST_SUITE_P(Digest, Engines, testing::ValuesIn(engineCases()), nameOf);
 
 // Known answers: RFC 1321, FIPS 180-4 and NIST's example computations.
 
@@ -145,7 +78,7 @@ TEST(DigestVectors, AgreeHoweverTheMessageArrives) {
         SCOPED_TRACE(vector.id());
         ByteArray const message = vector.bytes("msg");
         std::string const expected = vector.word("digest");
-        auto const engine = (provider.*familyNamed(vector.word("hash")).create)();
+        auto const engine = create(familyNamed(vector.word("hash")));
 
         EXPECT_EQ(hex(engine->computeDigest(message)), expected);
         std::istringstream stream(text(message));
@@ -170,96 +103,29 @@ TEST(DigestVectors, KnowAMillionLettersA) {
     };
     for (auto const& [name, digest] : expected) {
         std::istringstream stream(std::string(1000000, 'a'));
-        EXPECT_EQ(hex((provider.*familyNamed(name).create)()->computeDigest(stream)), digest) << name;
+        EXPECT_EQ(hex(create(familyNamed(name))->computeDigest(stream)), digest) << name;
     }
-}
-
-// Streams
-
-TEST(DigestStreams, AreReadInPiecesOf1024BytesToTheirEnd) {
-    for (std::size_t const size : {0U, 1U, 1023U, 1024U, 1025U, 2048U, 2500U}) {
-        for (std::size_t const portion : {std::size_t(1), std::size_t(700), std::size_t(4096)}) {
-            SCOPED_TRACE(std::to_string(size) + " bytes in portions of " + std::to_string(portion));
-            ByteArray const message = pseudoRandomBytes(size);
-            PortionBuffer buffer(text(message), portion);
-            std::istream stream(&buffer);
-            auto const engine = provider.createSHA256DigestEngine();
-            EXPECT_EQ(engine->computeDigest(stream), engine->computeDigest(message));
-            EXPECT_TRUE(stream.eof() && stream.fail() && !stream.bad());
-        }
-    }
-}
-
-TEST(DigestStreams, KeepWhiteSpaceWhateverTheFormatFlags) {
-    std::string const message = " \t a b\r\n\n ";
-    std::istringstream stream(message);
-    auto const engine = provider.createSHA256DigestEngine();
-    EXPECT_EQ(engine->computeDigest(stream), engine->computeDigest(bytes(message)));
-    EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
-}
-
-TEST(DigestStreams, StartWhereTheStreamStands) {
-    std::istringstream stream("skipped abc");
-    stream.ignore(8);
-    auto const engine = provider.createSHA256DigestEngine();
-    EXPECT_EQ(engine->computeDigest(stream), engine->computeDigest(bytes("abc")));
-}
-
-TEST(DigestStreams, AreNotReadUnlessGood) {
-    for (auto const state : {std::ios_base::eofbit, std::ios_base::failbit, std::ios_base::badbit}) {
-        std::istringstream stream("unread");
-        stream.setstate(state);
-        auto const engine = provider.createSHA256DigestEngine();
-        engine->update(bytes("ab"));
-        EXPECT_EQ(hex(engine->computeDigest(stream)),
-                  hex(provider.createSHA256DigestEngine()->computeDigest(bytes("ab"))));
-        EXPECT_EQ(stream.rdstate(), state);
-        stream.clear();
-        EXPECT_EQ(stream.get(), 'u');
-    }
-}
-
-TEST(DigestStreams, WithoutABufferAreEmpty) {
-    std::istream stream(nullptr);
-    auto const engine = provider.createSHA256DigestEngine();
-    EXPECT_EQ(engine->computeDigest(stream), engine->computeDigest(ByteArray()));
-}
-
-TEST(DigestStreams, LoseThePieceInWhichTheirBufferThrows) {
-    ByteArray const message = pseudoRandomBytes(1500);
-    PortionBuffer buffer(text(message), 100, "the disk is gone");
-    std::istream stream(&buffer);
-    auto const engine = provider.createSHA256DigestEngine();
-    EXPECT_EQ(engine->computeDigest(stream), engine->computeDigest(ByteArray(message.begin(), message.begin() + 1024)));
-    EXPECT_TRUE(stream.bad());
-}
-
-TEST(DigestStreams, ThatThrowAreReportedInTheirOwnWords) {
-    PortionBuffer buffer("abc", 1, "the disk is gone");
-    std::istream stream(&buffer);
-    stream.exceptions(std::ios_base::badbit);
-    EXPECT_THROWS(InternalException, "the disk is gone", provider.createSHA256DigestEngine()->computeDigest(stream));
-
-    std::istringstream strict("abc");
-    strict.exceptions(std::ios_base::eofbit);
-    EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear",
-                         provider.createSHA256DigestEngine()->computeDigest(strict));
 }
 
 // The same files as the system's own tools.
 
+class Digests : public testing::TestWithParam<Family> {};
+
+INSTANTIATE_TEST_SUITE_P(, Digests, testing::ValuesIn(families), [](auto const& row) { return row.param.name; });
+
 TEST_P(Digests, AgreeWithTheSystemsOwnTool) {
+    static ByteArray const all = pseudoRandomBytes(std::size_t(64) << 20);
     TemporaryDirectory const directory;
     std::string const path = directory / "file";
     for (std::size_t const size : {std::size_t(0), std::size_t(1), std::size_t(1023), std::size_t(1024),
-                                   std::size_t(1025), std::size_t(2500), std::size_t(64) << 20}) {
-        ByteArray const content = pseudoRandomBytes(size, size);
+                                   std::size_t(1025), std::size_t(2500), all.size()}) {
+        ByteArray const content(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(size));
         writeFile(path, content);
         CommandResult const tool = run(GetParam().command + " " + path);
         ASSERT_EQ(tool.status, 0);
         std::string const expected = tool.output.substr(0, tool.output.find(' '));
 
-        auto const engine = create();
+        auto const engine = create(GetParam());
         std::ifstream stream(path, std::ios::binary);
         EXPECT_EQ(hex(engine->computeDigest(stream)), expected) << size << " bytes as a stream";
         EXPECT_EQ(hex(engine->computeDigest(content)), expected) << size << " bytes in one piece";

@@ -1,13 +1,11 @@
 // Keys, signers and verifiers shared between threads.
 #include "support/ECC.h"
+#include "support/Threads.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <sstream>
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -18,29 +16,6 @@ constexpr int rounds = 100;
 #else
 constexpr int rounds = 1000;
 #endif
-
-/// Runs `work(thread)` on eight threads that start together, and hands on the first thing that goes wrong.
-template <class Work> void onThreads(Work&& work) {
-    constexpr int count = 8;
-    std::atomic<int> ready{0};
-    std::atomic<int> failed{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
-        threads.emplace_back([&, i] {
-            ++ready;
-            while (ready < count) {
-                std::this_thread::yield();
-            }
-            try {
-                work(i);
-            } catch (...) {
-                ++failed;
-            }
-        });
-    }
-    std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
-    EXPECT_EQ(failed, 0);
-}
 
 template <class Factory> class ECCThreads : public testing::Test {
 protected:
@@ -57,7 +32,7 @@ TYPED_TEST(ECCThreads, ExportOneKeyAlike) {
     ByteArray const publicText = this->pair->getPublicKey()->getPEM();
     ByteArray const integer = this->pair->getPrivateKey()->getPrivateInteger();
     ByteArray const point = this->pair->getPublicKey()->getPublicPoint();
-    onThreads([&](int thread) {
+    onThreads(8, [&](std::size_t thread) {
         for (int i = 0; i < rounds; ++i) {
             this->expect(this->pair->getPrivateKey()->getPEM() == privateText);
             if (thread % 2 == 0) {
@@ -74,7 +49,7 @@ TYPED_TEST(ECCThreads, ExportAKeyWhileItSigns) {
     auto const signer = TypeParam::signer(this->pair->getPrivateKey());
     auto const verifier = TypeParam::verifier(this->pair->getPublicKey());
     ByteArray const privateText = this->pair->getPrivateKey()->getPEM();
-    onThreads([&](int thread) {
+    onThreads(8, [&](std::size_t thread) {
         auto const engine = TypeParam::engine();
         for (int i = 0; i < rounds / 2; ++i) {
             if (thread % 2 == 0) {
@@ -90,7 +65,7 @@ TYPED_TEST(ECCThreads, ExportAKeyWhileItSigns) {
 TYPED_TEST(ECCThreads, ShareOneSignerAndOneVerifier) {
     auto const signer = TypeParam::signer(this->pair->getPrivateKey());
     auto const verifier = TypeParam::verifier(this->pair->getPublicKey());
-    onThreads([&](int thread) {
+    onThreads(8, [&](std::size_t thread) {
         auto const engine = TypeParam::engine();
         for (int i = 0; i < rounds / 4; ++i) {
             ByteArray const message = pseudoRandomBytes(static_cast<std::size_t>(i), static_cast<unsigned>(thread + 1));
@@ -108,7 +83,7 @@ TYPED_TEST(ECCThreads, ShareOneSignerAndOneVerifier) {
 
 TYPED_TEST(ECCThreads, MakeKeysAtTheSameTime) {
     ByteArray const privateText = this->pair->getPrivateKey()->getPEM();
-    onThreads([&](int /*thread*/) {
+    onThreads(8, [&](std::size_t /*thread*/) {
         for (int i = 0; i < rounds / 10; ++i) {
             auto const own = TypeParam::generateKeyPair();
             this->expect(TypeParam::privateKey(privateText)->getPEM() == privateText);

@@ -25,7 +25,7 @@ bool verifies(ByteArray const& point, ByteArray const& message, ByteArray const&
 }
 
 std::string expected(Vector const& vector) {
-    return vector.word(vector.has("expect") ? "expect" : "result");
+    return vector.expected();
 }
 
 TEST(ECCVectors, OfWycheproofAreAnsweredOnP256) {

@@ -2,6 +2,7 @@
 #include "examples/SerializedHSMSigner.h"
 
 #include "support/Bytes.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Token.h"
 
@@ -254,7 +255,7 @@ protected:
 };
 
 TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
-    int const threads = 6;
+    std::size_t const threads = 6;
     int const rounds = instrumented ? 10 : 50;
     std::vector<std::string> const before = token.files();
     std::vector<std::string> const keys{"rsa2048", "rsa3072", "certified"};
@@ -265,26 +266,19 @@ TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
 
     std::vector<ByteArray> last(threads);
     std::atomic<int> failures = 0;
-    std::vector<std::thread> running;
-    for (int thread = 0; thread < threads; ++thread) {
-        running.emplace_back([&, thread] {
-            std::size_t const number = static_cast<std::size_t>(thread);
-            IHSMSigner const& signer = *signers[number % keys.size()];
-            for (int round = 0; round < rounds; ++round) {
-                try {
-                    std::istringstream stream(text(message));
-                    auto const engine = provider.createSHA256DigestEngine();
-                    last[number] = round % 2 == 0 ? signer.sign(message, engine) : signer.sign(stream, engine);
-                    failures += signer.getKeySize() == 8 * last[number].size() ? 0 : 1;
-                } catch (std::exception const&) {
-                    ++failures;
-                }
+    onThreads(threads, [&](std::size_t number) {
+        IHSMSigner const& signer = *signers[number % keys.size()];
+        for (int round = 0; round < rounds; ++round) {
+            try {
+                std::istringstream stream(text(message));
+                auto const engine = provider.createSHA256DigestEngine();
+                last[number] = round % 2 == 0 ? signer.sign(message, engine) : signer.sign(stream, engine);
+                failures += signer.getKeySize() == 8 * last[number].size() ? 0 : 1;
+            } catch (std::exception const&) {
+                ++failures;
             }
-        });
-    }
-    for (std::thread& thread : running) {
-        thread.join();
-    }
+        }
+    });
 
     EXPECT_EQ(failures, 0);
     EXPECT_EQ(token.files(), before);
@@ -327,21 +321,15 @@ private:
 };
 
 TEST(SerializedHSMSigner, LetsNoTwoCallsMeetWhateverTheirSigners) {
-    std::vector<std::thread> running;
-    for (int thread = 0; thread < 4; ++thread) {
-        running.emplace_back([] {
-            SerializedHSMSigner const signer(std::make_shared<MeetingPoint>());
-            for (int round = 0; round < 10; ++round) {
-                std::istringstream stream;
-                signer.sign(ByteArray(), nullptr);
-                signer.sign(stream, nullptr);
-                signer.getKeySize();
-            }
-        });
-    }
-    for (std::thread& thread : running) {
-        thread.join();
-    }
+    onThreads(4, [](std::size_t /*thread*/) {
+        SerializedHSMSigner const signer(std::make_shared<MeetingPoint>());
+        for (int round = 0; round < 10; ++round) {
+            std::istringstream stream;
+            signer.sign(ByteArray(), nullptr);
+            signer.sign(stream, nullptr);
+            signer.getKeySize();
+        }
+    });
     EXPECT_EQ(MeetingPoint::meetings(), 0);
 }
 

@@ -1,15 +1,14 @@
 #include "support/Bytes.h"
+#include "support/Engines.h"
+#include "support/PEM.h"
+#include "support/PRNG.h"
+#include "support/PSS.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 #include "support/Token.h"
 
-#include <foundation/crypto/interfaces/ICryptoPRNG.h>
 #include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
-
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/rsa.h>
 
 #include <gtest/gtest.h>
 
@@ -24,9 +23,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using interfaces::IDigestEngine;
 using interfaces::IHSMSigner;
-using openssl::CryptoProvider;
 using utils::HSMObject;
 using utils::InternalException;
 using utils::RSAPaddingMode;
@@ -45,20 +42,9 @@ std::shared_ptr<IDigestEngine> sha256() {
     return provider.createSHA256DigestEngine();
 }
 
-/// Whether libcrypto, left to itself, takes `signature` for one of `message` with a salt of exactly this many bytes.
 bool verifies(ByteArray const& publicKey, std::string const& digest, int saltSize, ByteArray const& message,
               ByteArray const& signature) {
-    std::unique_ptr<BIO, decltype(&BIO_free_all)> const bio(
-        BIO_new_mem_buf(publicKey.data(), static_cast<int>(publicKey.size())), &BIO_free_all);
-    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> const key(
-        PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, nullptr), &EVP_PKEY_free);
-    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-    EVP_PKEY_CTX* keyContext = nullptr;
-    EXPECT_EQ(EVP_DigestVerifyInit_ex(context.get(), &keyContext, digest.c_str(), nullptr, nullptr, key.get(), nullptr),
-              1);
-    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING), 1);
-    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltSize), 1);
-    return EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
+    return isPSSWithSalt(saltSize, readPublic(text(publicKey)).get(), digest, message, signature);
 }
 
 class HSMSigner : public testing::Test {
@@ -374,61 +360,28 @@ TEST_F(HSMSigner, LetsTheExceptionsOfAStreamPass) {
 
 // Digest engines
 
-/// A host's own engine: it has a name and nothing else.
-class NamedEngine final : public IDigestEngine {
-public:
-    explicit NamedEngine(std::string name) : name_(std::move(name)) {}
-
-    ByteArray computeDigest(ByteArray const& /*data*/) override { throw std::logic_error("not to be used"); }
-
-    ByteArray computeDigest(std::istream& /*input*/) override { throw std::logic_error("not to be used"); }
-
-    void update(ByteArray const& /*data*/) override { throw std::logic_error("not to be used"); }
-
-    void update(unsigned char const* /*data*/, std::size_t /*size*/) override {
-        throw std::logic_error("not to be used");
-    }
-
-    ByteArray finalize() override { throw std::logic_error("not to be used"); }
-
-    std::string getDigestName() const override { throw std::logic_error("not to be used"); }
-
-    std::string getDigestNameForEVP_MD() const override {
-        ++asked;
-        if (name_.empty()) {
-            throw std::range_error("an engine without a name");
-        }
-        return name_;
-    }
-
-    std::size_t getDigestSize() const override { throw std::logic_error("not to be used"); }
-
-    mutable int asked = 0;
-
-private:
-    std::string name_;
-};
-
 TEST_F(HSMSigner, AsksAnEngineForItsNameAndNothingElse) {
-    auto const engine = std::make_shared<NamedEngine>("sha256");
+    int asked = 0;
+    auto const engine = std::make_shared<HostEngine>(nullptr, [&] { return ++asked, "sha256"; });
     EXPECT_TRUE(isSignedBySHA256(message, signer->sign(message, engine)));
-    EXPECT_EQ(engine->asked, 1);
+    EXPECT_EQ(asked, 1);
     EXPECT_EQ(engine.use_count(), 1);
 }
 
 TEST_F(HSMSigner, ComparesTheNameOfAnEngineToTheLetter) {
-    auto const engine = std::make_shared<NamedEngine>("SHA256");
+    auto const engine = std::make_shared<HostEngine>("", "SHA256");
     EXPECT_TRUE(verifies(token.publicKey("rsa2048"), "sha256", 222, message, signer->sign(message, engine)));
 }
 
 TEST_F(HSMSigner, CannotSignWithADigestThatLibcryptoDoesNotKnow) {
     EXPECT_THROWS(InternalException, "Failed while doing setup to generate signature",
-                  signer->sign(message, std::make_shared<NamedEngine>("sha257")));
+                  signer->sign(message, std::make_shared<HostEngine>("", "sha257")));
 }
 
 TEST_F(HSMSigner, LetsTheExceptionsOfAnEnginePass) {
-    EXPECT_THROWS(std::range_error, "an engine without a name",
-                  signer->sign(message, std::make_shared<NamedEngine>("")));
+    auto const engine =
+        std::make_shared<HostEngine>(nullptr, []() -> std::string { throw std::range_error("the engine is cold"); });
+    EXPECT_THROWS(std::range_error, "the engine is cold", signer->sign(message, engine));
 }
 
 TEST_F(HSMSigner, LeavesTheMessageOfAnEngineAlone) {
@@ -440,19 +393,8 @@ TEST_F(HSMSigner, LeavesTheMessageOfAnEngineAlone) {
 
 // PRNG
 
-class UntouchablePRNG final : public interfaces::ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { throw std::logic_error("not to be used"); }
-
-    ByteArray generateRandomBytes(std::size_t /*size*/) override { throw std::logic_error("not to be used"); }
-
-    bool isSeeded() const override { throw std::logic_error("not to be used"); }
-
-    std::string getPRNGName() const override { throw std::logic_error("not to be used"); }
-};
-
 TEST_F(HSMSigner, HoldsItsPRNGAndNeverUsesIt) {
-    auto const prng = std::make_shared<UntouchablePRNG>();
+    auto const prng = std::make_shared<ForeignPRNG>();
     auto drawn = provider.createHSMSigner(HSMObject(Token::module(), Token::uri("rsa2048")), RSAPaddingMode::PSS, prng);
     EXPECT_EQ(prng.use_count(), 2);
     EXPECT_TRUE(isSignedBySHA256(message, drawn->sign(message, sha256())));

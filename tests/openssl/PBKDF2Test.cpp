@@ -1,4 +1,5 @@
 #include "support/Bytes.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -12,7 +13,6 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -113,13 +113,7 @@ TEST(PBKDF2, LeavesTheErrorQueueAsItWas) {
 TEST(PBKDF2, RunsOnSeveralThreadsAtOnce) {
     std::string const expected = derive("password", "salt", 64, 1000);
     std::vector<std::string> found(4);
-    std::vector<std::thread> threads;
-    for (std::string& key : found) {
-        threads.emplace_back([&key] { key = derive("password", "salt", 64, 1000); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(found.size(), [&](std::size_t thread) { found[thread] = derive("password", "salt", 64, 1000); });
     EXPECT_EQ(found, std::vector<std::string>(4, expected));
 }
 

@@ -3,6 +3,7 @@
 #include "support/Mutations.h"
 #include "support/RSA.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -20,7 +21,6 @@
 #include <random>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -72,20 +72,8 @@ std::string describe(int bits, RSAPaddingMode padding) {
 
 // Construction
 
-template <class Factory> class RSAEncryptionObjects : public testing::Test {
-protected:
-    using Size = RSAKeySize<Factory::bits>;
-
-    typename Factory::PrivateKey privateKey =
-        RSAKeys<Factory::bits>::createPrivateKey(readRSAKey(Factory::bits, "private.der"));
-    typename Factory::PublicKey publicKey =
-        RSAKeys<Factory::bits>::createPublicKey(readRSAKey(Factory::bits, "public.der"));
-    std::shared_ptr<ICryptoPRNG> prng = provider.createDefaultCryptoPRNG({});
-    std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
-};
-
-using RSAFactories = testing::Types<RSAFactory<1024>, RSAFactory<2048>, RSAFactory<4096>>;
-TYPED_TEST_SUITE(RSAEncryptionObjects, RSAFactories);
+template <class OfSize> using RSAEncryptionObjects = RSAObjects<OfSize>;
+TYPED_TEST_SUITE(RSAEncryptionObjects, RSASizes, RSASizeNames);
 
 TYPED_TEST(RSAEncryptionObjects, TellTheirKeySize) {
     EXPECT_EQ(TypeParam::encryptor(this->publicKey, oaep1, this->prng)->getKeySize(), TypeParam::bits);
@@ -608,21 +596,15 @@ TEST(RSAEncryptionThreads, ShareOneEncryptorAndOneDecryptor) {
         auto const encryptor = user.encryptor(padding);
         auto const decryptor = user.decryptor(padding);
         std::vector<int> equal(4);
-        std::vector<std::thread> threads;
-        for (std::size_t thread = 0; thread < equal.size(); ++thread) {
-            threads.emplace_back([&, thread] {
-                ByteArray const message = pseudoRandomBytes(100, thread);
-                for (int round = 0; round < 10; ++round) {
-                    equal[thread] += decryptor->decrypt(encryptor->encrypt(message)) == message ? 1 : 0;
-                    std::string const longMessage = text(pseudoRandomBytes(300, thread));
-                    equal[thread] +=
-                        decryptStream(*decryptor, encryptStream(*encryptor, longMessage)) == longMessage ? 1 : 0;
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        onThreads(equal.size(), [&](std::size_t thread) {
+            ByteArray const message = pseudoRandomBytes(100, thread);
+            for (int round = 0; round < 10; ++round) {
+                equal[thread] += decryptor->decrypt(encryptor->encrypt(message)) == message ? 1 : 0;
+                std::string const longMessage = text(pseudoRandomBytes(300, thread));
+                equal[thread] +=
+                    decryptStream(*decryptor, encryptStream(*encryptor, longMessage)) == longMessage ? 1 : 0;
+            }
+        });
         EXPECT_EQ(equal, std::vector<int>(4, 20));
     }
 }
@@ -641,7 +623,7 @@ TEST_P(RSADecryptionVectors, GiveTheirPlainTextFromBytesAndFromStreams) {
         auto const user = users.try_emplace(vector.word("pkcs8"), makeRSAKeyUser(vector)).first->second;
         auto const decryptor = user.decryptor(paddingsByName.at(vector.word("pad")));
         ByteArray const cipherText = vector.bytes("ct");
-        std::string const expect = vector.word(vector.has("expect") ? "expect" : "result");
+        std::string const expect = vector.expected();
         if (expect == "invalid") {
             EXPECT_THROWS(InternalException, notDecrypted, decryptor->decrypt(cipherText));
             if (cipherText.empty()) { // no block at all

@@ -106,7 +106,7 @@ template <class OfSize> void damageFiles(std::mt19937_64& random, int rounds) {
     };
 
     for (auto const& [form, load] : forms) {
-        ByteArray const whole = readRSAKey(OfSize::size, form);
+        ByteArray const whole = readRSAKey(OfSize::bits, form);
         for (int round = 0; round < rounds; ++round) {
             load(mutate(whole, random));
         }

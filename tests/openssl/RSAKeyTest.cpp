@@ -1,7 +1,9 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/PRNG.h"
 #include "support/RSAKeys.h"
 #include "support/Streams.h"
+#include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -20,13 +22,11 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
 
 using namespace support;
-using foundation::crypto::interfaces::ICryptoPRNG;
 using foundation::crypto::interfaces::KeySignatureMethod;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
@@ -46,18 +46,6 @@ std::string wrongSize(std::string const& kind, unsigned long found, unsigned lon
     return "The input data corresponds to a " + kind + " key of size " + std::to_string(found) +
            " instead of the expected size " + std::to_string(expected);
 }
-
-/// A host's own generator, which has nothing to give.
-class EmptyPRNG : public ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { throw std::logic_error("drawn from"); }
-
-    ByteArray generateRandomBytes(std::size_t /*size*/) override { throw std::logic_error("drawn from"); }
-
-    bool isSeeded() const override { throw std::logic_error("asked"); }
-
-    std::string getPRNGName() const override { throw std::logic_error("asked"); }
-};
 
 ByteArray joined(std::initializer_list<ByteArray> parts) {
     ByteArray whole;
@@ -86,7 +74,7 @@ std::vector<std::string> const publicForms{"public.pem", "public.der", "traditio
 
 template <class OfSize> class RSAKey : public testing::Test {
 protected:
-    static constexpr unsigned long bits = OfSize::size;
+    static constexpr unsigned long bits = OfSize::bits;
 
     Vector numbers = numbersOf(bits);
     ByteArray n = numbers.bytes("n");
@@ -124,13 +112,7 @@ protected:
     }
 };
 
-using Sizes = testing::Types<RSAKeys<1024>, RSAKeys<2048>, RSAKeys<4096>>;
-
-struct SizeNames {
-    template <class OfSize> static std::string GetName(int /*index*/) { return std::to_string(OfSize::size); }
-};
-
-TYPED_TEST_SUITE(RSAKey, Sizes, SizeNames);
+TYPED_TEST_SUITE(RSAKey, RSASizes, RSASizeNames);
 
 // Loading and exporting
 
@@ -167,7 +149,7 @@ TYPED_TEST(RSAKey, IsMadeFromItsNumbers) {
     this->expectPublic(publicKey);
 
     auto const privateKey = TypeParam::createPrivateKey(this->n, this->d, this->e);
-    EXPECT_EQ(privateKey->getKeySize(), TypeParam::size);
+    EXPECT_EQ(privateKey->getKeySize(), TypeParam::bits);
     EXPECT_EQ(privateKey->getModulus(), this->n);
     EXPECT_EQ(privateKey->getPrivateExponent(), this->d);
     EXPECT_THROWS(InternalException, noPrivateDER, privateKey->getDER()); // no CRT factors to write
@@ -198,21 +180,21 @@ TYPED_TEST(RSAKey, ChecksNothingButTheSizeOfItsNumbers) {
     EXPECT_EQ(TypeParam::createPublicKey(this->n, ByteArray())->getPublicExponent(), ByteArray());
 
     for (ByteArray const& nothing : {ByteArray(), ByteArray(1), ByteArray(600)}) {
-        EXPECT_THROWS(Exception, wrongSize("private", 0, TypeParam::size),
+        EXPECT_THROWS(Exception, wrongSize("private", 0, TypeParam::bits),
                       TypeParam::createPrivateKey(nothing, nothing, this->e));
-        EXPECT_THROWS(Exception, wrongSize("public", 0, TypeParam::size), TypeParam::createPublicKey(nothing, this->e));
+        EXPECT_THROWS(Exception, wrongSize("public", 0, TypeParam::bits), TypeParam::createPublicKey(nothing, this->e));
         EXPECT_THROWS(InternalException, notGenerated, TypeParam::createPrivateKey(nothing, this->d, this->e));
     }
     ByteArray shorter = this->n;
     shorter.front() = 0x7f;
-    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::size - 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::bits - 1, TypeParam::bits),
                   TypeParam::createPrivateKey(shorter, this->d, this->e));
-    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::size - 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::bits - 1, TypeParam::bits),
                   TypeParam::createPublicKey(shorter, this->e));
     ByteArray const longer = joined({ByteArray{1}, this->n});
-    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::size + 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("private", TypeParam::bits + 1, TypeParam::bits),
                   TypeParam::createPrivateKey(longer, this->d, this->e));
-    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::size + 1, TypeParam::size),
+    EXPECT_THROWS(Exception, wrongSize("public", TypeParam::bits + 1, TypeParam::bits),
                   TypeParam::createPublicKey(longer, this->e));
     EXPECT_NO_THROW(TypeParam::createPrivateKey(this->n, this->d, longer));
     EXPECT_NO_THROW(TypeParam::createPublicKey(this->n, longer));
@@ -222,13 +204,13 @@ TYPED_TEST(RSAKey, ChecksNothingButTheSizeOfItsNumbers) {
 
 TYPED_TEST(RSAKey, OfAnotherSizeIsRefused) {
     for (unsigned long const other : {1024UL, 2048UL, 4096UL}) {
-        if (other == TypeParam::size) {
+        if (other == TypeParam::bits) {
             continue;
         }
         SCOPED_TRACE(other);
         Vector const others = numbersOf(other);
-        std::string const privateText = wrongSize("private", other, TypeParam::size);
-        std::string const publicText = wrongSize("public", other, TypeParam::size);
+        std::string const privateText = wrongSize("private", other, TypeParam::bits);
+        std::string const publicText = wrongSize("public", other, TypeParam::bits);
         for (std::string const& form : plainPrivateForms) {
             EXPECT_THROWS(Exception, privateText, this->loadPrivate(readRSAKey(other, form)));
             EXPECT_THROWS(Exception, privateText, this->loadPrivate(readRSAKey(other, form), ""));
@@ -395,16 +377,16 @@ TEST(RSAKeyKind, ShowsInTheSizeOtherwise) {
 
 template <class OfSize> class RSAKeyPair : public testing::Test {};
 
-TYPED_TEST_SUITE(RSAKeyPair, Sizes, SizeNames);
+TYPED_TEST_SUITE(RSAKeyPair, RSASizes, RSASizeNames);
 
 TYPED_TEST(RSAKeyPair, HoldsTwoHalvesOfOneKey) {
-    auto const pair = TypeParam::generateKeyPair(std::make_shared<EmptyPRNG>());
+    auto const pair = TypeParam::generateKeyPair(std::make_shared<ForeignPRNG>());
     auto const privateKey = pair->getPrivateKey();
     auto const publicKey = pair->getPublicKey();
-    EXPECT_EQ(privateKey->getKeySize(), TypeParam::size);
-    EXPECT_EQ(publicKey->getKeySize(), TypeParam::size);
+    EXPECT_EQ(privateKey->getKeySize(), TypeParam::bits);
+    EXPECT_EQ(publicKey->getKeySize(), TypeParam::bits);
     EXPECT_EQ(privateKey->getModulus(), publicKey->getModulus());
-    EXPECT_EQ(privateKey->getModulus().size(), TypeParam::size / 8);
+    EXPECT_EQ(privateKey->getModulus().size(), TypeParam::bits / 8);
     EXPECT_EQ(hex(publicKey->getPublicExponent()), "010001");
     EXPECT_EQ(TypeParam::createPrivateKey(privateKey->getDER())->getDER(), privateKey->getDER());
     EXPECT_EQ(TypeParam::createPublicKey(publicKey->getDER())->getDER(), publicKey->getDER());
@@ -428,7 +410,7 @@ TYPED_TEST(RSAKeyPair, NeedsAPRNG) {
 }
 
 TEST(RSAKeyPairs, KeepTheirPRNGAndAreOutlivedByTheirKeys) {
-    auto const prng = std::make_shared<EmptyPRNG>();
+    auto const prng = std::make_shared<ForeignPRNG>();
     auto pair = provider.generateRSA1024KeyPair(prng);
     EXPECT_EQ(prng.use_count(), 2);
     auto const privateKey = pair->getPrivateKey();
@@ -670,7 +652,7 @@ TEST(RSAKeyErrorQueue, IsAsItWasAfterEverySuccess) {
     auto const privateKey = provider.createRSA1024PrivateKey(readRSAKey(1024, "private.der"));
     auto const publicKey = provider.createRSA1024PublicKey(readRSAKey(1024, "public.der"));
     std::vector<std::function<void()>> operations{
-        [] { provider.generateRSA1024KeyPair(std::make_shared<EmptyPRNG>()); },
+        [] { provider.generateRSA1024KeyPair(std::make_shared<ForeignPRNG>()); },
         [&] { provider.createRSA1024PrivateKey(numbers.bytes("n"), numbers.bytes("d"), numbers.bytes("e")); },
         [&] { provider.createRSA1024PublicKey(numbers.bytes("n"), numbers.bytes("e")); },
         [&] { privateKey->getDER(); },
@@ -715,38 +697,26 @@ TEST(RSAKeyThreads, ExportOneKeyAlike) {
     ByteArray const d = privateKey->getPrivateExponent();
     ByteArray const e = publicKey->getPublicExponent();
     std::vector<int> wrong(4);
-    std::vector<std::thread> threads;
-    for (int& count : wrong) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 100; ++round) {
-                bool const right = privateKey->getDER() == readRSAKey(2048, "private.der") &&
-                                   publicKey->getDER() == readRSAKey(2048, "public.der") &&
-                                   privateKey->getModulus() == n && publicKey->getModulus() == n &&
-                                   privateKey->getPrivateExponent() == d && publicKey->getPublicExponent() == e;
-                count += right ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(wrong.size(), [&](std::size_t thread) {
+        for (int round = 0; round < 100; ++round) {
+            bool const right = privateKey->getDER() == readRSAKey(2048, "private.der") &&
+                               publicKey->getDER() == readRSAKey(2048, "public.der") && privateKey->getModulus() == n &&
+                               publicKey->getModulus() == n && privateKey->getPrivateExponent() == d &&
+                               publicKey->getPublicExponent() == e;
+            wrong[thread] += right ? 0 : 1;
+        }
+    });
     EXPECT_EQ(wrong, std::vector<int>(4));
 }
 
 TEST(RSAKeyThreads, LoadAtTheSameTime) {
     std::vector<ByteArray> found(4);
-    std::vector<std::thread> threads;
-    for (ByteArray& der : found) {
-        threads.emplace_back([&der] {
-            for (int round = 0; round < 20; ++round) {
-                std::istringstream stream = streamOf(readRSAKey(1024, "traditional.der"));
-                der = provider.createRSA1024PrivateKey(stream, "")->getDER();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(found.size(), [&](std::size_t thread) {
+        for (int round = 0; round < 20; ++round) {
+            std::istringstream stream = streamOf(readRSAKey(1024, "traditional.der"));
+            found[thread] = provider.createRSA1024PrivateKey(stream, "")->getDER();
+        }
+    });
     EXPECT_EQ(found, std::vector<ByteArray>(4, readRSAKey(1024, "private.der")));
 }
 

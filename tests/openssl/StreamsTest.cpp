@@ -16,6 +16,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto::openssl;
+using namespace std::string_literals;
 
 /// What `readExtracted` stands for: extraction of one character after the other.
 ByteArray extractCharacterwise(std::istream& input) {
@@ -48,12 +49,35 @@ Outcome readWith(std::function<ByteArray(std::istream&)> const& reader, std::ist
     return {bytes, thrown, state, rest};
 }
 
+/// A host's own buffer without a get area: it hands out one character after the other, promises more than it has.
+class UnbufferedBuffer : public std::streambuf {
+public:
+    explicit UnbufferedBuffer(std::string content) : content_(std::move(content)) {}
+
+protected:
+    std::streamsize showmanyc() override { return 5; }
+
+    int_type underflow() override {
+        return next_ < content_.size() ? traits_type::to_int_type(content_[next_]) : traits_type::eof();
+    }
+
+    int_type uflow() override {
+        int_type const character = underflow();
+        next_ += traits_type::eq_int_type(character, traits_type::eof()) ? 0U : 1U;
+        return character;
+    }
+
+private:
+    std::string content_;
+    std::size_t next_ = 0;
+};
+
 struct Source {
     std::string name;
     std::function<std::unique_ptr<std::streambuf>()> makeBuffer;
 };
 
-std::string const content = " leading\tblanks, \n\r\n lines\0and a NUL \xff and the end \n ";
+std::string const content = " leading\tblanks, \n\r\n lines\0and a NUL \xff and the end \n "s;
 
 std::vector<Source> const sources{
     {"a string", [] { return std::make_unique<std::stringbuf>(content, std::ios::in); }},
@@ -62,6 +86,7 @@ std::vector<Source> const sources{
     {"portions", [] { return std::make_unique<PortionBuffer>(text(pseudoRandomBytes(100000)), 4096); }},
     {"a buffer that throws at once", [] { return std::make_unique<PortionBuffer>("", 1, "gone"); }},
     {"a buffer that throws later", [] { return std::make_unique<PortionBuffer>(content, 7, "gone"); }},
+    {"a buffer without a get area", [] { return std::make_unique<UnbufferedBuffer>(content); }},
     {"no buffer", [] { return std::unique_ptr<std::streambuf>(); }},
     {"a file",
      [] {

@@ -2,12 +2,12 @@
 #define ZRFL_TESTS_SUPPORT_ECC_H
 
 #include "Bytes.h"
+#include "Engines.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <istream>
 #include <memory>
 #include <string>
@@ -15,13 +15,11 @@
 
 namespace support {
 
-using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::interfaces::IECCKeyPair;
 using foundation::crypto::interfaces::IECCPrivateKey;
 using foundation::crypto::interfaces::IECCPublicKey;
 using foundation::crypto::interfaces::IECCSigner;
 using foundation::crypto::interfaces::IECCVerifier;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::EllipticCurve;
 
 /// The provider's operations of one curve under names without it, and what a test has to know about the curve.
@@ -87,56 +85,6 @@ using BothCurves = testing::Types<P256, Curve25519>;
 /// Names the typed tests after their curve.
 struct CurveNames {
     template <class Factory> static std::string GetName(int /*index*/) { return Factory::name; }
-};
-
-/// The engine of the digest that libcrypto calls `name`.
-inline std::shared_ptr<IDigestEngine> engineNamed(std::string const& name) {
-    CryptoProvider const provider;
-    for (auto const create : {&CryptoProvider::createMD5DigestEngine, &CryptoProvider::createSHA1DigestEngine,
-                              &CryptoProvider::createSHA224DigestEngine, &CryptoProvider::createSHA256DigestEngine,
-                              &CryptoProvider::createSHA384DigestEngine, &CryptoProvider::createSHA512DigestEngine}) {
-        auto engine = (provider.*create)();
-        if (engine->getDigestNameForEVP_MD() == name) {
-            return engine;
-        }
-    }
-    throw std::out_of_range(name);
-}
-
-/// A host's own engine: it answers for its names by functions and can do nothing else.
-class HostEngine final : public IDigestEngine {
-public:
-    using Answer = std::function<std::string()>;
-
-    HostEngine(Answer digestName, Answer evpName) : digestName_(std::move(digestName)), evpName_(std::move(evpName)) {}
-
-    HostEngine(std::string const& digestName, std::string const& evpName)
-        : HostEngine([=] { return digestName; }, [=] { return evpName; }) {}
-
-    ByteArray computeDigest(ByteArray const& /*data*/) override { return unused(); }
-
-    ByteArray computeDigest(std::istream& /*input*/) override { return unused(); }
-
-    void update(ByteArray const& /*data*/) override { unused(); }
-
-    void update(unsigned char const* /*data*/, std::size_t /*size*/) override { unused(); }
-
-    ByteArray finalize() override { return unused(); }
-
-    std::string getDigestName() const override { return digestName_(); }
-
-    std::string getDigestNameForEVP_MD() const override { return evpName_(); }
-
-    std::size_t getDigestSize() const override { return unused().size(); }
-
-private:
-    static ByteArray unused() {
-        ADD_FAILURE() << "a signature asks an engine for nothing but names";
-        return {};
-    }
-
-    Answer digestName_;
-    Answer evpName_;
 };
 
 /// A host's own keys.

@@ -3,6 +3,7 @@
 
 #include "Bytes.h"
 #include "Streams.h"
+#include "Threads.h"
 #include "Throws.h"
 
 #include <foundation/crypto/interfaces/IDigestEngine.h>
@@ -19,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-/// What is asked of every keyed or sized digest engine, seen as a host sees it. A test program instantiates the suite
+/// What is asked of every digest engine, seen as a host sees it. A test program instantiates the suite
 /// `Engines` for the engines of its family.
 namespace support {
 
@@ -107,18 +108,12 @@ TEST_P(Engines, RunOnSeveralThreadsAtOnce) {
     ByteArray const message = pseudoRandomBytes(10000);
     ByteArray const expected = digestOf(message);
     std::vector<ByteArray> found(4);
-    std::vector<std::thread> threads;
-    for (ByteArray& digest : found) {
-        threads.emplace_back([&digest, &message] {
-            auto const engine = create();
-            for (int i = 0; i < 20; ++i) {
-                digest = engine->computeDigest(message);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(found.size(), [&](std::size_t thread) {
+        auto const engine = create();
+        for (int i = 0; i < 20; ++i) {
+            found[thread] = engine->computeDigest(message);
+        }
+    });
     EXPECT_EQ(found, std::vector<ByteArray>(4, expected));
 }
 

@@ -79,6 +79,13 @@ inline RawKey readPrivate(std::string const& pem) {
     return owned(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr));
 }
 
+/// The same for a public key.
+inline RawKey readPublic(std::string const& pem) {
+    std::unique_ptr<BIO, decltype(&BIO_free)> const bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())),
+                                                        &BIO_free);
+    return owned(PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, nullptr));
+}
+
 } // namespace support
 
 #endif

@@ -1,10 +1,11 @@
 #ifndef ZRFL_TESTS_SUPPORT_RSA_H
 #define ZRFL_TESTS_SUPPORT_RSA_H
 
+#include "Engines.h"
+#include "PRNG.h"
 #include "RSAKeys.h"
 #include "Vectors.h"
 
-#include <foundation/crypto/interfaces/IDigestEngine.h>
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <functional>
@@ -14,45 +15,6 @@
 #include <utility>
 
 namespace support {
-
-using foundation::crypto::interfaces::ICryptoPRNG;
-using foundation::crypto::interfaces::IDigestEngine;
-using foundation::crypto::interfaces::IRSADecryptor;
-using foundation::crypto::interfaces::IRSAEncryptor;
-using foundation::crypto::interfaces::IRSAPrivateKey;
-using foundation::crypto::interfaces::IRSAPublicKey;
-using foundation::crypto::interfaces::IRSASigner;
-using foundation::crypto::interfaces::IRSAVerifier;
-using foundation::crypto::openssl::CryptoProvider;
-using foundation::crypto::utils::RSAKeySize;
-using foundation::crypto::utils::RSAPaddingMode;
-
-/// What the provider makes with keys of one RSA size, under names without it.
-template <unsigned long N> struct RSAFactory;
-
-#define ZRFL_RSA_FACTORY(N)                                                                                            \
-    template <> struct RSAFactory<N> {                                                                                 \
-        static constexpr unsigned long bits = N;                                                                       \
-        using PrivateKey = std::shared_ptr<IRSAPrivateKey<RSAKeySize<N>>>;                                             \
-        using PublicKey = std::shared_ptr<IRSAPublicKey<RSAKeySize<N>>>;                                               \
-        using PRNG = std::shared_ptr<ICryptoPRNG>;                                                                     \
-        static std::shared_ptr<IRSASigner> signer(PrivateKey key, RSAPaddingMode padding, PRNG prng) {                 \
-            return CryptoProvider().createRSA##N##Signer(std::move(key), padding, std::move(prng));                    \
-        }                                                                                                              \
-        static std::shared_ptr<IRSAVerifier> verifier(PublicKey key, RSAPaddingMode padding, PRNG prng) {              \
-            return CryptoProvider().createRSA##N##Verifier(std::move(key), padding, std::move(prng));                  \
-        }                                                                                                              \
-        static std::shared_ptr<IRSAEncryptor> encryptor(PublicKey key, RSAPaddingMode padding, PRNG prng) {            \
-            return CryptoProvider().createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                 \
-        }                                                                                                              \
-        static std::shared_ptr<IRSADecryptor> decryptor(PrivateKey key, RSAPaddingMode padding, PRNG prng) {           \
-            return CryptoProvider().createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                 \
-        }                                                                                                              \
-    };
-ZRFL_RSA_FACTORY(1024)
-ZRFL_RSA_FACTORY(2048)
-ZRFL_RSA_FACTORY(4096)
-#undef ZRFL_RSA_FACTORY
 
 /// A host's own key: the library knows nothing of its insides.
 template <class KeySize> class ForeignRSAPrivateKey : public IRSAPrivateKey<KeySize> {
@@ -77,51 +39,6 @@ public:
     ByteArray getPublicExponent() const override { return {}; }
 };
 
-/// A host's own generator.
-class ForeignPRNG : public ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { return 0; }
-
-    ByteArray generateRandomBytes(std::size_t size) override { return ByteArray(size); }
-
-    bool isSeeded() const override { return true; }
-
-    std::string getPRNGName() const override { return "foreign"; }
-};
-
-/// A host's own digest engine, which only answers for its name, however `answer` does.
-class NamedEngine : public IDigestEngine {
-public:
-    explicit NamedEngine(std::function<std::string()> answer) : answer_(std::move(answer)) {}
-
-    explicit NamedEngine(std::string const& name) : answer_([name] { return name; }) {}
-
-    ByteArray computeDigest(ByteArray const& /*data*/) override { throw std::logic_error("asked to compute"); }
-
-    ByteArray computeDigest(std::istream& /*input*/) override { throw std::logic_error("asked to compute"); }
-
-    void update(ByteArray const& /*data*/) override { throw std::logic_error("asked to compute"); }
-
-    void update(unsigned char const* /*data*/, std::size_t /*size*/) override {
-        throw std::logic_error("asked to compute");
-    }
-
-    ByteArray finalize() override { throw std::logic_error("asked to compute"); }
-
-    std::string getDigestName() const override { throw std::logic_error("asked for another name"); }
-
-    std::string getDigestNameForEVP_MD() const override { return answer_(); }
-
-    std::size_t getDigestSize() const override { throw std::logic_error("asked for a size"); }
-
-private:
-    std::function<std::string()> answer_;
-};
-
-inline std::shared_ptr<IDigestEngine> engineNamed(std::string const& name) {
-    return std::make_shared<NamedEngine>(name);
-}
-
 /// One RSA key and what a host makes with it, with the same type for every size.
 struct RSAKeyUser {
     unsigned long bits;
@@ -134,14 +51,14 @@ struct RSAKeyUser {
 };
 
 template <unsigned long N> RSAKeyUser makeRSAKeyUser(ByteArray const& pkcs8, ByteArray const& spki) {
-    using Factory = RSAFactory<N>;
+    using OfSize = RSAKeys<N>;
     auto const prng = CryptoProvider().createDefaultCryptoPRNG({});
-    auto const privateKey = pkcs8.empty() ? nullptr : RSAKeys<N>::createPrivateKey(pkcs8);
-    auto const publicKey = spki.empty() ? nullptr : RSAKeys<N>::createPublicKey(spki);
-    return {N, [=](RSAPaddingMode padding) { return Factory::signer(privateKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return Factory::verifier(publicKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return Factory::encryptor(publicKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return Factory::decryptor(privateKey, padding, prng); }};
+    auto const privateKey = pkcs8.empty() ? nullptr : OfSize::createPrivateKey(pkcs8);
+    auto const publicKey = spki.empty() ? nullptr : OfSize::createPublicKey(spki);
+    return {N, [=](RSAPaddingMode padding) { return OfSize::signer(privateKey, padding, prng); },
+            [=](RSAPaddingMode padding) { return OfSize::verifier(publicKey, padding, prng); },
+            [=](RSAPaddingMode padding) { return OfSize::encryptor(publicKey, padding, prng); },
+            [=](RSAPaddingMode padding) { return OfSize::decryptor(privateKey, padding, prng); }};
 }
 
 /// For a key of `bits`; either half may be missing.
@@ -183,6 +100,17 @@ inline RSAKeyUser makePSSKeyUser() {
 inline RSAKeyUser makeDSAKeyUser() {
     return makeRSAKeyUser(1024, readKey("dsa1024-private.pem"), readKey("dsa1024-public.pem"));
 }
+
+/// The keys of one size and the generators, for the tests of the objects that are made from them.
+template <class OfSize> class RSAObjects : public testing::Test {
+protected:
+    using Size = typename OfSize::Size;
+
+    typename OfSize::PrivateKey privateKey = OfSize::createPrivateKey(readRSAKey(OfSize::bits, "private.der"));
+    typename OfSize::PublicKey publicKey = OfSize::createPublicKey(readRSAKey(OfSize::bits, "public.der"));
+    std::shared_ptr<ICryptoPRNG> prng = CryptoProvider().createDefaultCryptoPRNG({});
+    std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
+};
 
 /// A value that the enumeration may or may not have.
 inline RSAPaddingMode rsaPadding(int value) {

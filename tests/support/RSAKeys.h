@@ -5,11 +5,24 @@
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 #include <utility>
 
 namespace support {
+
+using foundation::crypto::interfaces::ICryptoPRNG;
+using foundation::crypto::interfaces::IRSADecryptor;
+using foundation::crypto::interfaces::IRSAEncryptor;
+using foundation::crypto::interfaces::IRSAPrivateKey;
+using foundation::crypto::interfaces::IRSAPublicKey;
+using foundation::crypto::interfaces::IRSASigner;
+using foundation::crypto::interfaces::IRSAVerifier;
+using foundation::crypto::openssl::CryptoProvider;
+using foundation::crypto::utils::RSAKeySize;
+using foundation::crypto::utils::RSAPaddingMode;
 
 /// The content of a file of tests/vectors/keys; `name` as in "private.pem", of the RSA key with that many bits.
 inline ByteArray readKey(std::string const& name) {
@@ -20,23 +33,36 @@ inline ByteArray readRSAKey(unsigned long bits, std::string const& name) {
     return readKey("rsa" + std::to_string(bits) + "-" + name);
 }
 
-/// The provider's key operations of one RSA size by one name, for tests that take all the sizes.
+/// The provider's operations of one RSA size under names without it, for tests that take all the sizes.
 template <unsigned long N> struct RSAKeys;
 
-#define ZRFL_RSA_OF_SIZE(bits)                                                                                         \
-    template <> struct RSAKeys<bits> {                                                                                 \
-        using Size = foundation::crypto::utils::RSAKeySize<bits>;                                                      \
-        static constexpr unsigned long size = bits;                                                                    \
-        static auto generateKeyPair(std::shared_ptr<foundation::crypto::interfaces::ICryptoPRNG> prng) {               \
-            return foundation::crypto::openssl::CryptoProvider().generateRSA##bits##KeyPair(std::move(prng));          \
+#define ZRFL_RSA_OF_SIZE(N)                                                                                            \
+    template <> struct RSAKeys<N> {                                                                                    \
+        using Size = RSAKeySize<N>;                                                                                    \
+        using PrivateKey = std::shared_ptr<IRSAPrivateKey<Size>>;                                                      \
+        using PublicKey = std::shared_ptr<IRSAPublicKey<Size>>;                                                        \
+        using PRNG = std::shared_ptr<ICryptoPRNG>;                                                                     \
+        static constexpr unsigned long bits = N;                                                                       \
+        static auto generateKeyPair(PRNG prng) {                                                                       \
+            return CryptoProvider().generateRSA##N##KeyPair(std::move(prng));                                          \
         }                                                                                                              \
-        template <class... Arguments> static auto createPrivateKey(Arguments&&... arguments) {                         \
-            return foundation::crypto::openssl::CryptoProvider().createRSA##bits##PrivateKey(                          \
-                std::forward<Arguments>(arguments)...);                                                                \
+        template <class... Arguments> static PrivateKey createPrivateKey(Arguments&&... arguments) {                   \
+            return CryptoProvider().createRSA##N##PrivateKey(std::forward<Arguments>(arguments)...);                   \
         }                                                                                                              \
-        template <class... Arguments> static auto createPublicKey(Arguments&&... arguments) {                          \
-            return foundation::crypto::openssl::CryptoProvider().createRSA##bits##PublicKey(                           \
-                std::forward<Arguments>(arguments)...);                                                                \
+        template <class... Arguments> static PublicKey createPublicKey(Arguments&&... arguments) {                     \
+            return CryptoProvider().createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                    \
+        }                                                                                                              \
+        static std::shared_ptr<IRSASigner> signer(PrivateKey key, RSAPaddingMode padding, PRNG prng) {                 \
+            return CryptoProvider().createRSA##N##Signer(std::move(key), padding, std::move(prng));                    \
+        }                                                                                                              \
+        static std::shared_ptr<IRSAVerifier> verifier(PublicKey key, RSAPaddingMode padding, PRNG prng) {              \
+            return CryptoProvider().createRSA##N##Verifier(std::move(key), padding, std::move(prng));                  \
+        }                                                                                                              \
+        static std::shared_ptr<IRSAEncryptor> encryptor(PublicKey key, RSAPaddingMode padding, PRNG prng) {            \
+            return CryptoProvider().createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                 \
+        }                                                                                                              \
+        static std::shared_ptr<IRSADecryptor> decryptor(PrivateKey key, RSAPaddingMode padding, PRNG prng) {           \
+            return CryptoProvider().createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                 \
         }                                                                                                              \
     }
 
@@ -45,6 +71,13 @@ ZRFL_RSA_OF_SIZE(2048);
 ZRFL_RSA_OF_SIZE(4096);
 
 #undef ZRFL_RSA_OF_SIZE
+
+using RSASizes = testing::Types<RSAKeys<1024>, RSAKeys<2048>, RSAKeys<4096>>;
+
+/// Names the typed tests after their size.
+struct RSASizeNames {
+    template <class OfSize> static std::string GetName(int /*index*/) { return std::to_string(OfSize::bits); }
+};
 
 } // namespace support
 

@@ -65,7 +65,7 @@ public:
     /// The names of the files that make up the token.
     std::vector<std::string> files() const;
 
-    /// An empty folder for what a test writes.
+    /// The path for a file `name` that a test may write; it goes with the token.
     std::string scratchFile(std::string const& name) const { return directory_ / name; }
 
 private:

@@ -19,6 +19,10 @@ public:
     /// The bytes of a hexadecimal value.
     ByteArray bytes(std::string const& name) const;
 
+    /// The verdict that our libcrypto and the library must give: `expect` where the file has it, because they rightly
+    /// answer otherwise than the collection that the case is from, and that collection's `result` elsewhere.
+    std::string const& expected() const { return word(has("expect") ? "expect" : "result"); }
+
     int number(std::string const& name) const { return std::stoi(word(name)); }
 
     /// The value of `id`.

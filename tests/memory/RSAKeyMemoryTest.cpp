@@ -4,19 +4,16 @@
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"
+#include "support/LibcryptoHeap.h"
 #include "support/RSAKeys.h"
 
 #include <gtest/gtest.h>
 
-#include <openssl/crypto.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
-#include <malloc.h>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -30,59 +27,17 @@ using namespace foundation::crypto;
 using PrivateKey = openssl::RSAPrivateKey<utils::RSAKeySize<1024>>;
 using PublicKey = openssl::RSAPublicKey<utils::RSAKeySize<1024>>;
 
-// libcrypto's heap
-
-thread_local int untilFailure = 0; // 0: none is to fail
-thread_local bool failed = false;
-thread_local ByteArray const* watchedFor = nullptr;
-thread_local int blocksWithSecret = 0;
-
-bool failsNow() {
-    if (untilFailure == 0 || --untilFailure > 0) {
-        return false;
-    }
-    failed = true;
-    return true;
-}
-
-void look(void const* block) {
-    if (block != nullptr && watchedFor != nullptr &&
-        memmem(block, malloc_usable_size(const_cast<void*>(block)), watchedFor->data(), watchedFor->size()) !=
-            nullptr) {
-        ++blocksWithSecret;
-    }
-}
-
-void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
-    return failsNow() ? nullptr : std::malloc(size);
-}
-
-void* reallocate(void* block, std::size_t size, char const* /*file*/, int /*line*/) {
-    look(block);
-    return failsNow() ? nullptr : std::realloc(block, size);
-}
-
-void release(void* block, char const* /*file*/, int /*line*/) {
-    look(block);
-    std::free(block);
-}
-
-// libcrypto takes them only before it has allocated anything.
-bool const replaced = CRYPTO_set_mem_functions(allocate, reallocate, release) == 1;
-
 /// How many of the blocks that libcrypto releases in `work` still hold `secret`.
-template <class Work> int countReleased(ByteArray const& secret, Work&& work) {
-    blocksWithSecret = 0;
-    watchedFor = &secret;
+template <class Work> std::size_t countReleased(ByteArray const& secret, Work&& work) {
+    LibcryptoWatch const watch(secret);
     work();
-    watchedFor = nullptr;
-    return blocksWithSecret;
+    return watch.blocksWithSecret();
 }
 
 class RSAKeyMemory : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(replaced);
+        ASSERT_TRUE(isLibcryptoHeapReplaced());
         PrivateKey(pem).getDER(); // libcrypto's first use of an algorithm is not what is tested
         PrivateKey(der).getPrivateExponent();
         PublicKey(publicPEM).getDER();
@@ -142,19 +97,19 @@ TEST_F(RSAKeyMemory, OfAKeyFromBytesIsNotCopied) {
 TEST_F(RSAKeyMemory, OfThePrivateExponentIsWiped) {
     for (ByteArray const& secret : {bigEndian, littleEndian}) {
         ReleaseWatch const watch(secret);
-        EXPECT_EQ(countReleased(secret, [&] { PrivateKey(n, d, e).getModulus(); }), 0);
+        EXPECT_EQ(countReleased(secret, [&] { PrivateKey(n, d, e).getModulus(); }), 0U);
         EXPECT_EQ(countReleased(secret,
                                 [&] {
                                     PrivateKey const key(n, d, e);
                                     EXPECT_ANY_THROW(key.getDER());
                                 }),
-                  0);
-        EXPECT_EQ(countReleased(secret, [&] { EXPECT_ANY_THROW(PrivateKey(ByteArray(1), d, e)); }), 0);
+                  0U);
+        EXPECT_EQ(countReleased(secret, [&] { EXPECT_ANY_THROW(PrivateKey(ByteArray(1), d, e)); }), 0U);
         EXPECT_EQ(watch.blocksWithSecret(), 0U);
 
         PrivateKey const key(pem);
         ByteArray handedOut;
-        EXPECT_EQ(countReleased(secret, [&] { handedOut = key.getPrivateExponent(); }), 0);
+        EXPECT_EQ(countReleased(secret, [&] { handedOut = key.getPrivateExponent(); }), 0U);
         EXPECT_EQ(watch.blocksWithSecret(), 0U);
     }
 }
@@ -168,11 +123,11 @@ template <class Read> void readBare(ByteArray const& encoded, Read&& read) {
 
 TEST_F(RSAKeyMemory, OfAnEncodedKeyIsNoMoreThanLibcryptoLeaves) {
     char none[] = "";
-    int const barePEM = countReleased(
+    std::size_t const barePEM = countReleased(
         line, [&] { readBare(pem, [&](BIO* bio) { return PEM_read_bio_PrivateKey(bio, nullptr, nullptr, none); }); });
     EXPECT_LE(countReleased(line, [&] { PrivateKey(pem).getModulus(); }), barePEM);
 
-    int const bareDER = countReleased(bigEndian, [&] {
+    std::size_t const bareDER = countReleased(bigEndian, [&] {
         readBare(der, [&](BIO* bio) { return d2i_PKCS8PrivateKey_bio(bio, nullptr, nullptr, none); });
         readBare(der, [&](BIO* bio) { return d2i_PrivateKey_bio(bio, nullptr); });
     });
@@ -215,70 +170,53 @@ TEST_F(RSAKeyMemory, OfTheLibraryMayRunOut) {
     EXPECT_GT(failures, 10);
 }
 
-/// The result of `work`, or an empty one where it threw an exception of the library's family.
-template <class Work> ByteArray resultOf(Work&& work) {
-    try {
-        return work();
-    } catch (utils::Exception const&) {
-        return {};
-    }
-}
-
-/// `work` with the first, the second, ... allocation of libcrypto failing, until it has none left to fail: the answer
-/// is `expected`, or an exception.
-void failEach(char const* name, ByteArray const& expected, std::function<ByteArray()> const& work) {
-    int nth = 0;
-    do {
-        ++nth;
-        failed = false;
-        untilFailure = nth;
-        ByteArray const found = resultOf(work);
-        untilFailure = 0;
-        EXPECT_TRUE(found.empty() || found == expected) << name << ", allocation " << nth;
-    } while (failed);
-    EXPECT_GT(nth, 1) << name;
+/// The answer of `work` with each of its allocations by libcrypto failing is `expected`, or an exception.
+template <class Work> void expectRightOrNone(char const* name, ByteArray const& expected, Work const& work) {
+    SCOPED_TRACE(name);
+    int const failures =
+        failEach(work, [&](ByteArray const* found) { EXPECT_TRUE(found == nullptr || *found == expected); });
+    EXPECT_GT(failures, 0);
 }
 
 TEST_F(RSAKeyMemory, OfLibcryptoMayRunOut) {
-    failEach("PEM", n, [&] { return PrivateKey(pem).getModulus(); });
-    failEach("DER", n, [&] { return PrivateKey(der).getModulus(); });
-    failEach("encrypted PEM", n, [&] {
+    expectRightOrNone("PEM", n, [&] { return PrivateKey(pem).getModulus(); });
+    expectRightOrNone("DER", n, [&] { return PrivateKey(der).getModulus(); });
+    expectRightOrNone("encrypted PEM", n, [&] {
         std::istringstream stream(text(encrypted));
         return PrivateKey(stream, "password").getModulus();
     });
-    failEach("public PEM", n, [&] { return PublicKey(publicPEM).getModulus(); });
-    failEach("public DER", n, [&] { return PublicKey(publicDER).getModulus(); });
-    failEach("numbers", d, [&] { return PrivateKey(n, d, e).getPrivateExponent(); });
-    failEach("public numbers", e, [&] { return PublicKey(n, e).getPublicExponent(); });
+    expectRightOrNone("public PEM", n, [&] { return PublicKey(publicPEM).getModulus(); });
+    expectRightOrNone("public DER", n, [&] { return PublicKey(publicDER).getModulus(); });
+    expectRightOrNone("numbers", d, [&] { return PrivateKey(n, d, e).getPrivateExponent(); });
+    expectRightOrNone("public numbers", e, [&] { return PublicKey(n, e).getPublicExponent(); });
     PrivateKey const key(pem);
-    failEach("export", der, [&] { return key.getDER(); });
+    expectRightOrNone("export", der, [&] { return key.getDER(); });
 }
 
 // libcrypto itself sometimes writes a wrong encoding of a public key when an allocation fails. That is excused where
 // the bare call has just done the same.
 TEST_F(RSAKeyMemory, OfLibcryptoMayRunOutInThePublicExport) {
     PublicKey const key(publicPEM);
-    int nth = 0;
-    do {
-        ++nth;
-        failed = false;
-        untilFailure = nth;
-        ByteArray const bare = [&] {
-            std::unique_ptr<BIO, decltype(&BIO_free)> const bio(BIO_new(BIO_s_mem()), &BIO_free);
-            if (bio == nullptr || i2d_PUBKEY_bio(bio.get(), key.get()) == 0) {
-                return ByteArray();
-            }
-            char* data = nullptr;
-            long const size = BIO_get_mem_data(bio.get(), &data);
-            return bytes(std::string(data, static_cast<std::size_t>(size)));
-        }();
-        untilFailure = nth;
-        ByteArray const found = resultOf([&] { return key.getDER(); });
-        untilFailure = 0;
-        bool const bareIsWrong = !bare.empty() && bare != publicDER;
-        EXPECT_TRUE(found.empty() || found == publicDER || bareIsWrong) << "allocation " << nth;
-    } while (failed);
-    EXPECT_GT(nth, 1);
+    auto const exportBare = [&] {
+        std::unique_ptr<BIO, decltype(&BIO_free)> const bio(BIO_new(BIO_s_mem()), &BIO_free);
+        if (bio == nullptr || i2d_PUBKEY_bio(bio.get(), key.get()) == 0) {
+            return ByteArray();
+        }
+        char* data = nullptr;
+        long const size = BIO_get_mem_data(bio.get(), &data);
+        return bytes(std::string(data, static_cast<std::size_t>(size)));
+    };
+    std::vector<ByteArray> bareAnswers;
+    int const failures = failEach(exportBare, [&](ByteArray const* found) { bareAnswers.push_back(*found); });
+    std::size_t nth = 0;
+    failEach([&] { return key.getDER(); },
+             [&](ByteArray const* found) {
+                 bool const bareIsWrong =
+                     nth < bareAnswers.size() && !bareAnswers[nth].empty() && bareAnswers[nth] != publicDER;
+                 EXPECT_TRUE(found == nullptr || *found == publicDER || bareIsWrong);
+                 ++nth;
+             });
+    EXPECT_GT(failures, 0);
 }
 
 } // namespace

@@ -1,19 +1,17 @@
 // RSA signatures and encryption when libcrypto runs out of memory, at each of its allocations: the right answer, an
 // exception of the library's family, or the invalid status. A program of its own, since it replaces libcrypto's heap.
 #include "support/Bytes.h"
+#include "support/LibcryptoHeap.h"
 #include "support/RSA.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
 
-#include <openssl/crypto.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -27,54 +25,13 @@ constexpr RSAPaddingMode oaep = RSAPaddingMode::OAEP_SHA256;
 constexpr RSAPaddingMode pkcs1 = RSAPaddingMode::PKCS1_V1_5;
 constexpr RSAPaddingMode pss = RSAPaddingMode::PSS;
 
-thread_local int untilFailure = 0; // 0: none is to fail
-thread_local bool failed = false;
-
-bool failsNow() {
-    if (untilFailure == 0 || --untilFailure > 0) {
-        return false;
-    }
-    failed = true;
-    return true;
-}
-
-void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
-    return failsNow() ? nullptr : std::malloc(size);
-}
-
-void* reallocate(void* block, std::size_t size, char const* /*file*/, int /*line*/) {
-    return failsNow() ? nullptr : std::realloc(block, size);
-}
-
-void release(void* block, char const* /*file*/, int /*line*/) {
-    std::free(block);
-}
-
-// libcrypto takes them only before it has allocated anything.
-bool const replaced = CRYPTO_set_mem_functions(allocate, reallocate, release) == 1;
-
-/// Prepares some work, with a key of its own, and runs it with its first allocation by libcrypto failing, then with its
-/// second, ... until none is left to fail. Returns how many results were not right; an exception of the library's
-/// family is no result.
+/// Prepares some work, with a key of its own, and runs it with each of its allocations by libcrypto failing. Returns
+/// how many results were not right; an exception of the library's family is no result.
 template <class Prepare, class IsRight> int countWrong(Prepare const& prepare, IsRight const& isRight) {
-    EXPECT_TRUE(replaced);
-    prepare()(); // libcrypto's first use of an algorithm is not what is tested
     int wrong = 0;
-    int nth = 0;
-    do {
-        auto const work = prepare();
-        failed = false;
-        untilFailure = ++nth;
-        try {
-            auto const result = work();
-            untilFailure = 0;
-            wrong += isRight(result) ? 0 : 1;
-        } catch (Exception const&) {
-            untilFailure = 0;
-        }
-        ERR_clear_error();
-    } while (failed);
-    EXPECT_GT(nth, 1);
+    int const failures =
+        failEachAfter(prepare, [&](auto const* result) { wrong += result == nullptr || isRight(*result) ? 0 : 1; });
+    EXPECT_GT(failures, 0);
     return wrong;
 }
 

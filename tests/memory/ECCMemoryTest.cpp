@@ -2,6 +2,7 @@
 // its own, since it takes over both heaps.
 #include "support/Allocations.h"
 #include "support/ECC.h"
+#include "support/LibcryptoHeap.h"
 #include "support/PEM.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
@@ -10,12 +11,8 @@
 
 #include <openssl/core_names.h>
 #include <openssl/crypto.h>
-#include <openssl/err.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <malloc.h>
 #include <new>
 #include <sstream>
 #include <string>
@@ -25,84 +22,6 @@
 namespace {
 
 using namespace support;
-
-/// Makes the n-th allocation of libcrypto that follows on this thread (1 is the next) fail.
-class ExhaustedLibcrypto {
-public:
-    explicit ExhaustedLibcrypto(int nth) { left = nth; }
-
-    ~ExhaustedLibcrypto() { left = 0; }
-
-    ExhaustedLibcrypto(ExhaustedLibcrypto const&) = delete;
-    ExhaustedLibcrypto& operator=(ExhaustedLibcrypto const&) = delete;
-
-    bool happened() const { return left == 0; }
-
-    static bool fails() { return left > 0 && --left == 0; }
-
-private:
-    static thread_local int left;
-};
-
-thread_local int ExhaustedLibcrypto::left = 0;
-
-/// Looks at every block that libcrypto releases on this thread while it lives.
-class LibcryptoWatch {
-public:
-    explicit LibcryptoWatch(std::vector<ByteArray> secrets) : secrets_(std::move(secrets)) { current = this; }
-
-    ~LibcryptoWatch() { current = nullptr; }
-
-    LibcryptoWatch(LibcryptoWatch const&) = delete;
-    LibcryptoWatch& operator=(LibcryptoWatch const&) = delete;
-
-    std::size_t blocks() const { return blocks_; }
-
-    /// How many blocks were released with a secret still in them.
-    std::size_t blocksWithSecret() const { return blocksWithSecret_; }
-
-    static void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
-        return size == 0 || ExhaustedLibcrypto::fails() ? nullptr : std::malloc(size);
-    }
-
-    static void* reallocate(void* block, std::size_t size, char const* file, int line) {
-        void* const moved = allocate(size, file, line);
-        if (block != nullptr && (moved != nullptr || size == 0)) {
-            std::memcpy(moved, block, std::min(size, malloc_usable_size(block)));
-            release(block, file, line);
-        }
-        return moved;
-    }
-
-    static void release(void* block, char const* /*file*/, int /*line*/) {
-        if (block != nullptr && current != nullptr) {
-            current->look(block);
-        }
-        std::free(block);
-    }
-
-private:
-    void look(void const* block) {
-        ++blocks_;
-        std::size_t const size = malloc_usable_size(const_cast<void*>(block));
-        bool const found = std::any_of(secrets_.begin(), secrets_.end(), [&](ByteArray const& secret) {
-            return memmem(block, size, secret.data(), secret.size()) != nullptr;
-        });
-        blocksWithSecret_ += found ? 1 : 0;
-    }
-
-    static thread_local LibcryptoWatch* current;
-
-    std::vector<ByteArray> secrets_;
-    std::size_t blocks_ = 0;
-    std::size_t blocksWithSecret_ = 0;
-};
-
-thread_local LibcryptoWatch* LibcryptoWatch::current = nullptr;
-
-// Before libcrypto allocates anything.
-bool const installed =
-    CRYPTO_set_mem_functions(LibcryptoWatch::allocate, LibcryptoWatch::reallocate, LibcryptoWatch::release) == 1;
 
 ByteArray part(ByteArray const& bytes, std::size_t at, std::size_t size) {
     auto const begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
@@ -140,8 +59,9 @@ protected:
     static std::size_t leftBehind(std::vector<ByteArray> const& secrets, Operation&& operation) {
         operation(); // what libcrypto keeps for later is made first
         LibcryptoWatch const watch(secrets);
-        AllocationRecording const recording;
+        AllocationRecording recording;
         operation();
+        recording.stop();
         EXPECT_GT(watch.blocks() + recording.blocks().size(), 0U);
         return watch.blocksWithSecret() + static_cast<std::size_t>(std::count_if(
                                               recording.blocks().begin(), recording.blocks().end(),
@@ -159,7 +79,7 @@ protected:
 TYPED_TEST_SUITE(ECCMemory, BothCurves, CurveNames);
 
 TYPED_TEST(ECCMemory, IsWatched) {
-    ASSERT_TRUE(installed);
+    ASSERT_TRUE(isLibcryptoHeapReplaced());
     EXPECT_EQ(this->leftBehind({bytes("a secret of some length")},
                                [] { OPENSSL_free(OPENSSL_strdup("this is a secret of some length")); }),
               1U);
@@ -240,38 +160,24 @@ TYPED_TEST(ECCMemory, HoldsNoMoreOfAnExportThanLibcryptoLeaves) {
 
 using foundation::crypto::utils::Exception;
 
-/// Runs `operation` with the first allocation of `Exhausted`'s heap failing, then with the second, until none is left
-/// to fail, and hands each result that there is to `judge`. What is thrown is of the library's own family, or
-/// std::bad_alloc where the operation makes an object.
+/// Runs `operation` with each allocation of `Exhausted`'s heap failing, and hands each result that there is to `judge`.
+/// What is thrown is of the library's own family, or std::bad_alloc where the operation makes an object.
 template <class Exhausted, class Operation, class Judge>
 void exhaust(char const* name, bool makesAnObject, Operation&& operation, Judge&& judge) {
     SCOPED_TRACE(name);
-    operation(); // libcrypto's first use is no time to fail
-    for (int nth = 1;; ++nth) {
-        SCOPED_TRACE(nth);
-        ASSERT_LT(nth, 10000);
-        bool happened = false;
+    auto const inTheFamily = [&] {
         try {
-            auto const result = [&] {
-                Exhausted const exhausted(nth);
-                struct Note { // also when it throws
-                    Exhausted const& exhausted;
-                    bool& happened;
-
-                    ~Note() { happened = exhausted.happened(); }
-                } const note{exhausted, happened};
-                return operation();
-            }();
-            judge(result);
-        } catch (Exception const&) {
+            return operation();
         } catch (std::bad_alloc const&) {
             EXPECT_TRUE(makesAnObject);
+            throw Exception("out of memory");
         }
-        if (!happened) {
-            break;
+    };
+    failEach<Exhausted>(inTheFamily, [&](auto const* result) {
+        if (result != nullptr) {
+            judge(*result);
         }
-    }
-    ERR_clear_error();
+    });
 }
 
 template <class Exhausted, class Factory> void exhaustEverything() {
