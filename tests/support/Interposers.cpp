@@ -1,4 +1,4 @@
-// Defines, in front of libcrypto's own, the libcrypto functions whose calls tests fail, replace or record. See Faults.h.
+// Defines, in front of libcrypto's own, the libcrypto functions that tests fail, replace or record. See Faults.h.
 #include "Faults.h"
 
 #include <openssl/bio.h>
