@@ -49,16 +49,24 @@ Outcome readWith(std::function<ByteArray(std::istream&)> const& reader, std::ist
     return {bytes, thrown, state, rest};
 }
 
-/// A host's own buffer without a get area: it hands out one character after the other, promises more than it has.
+/// A host's own buffer without a get area: it hands out one character after the other, promises more than it has, and
+/// where `failure` is not empty throws in place of the end.
 class UnbufferedBuffer : public std::streambuf {
 public:
-    explicit UnbufferedBuffer(std::string content) : content_(std::move(content)) {}
+    explicit UnbufferedBuffer(std::string content, std::string failure = "")
+        : content_(std::move(content)), failure_(std::move(failure)) {}
 
 protected:
     std::streamsize showmanyc() override { return 5; }
 
     int_type underflow() override {
-        return next_ < content_.size() ? traits_type::to_int_type(content_[next_]) : traits_type::eof();
+        if (next_ < content_.size()) {
+            return traits_type::to_int_type(content_[next_]);
+        }
+        if (!failure_.empty()) {
+            throw std::runtime_error(failure_);
+        }
+        return traits_type::eof();
     }
 
     int_type uflow() override {
@@ -69,6 +77,7 @@ protected:
 
 private:
     std::string content_;
+    std::string failure_;
     std::size_t next_ = 0;
 };
 
@@ -87,6 +96,7 @@ std::vector<Source> const sources{
     {"a buffer that throws at once", [] { return std::make_unique<PortionBuffer>("", 1, "gone"); }},
     {"a buffer that throws later", [] { return std::make_unique<PortionBuffer>(content, 7, "gone"); }},
     {"a buffer without a get area", [] { return std::make_unique<UnbufferedBuffer>(content); }},
+    {"a buffer without a get area that throws", [] { return std::make_unique<UnbufferedBuffer>(content, "gone"); }},
     {"no buffer", [] { return std::unique_ptr<std::streambuf>(); }},
     {"a file",
      [] {
