@@ -130,6 +130,9 @@ TEST(DigestFault, OfReconstructionIsReportedByWhatComesNext) {
         EXPECT_THROWS_PREFIX(InternalException, notReconstructed, engine.finalize());
     }
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(nullptr, 0));
+    Engine copy(engine);
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, copy.update(nullptr, 0));
     EXPECT_THROWS_PREFIX(InternalException, wrongSize, engine.finalize());
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(bytes("abc")));
     std::istringstream stream("abc");

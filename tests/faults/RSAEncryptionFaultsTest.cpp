@@ -495,6 +495,7 @@ TEST(RSAEncryptionAllocations, ThatFailAreReported) {
             Thrown const thrown = catchFrom(operation);
             if (!failing.happened()) {
                 EXPECT_EQ(thrown.type, "nothing");
+                EXPECT_GT(nth, 1) << "nothing was allocated";
                 break;
             }
             EXPECT_EQ(thrown.text.rfind("std::bad_alloc", 0), 0U) << thrown.type << ": " << thrown.text;

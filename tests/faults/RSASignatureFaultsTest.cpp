@@ -275,6 +275,7 @@ TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerify
             Thrown const thrown = catchFrom(operation);
             if (!failing.happened()) {
                 EXPECT_EQ(thrown.type, "nothing");
+                EXPECT_GT(nth, 1) << "nothing was allocated";
                 return;
             }
             judge(thrown);

@@ -588,6 +588,27 @@ TEST(RSAEncryptionErrors, AreNotLeftByASuccess) {
     }
 }
 
+TEST(RSAEncryptionErrors, DoNotPileUpWhereNobodySeesThem) {
+    // Removing PKCS #1 v1.5 padding leaves an entry in libcrypto's queue that reading skips, but that takes room.
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    auto const decryptor = user.decryptor(pkcs1);
+    ByteArray const block = user.encryptor(pkcs1)->encrypt({1});
+    std::string const message(20 * 117, 'a'); // 20 blocks
+    std::string const blocks = encryptStream(*user.encryptor(pkcs1), message);
+
+    ERR_raise_data(ERR_LIB_USER, 1, "the host's own");
+    for (int time = 0; time < 20; ++time) {
+        decryptor->decrypt(block);
+    }
+    EXPECT_EQ(ERR_GET_REASON(ERR_peek_error()), 1) << "after 20 blocks";
+    EXPECT_EQ(decryptStream(*decryptor, blocks), message);
+    EXPECT_EQ(ERR_GET_REASON(ERR_peek_error()), 1) << "after a stream of 20 blocks";
+    decryptor->decrypt(block);
+    provider.generateECCP256KeyPair();
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 1) << "after an operation that marks the queue";
+    EXPECT_EQ(ERR_get_error(), 0U);
+}
+
 // Threads
 
 TEST(RSAEncryptionThreads, ShareOneEncryptorAndOneDecryptor) {

