@@ -490,16 +490,17 @@ TEST(RSAEncryptionSecrets, IncludeTheSeed) {
 TEST(RSAEncryptionAllocations, ThatFailAreReported) {
     for (auto const& makeOperation : {encryptBlock, encryptStream, decryptBlock, decryptStream}) {
         Operation const operation = makeOperation(oaep1);
-        for (int nth = 1;; ++nth) {
-            FailingAllocation const failing(nth);
+        int failures = 0;
+        for (;; ++failures) {
+            FailingAllocation const failing(failures + 1);
             Thrown const thrown = catchFrom(operation);
             if (!failing.happened()) {
                 EXPECT_EQ(thrown.type, "nothing");
-                EXPECT_GT(nth, 1) << "nothing was allocated";
                 break;
             }
             EXPECT_EQ(thrown.text.rfind("std::bad_alloc", 0), 0U) << thrown.type << ": " << thrown.text;
         }
+        EXPECT_GT(failures, 0);
     }
 }
 
