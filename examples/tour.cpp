@@ -381,15 +381,15 @@ bool visit(std::string const& path) {
                 content->empty() ? " (an empty message is a message, too)" : "");
     Tour tour(path, *std::move(content));
     showDigests(tour);
+    showBlake2b(tour);
+    showAuthentication(tour, showKeyDerivation(tour));
     showRandomBytes(tour);
     showAES(tour);
     showRSAKeys(tour);
     showRSASignatures(tour);
     showRSAEncryption(tour);
-    showBlake2b(tour);
-    showAuthentication(tour, showKeyDerivation(tour));
-    showHSM(tour);
     showECCSignatures(tour);
+    showHSM(tour);
     std::printf("\n  %s\n\n", tour.allRight() ? "Everything agrees." : "SOMETHING DISAGREES.");
     return tour.allRight();
 }
