@@ -1,18 +1,18 @@
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
-#include "AESKey.h"
-#include "AESTransform.h"
-#include "Blake2bDigestEngineImpl.h"
-#include "CryptoPRNG.h"
-#include "DigestEngine.h"
-#include "ECCKey.h"
-#include "ECCSignature.h"
-#include "HMACDigestEngine.h"
-#include "HSMSigner.h"
-#include "PBKDF2.h"
-#include "RSAEncryption.h"
-#include "RSAKey.h"
-#include "RSASignature.h"
+#include "aes/AESKey.h"
+#include "aes/AESTransform.h"
+#include "digest/Blake2bDigestEngineImpl.h"
+#include "digest/DigestEngine.h"
+#include "digest/HMACDigestEngine.h"
+#include "ecc/ECCKey.h"
+#include "ecc/ECCSignature.h"
+#include "hsm/HSMSigner.h"
+#include "kdf/PBKDF2.h"
+#include "random/CryptoPRNG.h"
+#include "rsa/RSAEncryption.h"
+#include "rsa/RSAKey.h"
+#include "rsa/RSASignature.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 

@@ -1,0 +1,73 @@
+#ifndef ZRFL_OPENSSL_CONVERSIONS_H
+#define ZRFL_OPENSSL_CONVERSIONS_H
+
+#include "common/Handles.h"
+
+#include <foundation/crypto/utils/ByteArray.h>
+#include <foundation/crypto/utils/EllipticCurve.h>
+
+#include <string>
+#include <string_view>
+
+namespace foundation::crypto::openssl {
+
+// All failures are utils::InternalException unless stated; a null argument is one of them.
+
+/// A new memory BIO. It wipes what it held, also while it grows, so key text may pass through it.
+BIOUPtr newMemoryBIO();
+
+/// The point that `bytes` encode (SEC 1, section 2.3.4: compressed or uncompressed).
+EC_POINTUPtr toECPoint(EC_GROUP const* group, ByteArray const& bytes);
+
+/// The uncompressed encoding of `point` (SEC 1, section 2.3.3): 0x04, X, Y; 65 bytes on P-256.
+ByteArray toByteArray(EC_GROUP const* group, EC_POINT const* point);
+
+/// `number` as an unsigned big-endian integer without leading zero bytes; empty for zero.
+ByteArray toByteArray(BIGNUM const* number);
+
+/// The unsigned big-endian integer in `bytes`, leading zero bytes allowed; empty where libcrypto cannot hold it.
+Owned<BIGNUM> toNumber(ByteArray const& bytes);
+
+/// Everything that `bio` holds; an empty `bio` is a failure.
+ByteArray toByteArray(BIO* bio);
+
+/// The bytes of a parameter that is an octet string.
+ByteArray toByteArray(OSSL_PARAM const& octets);
+
+/// Key bytes as the characters they may be; `bytes` has to outlive the result.
+template <class Bytes> std::string_view asText(Bytes const& bytes) {
+    return {reinterpret_cast<char const*>(bytes.data()), bytes.size()};
+}
+
+/// Writes all of `text`, which is not empty, to `bio`.
+void write(std::string_view text, BIO* bio);
+
+/// The SubjectPublicKeyInfo in the first public-key block of the PEM text in `bio`.
+///
+/// @throws utils::InvalidKeyEncoding when there is none.
+EVP_PKEYUPtr readPEMPublicKey(BIO* bio);
+
+/// The key in the first private-key block of the PEM text in `bio`; `password` opens an encrypted one and is ignored
+/// otherwise.
+///
+/// @throws utils::InvalidKeyEncoding when there is none, or it cannot be opened with `password`.
+EVP_PKEYUPtr readPEMPrivateKey(BIO* bio, std::string const& password);
+
+/// Accepts `key` if it lies on `expected`.
+///
+/// @throws utils::KeyAndCurveMismatch when it lies on another curve or is no elliptic-curve key.
+void checkCurve(EVP_PKEY const* key, utils::EllipticCurve expected);
+
+/// A pass phrase in the form of libcrypto's user data. Without any, libcrypto would ask for one on the terminal.
+inline void* passPhrase(std::string const& password) {
+    return const_cast<char*>(password.c_str());
+}
+
+/// The pass phrase for readers that take none: the empty one, so that an encrypted block fails instead of prompting.
+inline void* noPassPhrase() {
+    return const_cast<char*>("");
+}
+
+} // namespace foundation::crypto::openssl
+
+#endif

@@ -1,0 +1,49 @@
+#include "common/Signature.h"
+
+#include "common/Check.h"
+
+#include <openssl/rsa.h>
+
+#include <cstddef>
+
+namespace foundation::crypto::openssl {
+
+void requireDigestEngine(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+    require(engine != nullptr, "The digest engine does not exist.");
+}
+
+std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+    requireDigestEngine(engine);
+    return engine->getDigestNameForEVP_MD();
+}
+
+ByteArray sign(EVP_MD_CTX* context, ByteArray const& message) {
+    // An empty array has no address, and a hardware module's provider takes a null message for none at all.
+    unsigned char const nothing = 0;
+    unsigned char const* const data = message.empty() ? &nothing : message.data();
+
+    std::size_t size = 0;
+    require(EVP_DigestSign(context, nullptr, &size, data, message.size()) == 1,
+            "Could not calculate size of signature to be generated");
+    require(size != 0, "Max size of signature to be generated is 0");
+    ByteArray signature(size);
+    require(EVP_DigestSign(context, signature.data(), &size, data, message.size()) == 1,
+            "Could not generate digital signature");
+    require(size != 0, "Size of generated signature is 0");
+    signature.resize(size);
+    return signature;
+}
+
+bool setPSSSaltLength(EVP_PKEY_CTX* context, std::string const& digestName) {
+    int length = RSA_PSS_SALTLEN_AUTO;
+    if (digestName == "sha1") {
+        length = 20;
+    } else if (digestName == "sha256") {
+        length = 32;
+    } else if (digestName == "sha512") {
+        length = 64;
+    }
+    return EVP_PKEY_CTX_set_rsa_pss_saltlen(context, length) > 0;
+}
+
+} // namespace foundation::crypto::openssl

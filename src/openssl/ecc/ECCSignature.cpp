@@ -1,0 +1,107 @@
+#include "ecc/ECCSignature.h"
+
+#include "common/Check.h"
+#include "common/ErrorQueue.h"
+#include "common/Signature.h"
+#include "common/Streams.h"
+#include "ecc/CurveTraits.h"
+#include "ecc/SigningDigestPolicy.h"
+
+#include <string>
+#include <utility>
+
+namespace foundation::crypto::openssl {
+
+namespace {
+
+using EnginePtr = std::shared_ptr<interfaces::IDigestEngine>;
+
+/// The key inside, or null without one, which libcrypto then refuses.
+template <class Key> EVP_PKEY* rawKey(std::shared_ptr<Key> const& key) {
+    return key == nullptr ? nullptr : key->get();
+}
+
+long keyBits(EVP_PKEY const* key) {
+    ErrorQueueMark const mark; // without a key libcrypto answers 0 and queues an error
+    return EVP_PKEY_get_bits(key);
+}
+
+/// The digest's name for libcrypto, once the curve has accepted the digest.
+std::string getAcceptedDigest(EnginePtr const& engine, utils::EllipticCurve curve) {
+    requireDigestEngine(engine);
+    checkSigningDigest(engine, curve);
+    return getDigestNameForSignature(engine);
+}
+
+ByteArray signECC(EVP_PKEY* key, char const* digest, ByteArray const& message) {
+    ErrorQueueMark const mark;
+    EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
+    require(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key, nullptr) == 1,
+            "Failed while doing setup to generate signature");
+    return sign(context.get(), message);
+}
+
+utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, char const* digest, ByteArray const& message,
+                                             ByteArray const& signature) {
+    ErrorQueueMark const mark; // a signature that does not match is no error
+    EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
+    require(EVP_DigestVerifyInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key, nullptr) == 1,
+            "Failed while doing setup to verify signature");
+    int const result =
+        EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size());
+    return result == 1 ? utils::makeValidSignatureVerificationStatus()
+                       : utils::makeInvalidSignatureVerificationStatus();
+}
+
+} // namespace
+
+template <utils::EllipticCurve C>
+ECCSigner<C>::ECCSigner(std::shared_ptr<ECCPrivateKey<C>> key) : key_(std::move(key)) {}
+
+template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& message, EnginePtr digest) const {
+    return rethrowForeignAs<utils::InternalException>([&] {
+        std::string const name = getAcceptedDigest(digest, C);
+        return signECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message);
+    });
+}
+
+template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, EnginePtr digest) const {
+    FormatFlagsRestorer const restorer(message);
+    return rethrowForeignAs<utils::InternalException>(
+        [&] { return sign(readExtracted<ByteArray>(message), std::move(digest)); });
+}
+
+template <utils::EllipticCurve C> long ECCSigner<C>::getKeySize() const {
+    return keyBits(rawKey(key_));
+}
+
+template <utils::EllipticCurve C>
+ECCVerifier<C>::ECCVerifier(std::shared_ptr<ECCPublicKey<C>> key) : key_(std::move(key)) {}
+
+template <utils::EllipticCurve C>
+utils::SignatureVerificationStatus ECCVerifier<C>::verify(ByteArray const& message, ByteArray const& signature,
+                                                          EnginePtr digest) const {
+    return rethrowForeignAs<utils::InternalException>([&] {
+        std::string const name = getAcceptedDigest(digest, C);
+        return verifyECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message, signature);
+    });
+}
+
+template <utils::EllipticCurve C>
+utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message, ByteArray const& signature,
+                                                          EnginePtr digest) const {
+    FormatFlagsRestorer const restorer(message);
+    return rethrowForeignAs<utils::InternalException>(
+        [&] { return verify(readExtracted<ByteArray>(message), signature, std::move(digest)); });
+}
+
+template <utils::EllipticCurve C> long ECCVerifier<C>::getKeySize() const {
+    return keyBits(rawKey(key_));
+}
+
+template class ECCSigner<utils::EllipticCurve::P256>;
+template class ECCSigner<utils::EllipticCurve::Curve25519>;
+template class ECCVerifier<utils::EllipticCurve::P256>;
+template class ECCVerifier<utils::EllipticCurve::Curve25519>;
+
+} // namespace foundation::crypto::openssl

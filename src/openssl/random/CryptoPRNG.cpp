@@ -1,0 +1,54 @@
+#include "random/CryptoPRNG.h"
+
+#include "common/Check.h"
+#include "common/ErrorQueue.h"
+
+#include <openssl/rand.h>
+
+#include <algorithm>
+#include <new>
+
+namespace foundation::crypto::openssl {
+
+namespace {
+
+void fillWithRandomBytes(ByteArray& bytes) {
+    constexpr std::size_t largestPiece = 32767;
+    for (std::size_t filled = 0; filled < bytes.size();) {
+        std::size_t const piece = std::min(bytes.size() - filled, largestPiece);
+        requireExplained(RAND_bytes(bytes.data() + filled, static_cast<int>(piece)) == 1,
+                         "Unable to generate random bytes. Error=");
+        filled += piece;
+    }
+}
+
+ByteArray makeRandomBytes(std::size_t size) {
+    try {
+        ByteArray bytes(size);
+        fillWithRandomBytes(bytes);
+        return bytes;
+    } catch (std::bad_alloc const& error) {
+        throw utils::InternalException(std::string(error.what()) + ";Size = " + std::to_string(size));
+    }
+}
+
+} // namespace
+
+template <class Algorithm> CryptoPRNG<Algorithm>::CryptoPRNG(ByteArray const& seed) : seeded_(!seed.empty()) {
+    if (seeded_) {
+        ErrorQueueMark const mark; // a seed that libcrypto does not take is no failure: the generator seeds itself
+        RAND_seed(seed.data(), static_cast<int>(seed.size()));
+    }
+}
+
+template <class Algorithm> unsigned char CryptoPRNG<Algorithm>::generateRandomByte() {
+    return generateRandomBytes(1).front();
+}
+
+template <class Algorithm> ByteArray CryptoPRNG<Algorithm>::generateRandomBytes(std::size_t size) {
+    return rethrowAs<utils::InternalException>([=] { return makeRandomBytes(size); });
+}
+
+template class CryptoPRNG<utils::DefaultPRNGAlgorithm>;
+
+} // namespace foundation::crypto::openssl

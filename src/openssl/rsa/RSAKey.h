@@ -1,0 +1,121 @@
+#ifndef ZRFL_OPENSSL_RSAKEY_H
+#define ZRFL_OPENSSL_RSAKEY_H
+
+#include "common/Handles.h"
+#include "common/KeySize.h"
+
+#include <foundation/crypto/interfaces/ICryptoPRNG.h>
+#include <foundation/crypto/interfaces/ICryptoProvider.h>
+#include <foundation/crypto/interfaces/IRSAKey.h>
+#include <foundation/crypto/utils/ByteArray.h>
+#include <foundation/crypto/utils/KeySizes.h>
+
+#include <istream>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace foundation::crypto::openssl {
+
+// Reading encoded keys, of any size. The key is PEM when "-----BEGIN " stands in it before "-----END ", else DER. All
+// failures are utils::InternalException, those of a stream that throws included. `password` ends at its first NUL and
+// may be empty; nobody is ever asked for one.
+
+/// A private key: PEM, encrypted or not, or DER in any form that libcrypto knows (PKCS #8, encrypted or not; PKCS #1).
+EVP_PKEYUPtr loadRSAPrivateKey(std::string_view encodedKey, std::string const& password);
+EVP_PKEYUPtr loadRSAPrivateKey(ByteArray const& encodedKey, std::string const& password);
+/// From the stream's position to its end; `skipws` is left cleared.
+EVP_PKEYUPtr loadRSAPrivateKey(std::istream& encodedKey, std::string const& password);
+
+/// A public key: PEM, or DER as X.509 SubjectPublicKeyInfo.
+EVP_PKEYUPtr loadRSAPublicKey(std::string_view encodedKey);
+EVP_PKEYUPtr loadRSAPublicKey(ByteArray const& encodedKey);
+/// From the stream's position to its end; `skipws` is left cleared.
+EVP_PKEYUPtr loadRSAPublicKey(std::istream& encodedKey);
+
+/// Which of the RSA sizes `key` has; its kind is not looked at.
+///
+/// @throws utils::InternalException "Unsupported Key size" when it has none of them.
+interfaces::KeySignatureMethod getKeySignatureMethod(EVP_PKEY const* key);
+
+/// An RSA private key (RFC 8017) whose modulus has as many bits as `KeySize` says.
+template <class KeySize> class RSAPrivateKey final : public interfaces::IRSAPrivateKey<KeySize> {
+public:
+    /// Takes over `key`. Every constructor ends with the check of the size.
+    ///
+    /// @throws utils::Exception for a key of another size.
+    explicit RSAPrivateKey(EVP_PKEYUPtr key);
+    /// Reads PEM or DER that is not encrypted, or only with an empty password.
+    explicit RSAPrivateKey(ByteArray const& encodedKey);
+    RSAPrivateKey(std::istream& encodedKey, std::string const& password);
+    /// From n, d and e. Such a key holds no CRT factors.
+    RSAPrivateKey(ByteArray const& modulus, ByteArray const& privateExponent, ByteArray const& publicExponent);
+
+    unsigned long getKeySize() const override { return bitsOf(KeySize()); }
+
+    ByteArray getDER() const override;
+    ByteArray getModulus() const override;
+    ByteArray getPrivateExponent() const override;
+
+    /// libcrypto's key, never null, for the other classes of this library. It stays with this object.
+    EVP_PKEY* get() const noexcept { return key_.get(); }
+
+private:
+    EVP_PKEYUPtr key_;
+};
+
+/// An RSA public key (RFC 8017) whose modulus has as many bits as `KeySize` says.
+template <class KeySize> class RSAPublicKey final : public interfaces::IRSAPublicKey<KeySize> {
+public:
+    /// Takes over `key`. Every constructor ends with the check of the size.
+    ///
+    /// @throws utils::Exception for a key of another size.
+    explicit RSAPublicKey(EVP_PKEYUPtr key);
+    explicit RSAPublicKey(ByteArray const& encodedKey);
+    /// @throws utils::NotImplemented for a stream that throws while it is read.
+    explicit RSAPublicKey(std::istream& encodedKey);
+    /// From n and e.
+    RSAPublicKey(ByteArray const& modulus, ByteArray const& publicExponent);
+
+    unsigned long getKeySize() const override { return bitsOf(KeySize()); }
+
+    ByteArray getDER() const override;
+    ByteArray getModulus() const override;
+    ByteArray getPublicExponent() const override;
+
+    /// libcrypto's key, never null, for the other classes of this library. It stays with this object.
+    EVP_PKEY* get() const noexcept { return key_.get(); }
+
+private:
+    EVP_PKEYUPtr key_;
+};
+
+/// A new key, and its two halves as independent objects.
+template <class KeySize> class RSAKeyPair final : public interfaces::IRSAKeyPair<KeySize> {
+public:
+    /// Generates the key; `prng` is kept and not drawn from.
+    explicit RSAKeyPair(std::shared_ptr<interfaces::ICryptoPRNG> prng);
+
+    std::shared_ptr<interfaces::IRSAPublicKey<KeySize>> getPublicKey() const override { return publicKey_; }
+
+    std::shared_ptr<interfaces::IRSAPrivateKey<KeySize>> getPrivateKey() const override { return privateKey_; }
+
+private:
+    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    std::shared_ptr<RSAPrivateKey<KeySize>> privateKey_;
+    std::shared_ptr<RSAPublicKey<KeySize>> publicKey_;
+};
+
+extern template class RSAPrivateKey<utils::RSAKeySize<1024>>;
+extern template class RSAPrivateKey<utils::RSAKeySize<2048>>;
+extern template class RSAPrivateKey<utils::RSAKeySize<4096>>;
+extern template class RSAPublicKey<utils::RSAKeySize<1024>>;
+extern template class RSAPublicKey<utils::RSAKeySize<2048>>;
+extern template class RSAPublicKey<utils::RSAKeySize<4096>>;
+extern template class RSAKeyPair<utils::RSAKeySize<1024>>;
+extern template class RSAKeyPair<utils::RSAKeySize<2048>>;
+extern template class RSAKeyPair<utils::RSAKeySize<4096>>;
+
+} // namespace foundation::crypto::openssl
+
+#endif

@@ -1,0 +1,54 @@
+#include "common/Secrets.h"
+
+#include "support/Allocations.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto::openssl;
+
+ByteArray const secret = bytes("the password of the day");
+
+TEST(SecretBytes, AreWipedWhenReleased) {
+    ReleaseWatch const watch(secret);
+    {
+        SecretBytes const held(secret.begin(), secret.end());
+    }
+    EXPECT_GT(watch.blocks(), 0U);
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
+}
+
+TEST(SecretBytes, AreWipedWhereTheyGrewFrom) {
+    ReleaseWatch const watch(secret);
+    {
+        SecretBytes held(secret.begin(), secret.end());
+        held.resize(100000);
+    }
+    EXPECT_GT(watch.blocks(), 1U);
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
+}
+
+TEST(Wiped, WipesWhenTheScopeEnds) {
+    ByteArray held = secret;
+    {
+        Wiped<ByteArray> const wiped(held);
+    }
+    EXPECT_EQ(held, ByteArray(secret.size()));
+}
+
+TEST(Wiped, WipesWhenAnExceptionEndsTheScope) {
+    ByteArray held = secret;
+    EXPECT_THROW(
+        {
+            Wiped<ByteArray> const wiped(held);
+            throw std::runtime_error("out");
+        },
+        std::runtime_error);
+    EXPECT_EQ(held, ByteArray(secret.size()));
+}
+
+} // namespace

@@ -1,0 +1,396 @@
+#include "digest/Blake2bDigestEngineImpl.h"
+
+#include "support/Allocations.h"
+#include "support/Bytes.h"
+#include "support/FaultTables.h"
+#include "support/Throws.h"
+
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto;
+using openssl::CryptoProvider;
+using utils::InternalException;
+using Engine = openssl::Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>;
+
+CryptoProvider const provider;
+
+/// Every operation exists for a plain hash and for a MAC.
+enum class Mode { Plain, MAC };
+
+Engine engineOf(Mode mode) {
+    return {mode == Mode::MAC ? bytes("key") : ByteArray(), bytes("salt"), 20};
+}
+
+using Operation = std::function<void(Mode)>;
+
+void create(Mode mode) {
+    provider.createBlake2bDigestEngine(mode == Mode::MAC ? bytes("key") : ByteArray(), {});
+}
+
+void createWithCustomSize(Mode mode) {
+    provider.createBlake2bDigestEngineWithCustomSize(mode == Mode::MAC ? bytes("key") : ByteArray(), {}, 20);
+}
+
+void copy(Mode mode) {
+    Engine const source = engineOf(mode);
+    Engine const target(source);
+}
+
+void assign(Mode mode) {
+    Engine const source = engineOf(mode);
+    Engine target = engineOf(mode);
+    target = source;
+}
+
+void update(Mode mode) {
+    engineOf(mode).update(bytes("abc"));
+}
+
+void updateByPointer(Mode mode) {
+    engineOf(mode).update(nullptr, 0);
+}
+
+void finalize(Mode mode) {
+    engineOf(mode).finalize();
+}
+
+void computeFromBytes(Mode mode) {
+    engineOf(mode).computeDigest(bytes("abc"));
+}
+
+void computeFromStream(Mode mode) {
+    std::istringstream stream("abc");
+    engineOf(mode).computeDigest(stream);
+}
+
+std::string const notFetched = "Failed to fetch BLAKE2BMAC";
+std::string const macNotInitialized = "Could not initialize the digest context in MAC mode.";
+std::string const notInitialized = "Could not initialize the digest context in non-MAC mode.";
+std::string const notUpdated = "Could not update data to the digest state. ";
+std::string const macNotUpdated = "EVP_MAC_update failed";
+std::string const macNotFinalized = "Failed to finalize the digest generation in Blake-2b MAC mode.";
+std::string const macWrongSize = "OpenSSL Blake-2b MAC digest generation returned digest of incorrect size.";
+std::string const notFinalized = "Failed to finalize the digest generation in Blake-2b non-MAC mode.";
+std::string const notCopied = "Could not copy underlying EVP_MD_CTX.";
+std::string const macNotCopied = "Failed to duplicate EVP_MAC_CTX";
+
+/// An operation in one mode.
+std::function<void()> plain(Operation const& operation) {
+    return [=] { operation(Mode::Plain); };
+}
+
+std::function<void()> mac(Operation const& operation) {
+    return [=] { operation(Mode::MAC); };
+}
+
+std::vector<Fault> const faults{
+    {"CreateContext", "EVP_MD_CTX_new", 1, plain(create), notInitialized},
+    {"CreateInitialize", "EVP_DigestInit_ex2", 1, plain(create), notInitialized},
+    {"CreateSizedInitialize", "EVP_DigestInit_ex2", 1, plain(createWithCustomSize), notInitialized},
+    {"CopyContext", "EVP_MD_CTX_new", 2, plain(copy), notCopied},
+    {"Copy", "EVP_MD_CTX_copy_ex", 1, plain(copy), notCopied},
+    {"AssignContext", "EVP_MD_CTX_new", 3, plain(assign), notCopied},
+    {"Assign", "EVP_MD_CTX_copy_ex", 1, plain(assign), notCopied},
+    {"Update", "EVP_DigestUpdate", 1, plain(update), notUpdated},
+    {"UpdateByPointer", "EVP_DigestUpdate", 1, plain(updateByPointer), notUpdated},
+    {"ComputeUpdate", "EVP_DigestUpdate", 1, plain(computeFromBytes), notUpdated},
+    {"StreamUpdate", "EVP_DigestUpdate", 1, plain(computeFromStream), notUpdated},
+    {"FinalizeFinal", "EVP_DigestFinal_ex", 1, plain(finalize), notFinalized},
+    {"ComputeFinal", "EVP_DigestFinal_ex", 1, plain(computeFromBytes), notFinalized},
+    {"StreamFinal", "EVP_DigestFinal_ex", 1, plain(computeFromStream), notFinalized},
+    {"FinalizeContext", "EVP_MD_CTX_new", 2, plain(finalize), notInitialized},
+    {"FinalizeInitialize", "EVP_DigestInit_ex2", 2, plain(finalize), notInitialized},
+    {"ComputeInitialize", "EVP_DigestInit_ex2", 2, plain(computeFromBytes), notInitialized},
+    {"StreamInitialize", "EVP_DigestInit_ex2", 2, plain(computeFromStream), notInitialized},
+    {"CreateMACFetch", "EVP_MAC_fetch", 1, mac(create), notFetched},
+    {"CreateMACContext", "EVP_MAC_CTX_new", 1, mac(create), macNotInitialized},
+    {"CreateMACInitialize", "EVP_MAC_init", 1, mac(create), macNotInitialized},
+    {"CreateSizedMACInitialize", "EVP_MAC_init", 1, mac(createWithCustomSize), macNotInitialized},
+    {"CopyMAC", "EVP_MAC_CTX_dup", 1, mac(copy), macNotCopied},
+    {"AssignMAC", "EVP_MAC_CTX_dup", 1, mac(assign), macNotCopied},
+    {"UpdateMAC", "EVP_MAC_update", 1, mac(update), macNotUpdated},
+    {"UpdateMACByPointer", "EVP_MAC_update", 1, mac(updateByPointer), macNotUpdated},
+    {"ComputeMACUpdate", "EVP_MAC_update", 1, mac(computeFromBytes), macNotUpdated},
+    {"StreamMACUpdate", "EVP_MAC_update", 1, mac(computeFromStream), macNotUpdated},
+    {"FinalizeMACFinal", "EVP_MAC_final", 1, mac(finalize), macNotFinalized},
+    {"ComputeMACFinal", "EVP_MAC_final", 1, mac(computeFromBytes), macNotFinalized},
+    {"StreamMACFinal", "EVP_MAC_final", 1, mac(computeFromStream), macNotFinalized},
+    {"FinalizeMACFetch", "EVP_MAC_fetch", 2, mac(finalize), notFetched},
+    {"FinalizeMACContext", "EVP_MAC_CTX_new", 2, mac(finalize), macNotInitialized},
+    {"FinalizeMACInitialize", "EVP_MAC_init", 2, mac(finalize), macNotInitialized},
+    {"ComputeMACInitialize", "EVP_MAC_init", 2, mac(computeFromBytes), macNotInitialized},
+    {"StreamMACInitialize", "EVP_MAC_init", 2, mac(computeFromStream), macNotInitialized},
+};
+
+class Blake2bFaults : public testing::TestWithParam<Fault> {};
+
+INSTANTIATE_TEST_SUITE_P(, Blake2bFaults, testing::ValuesIn(faults), nameOf);
+
+TEST_P(Blake2bFaults, AreReportedInTheirOwnWordsAlone) {
+    expectReported<InternalException>(GetParam());
+}
+
+TEST_P(Blake2bFaults, LeakNothing) {
+    expectAllReleased(GetParam(), {{"EVP_MAC_free", {"EVP_MAC_fetch"}},
+                                   {"EVP_MAC_CTX_free", {"EVP_MAC_CTX_new", "EVP_MAC_CTX_dup"}},
+                                   {"EVP_MD_CTX_free", {"EVP_MD_CTX_new"}}});
+}
+
+// Success is 1 for everything but the final call and the start of a MAC, which only fail with 0.
+
+TEST(Blake2bFault, IsAnythingButOneWhereOneIsSuccess) {
+    struct {
+        Mode mode;
+        std::string call;
+        Operation operation;
+        std::string text;
+    } const rows[] = {
+        {Mode::Plain, "EVP_DigestInit_ex2", create, notInitialized},
+        {Mode::Plain, "EVP_DigestUpdate", update, notUpdated},
+        {Mode::Plain, "EVP_DigestFinal_ex", finalize, notFinalized},
+        {Mode::Plain, "EVP_MD_CTX_copy_ex", copy, notCopied},
+        {Mode::MAC, "EVP_MAC_update", update, macNotUpdated},
+    };
+
+    for (auto const& row : rows) {
+        for (int const result : {-1, 2}) {
+            Failing failing(row.call);
+            failing.returning(result);
+            EXPECT_THROWS(InternalException, row.text, row.operation(row.mode));
+        }
+    }
+}
+
+TEST(Blake2bFault, IsZeroAloneForTheOtherCalls) {
+    ByteArray const expected = engineOf(Mode::MAC).computeDigest(bytes("abc"));
+    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return 2;
+    });
+    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return -1;
+    });
+    EXPECT_EQ(engineOf(Mode::MAC).computeDigest(bytes("abc")), expected);
+}
+
+TEST(Blake2bFault, OfAnotherSizeIsRefusedForAMAC) {
+    for (int const difference : {-1, 1}) {
+        Replacing<decltype(EVP_MAC_final)> const resized(
+            "EVP_MAC_final",
+            [&](auto real, EVP_MAC_CTX* context, unsigned char* code, std::size_t* size, std::size_t capacity) {
+                EXPECT_EQ(capacity, 20U);
+                int const result = real(context, code, size, capacity);
+                *size += static_cast<std::size_t>(difference);
+                return result;
+            });
+        EXPECT_THROWS(InternalException, macWrongSize, finalize(Mode::MAC));
+    }
+}
+
+void expectUnusable(Engine& engine, Mode mode) {
+    std::string const& update = mode == Mode::MAC ? macNotUpdated : notUpdated;
+    std::string const& finalize = mode == Mode::MAC ? macNotFinalized : notFinalized;
+    Recording const recording;
+    EXPECT_THROWS(InternalException, update, engine.update(bytes("abc")));
+    EXPECT_THROWS(InternalException, update, engine.update(nullptr, 0));
+    EXPECT_THROWS(InternalException, update, engine.computeDigest(bytes("abc")));
+    EXPECT_THROWS(InternalException, finalize, engine.finalize());
+    std::istringstream stream("abc");
+    EXPECT_THROWS(InternalException, update, engine.computeDigest(stream));
+    std::istringstream spent;
+    spent.setstate(std::ios_base::eofbit);
+    EXPECT_THROWS(InternalException, finalize, engine.computeDigest(spent));
+    EXPECT_TRUE(recording.calls().empty()) << "used a context that is not there";
+}
+
+TEST(Blake2bFault, OfReinitializationIsReportedByWhatComesNext) {
+    struct {
+        Mode mode;
+        std::string call;
+    } const rows[] = {{Mode::Plain, "EVP_MD_CTX_new"},
+                      {Mode::Plain, "EVP_DigestInit_ex2"},
+                      {Mode::MAC, "EVP_MAC_fetch"},
+                      {Mode::MAC, "EVP_MAC_CTX_new"},
+                      {Mode::MAC, "EVP_MAC_init"}};
+
+    for (auto const& row : rows) {
+        SCOPED_TRACE(row.call);
+        Engine engine = engineOf(row.mode);
+        {
+            Failing const failing(row.call);
+            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        }
+        expectUnusable(engine, row.mode);
+    }
+}
+
+TEST(Blake2bFault, OfAnotherSizeLeavesTheEngineUnusable) {
+    Engine engine = engineOf(Mode::MAC);
+    {
+        Failing silent("EVP_MAC_final");
+        silent.returning(1);
+        EXPECT_THROWS(InternalException, macWrongSize, engine.finalize());
+    }
+    expectUnusable(engine, Mode::MAC);
+}
+
+class Blake2bModes : public testing::TestWithParam<Mode> {
+protected:
+    static char const* either(char const* plain, char const* mac) { return GetParam() == Mode::MAC ? mac : plain; }
+
+    static ByteArray digestOfABC() { return engineOf(GetParam()).computeDigest(bytes("abc")); }
+};
+
+INSTANTIATE_TEST_SUITE_P(, Blake2bModes, testing::Values(Mode::Plain, Mode::MAC),
+                         [](auto const& row) { return row.param == Mode::MAC ? "MAC" : "Plain"; });
+
+TEST_P(Blake2bModes, KeepTheMessageWhenAnUpdateOrTheFinalCallFails) {
+    Engine engine = engineOf(GetParam());
+    engine.update(bytes("ab"));
+    {
+        Failing const failing(either("EVP_DigestUpdate", "EVP_MAC_update"));
+        EXPECT_THROW(engine.update(bytes("lost")), InternalException);
+    }
+    {
+        Failing const failing(either("EVP_DigestFinal_ex", "EVP_MAC_final"));
+        EXPECT_THROW(engine.finalize(), InternalException);
+    }
+    EXPECT_EQ(engine.computeDigest(bytes("c")), digestOfABC());
+}
+
+TEST_P(Blake2bModes, KeepTheTargetOfAnAssignmentThatFails) {
+    Engine const source(GetParam() == Mode::MAC ? bytes("another key") : ByteArray(), {}, 64);
+    Engine target = engineOf(GetParam());
+    target.update(bytes("ab"));
+    {
+        Failing const failing(either("EVP_MD_CTX_copy_ex", "EVP_MAC_CTX_dup"));
+        EXPECT_THROW(target = source, InternalException);
+    }
+    EXPECT_EQ(target.getDigestSize(), 20U);
+    EXPECT_EQ(target.computeDigest(bytes("c")), digestOfABC());
+    EXPECT_EQ(target.computeDigest(bytes("abc")), digestOfABC());
+}
+
+TEST_P(Blake2bModes, TranslateAFailedAllocationInFinalizeAlone) {
+    Engine engine = engineOf(GetParam());
+    engine.update(bytes("ab"));
+    {
+        FailingAllocation const failing;
+        EXPECT_THROWS(InternalException, "std::bad_alloc", engine.finalize());
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_EQ(engine.computeDigest(bytes("c")), digestOfABC());
+
+    ByteArray const key(100, 'k');
+    FailingAllocation const failing;
+    EXPECT_THROW(Engine(key, key, 20), std::bad_alloc);
+}
+
+TEST_P(Blake2bModes, FeedAStreamInPiecesOf1024Bytes) {
+    std::istringstream stream(std::string(2500, 'a'));
+    Engine engine = engineOf(GetParam());
+    Recording const recording;
+    engine.computeDigest(stream);
+    std::vector<std::intptr_t> found;
+    for (Call const& call : recording.callsOf(either("EVP_DigestUpdate", "EVP_MAC_update"))) {
+        found.push_back(call.arguments.at(2));
+    }
+    EXPECT_EQ(found, (std::vector<std::intptr_t>{1024, 1024, 452}));
+}
+
+// The calls themselves
+
+TEST(Blake2bCalls, OfAPlainHashAreThoseThatTheWorkNeeds) {
+    Recording const recording;
+    computeFromBytes(Mode::Plain);
+    EXPECT_EQ(
+        recording.functions(),
+        (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestInit_ex2", "EVP_DigestUpdate", "EVP_DigestFinal_ex",
+                                  "EVP_MD_CTX_new", "EVP_MD_CTX_free", "EVP_DigestInit_ex2", "EVP_MD_CTX_free"}));
+}
+
+TEST(Blake2bCalls, OfAMACAreThoseThatTheWorkNeeds) {
+    Recording const recording;
+    computeFromBytes(Mode::MAC);
+    EXPECT_EQ(recording.functions(),
+              (std::vector<std::string>{"EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_init", "EVP_MAC_free",
+                                        "EVP_MAC_update", "EVP_MAC_final", "EVP_MAC_fetch", "EVP_MAC_CTX_new",
+                                        "EVP_MAC_CTX_free", "EVP_MAC_init", "EVP_MAC_free", "EVP_MAC_CTX_free"}));
+    Call const fetch = recording.callsOf("EVP_MAC_fetch").at(0);
+    EXPECT_EQ(fetch.arguments.at(0), 0);
+    EXPECT_STREQ(reinterpret_cast<char const*>(fetch.arguments.at(1)), "BLAKE2BMAC");
+    EXPECT_EQ(fetch.arguments.at(2), 0);
+}
+
+ByteArray dataOf(OSSL_PARAM const& parameter) {
+    auto const* const data = static_cast<unsigned char const*>(parameter.data);
+    return {data, data + parameter.data_size};
+}
+
+void expectSize(OSSL_PARAM const& parameter, std::size_t expected) {
+    EXPECT_STREQ(parameter.key, "size");
+    EXPECT_EQ(parameter.data_type, static_cast<unsigned>(OSSL_PARAM_UNSIGNED_INTEGER));
+    ASSERT_EQ(parameter.data_size, sizeof(std::size_t));
+    EXPECT_EQ(*static_cast<std::size_t const*>(parameter.data), expected);
+}
+
+TEST(Blake2bCalls, PassKeySizeAndSaltOfAMACAsParameters) {
+    for (std::string const salt : {"", "salt"}) {
+        int calls = 0;
+        Replacing<decltype(EVP_MAC_init)> const watching("EVP_MAC_init", [&](auto real, EVP_MAC_CTX* context,
+                                                                             unsigned char const* key, std::size_t size,
+                                                                             OSSL_PARAM const* parameters) {
+            ++calls;
+            EXPECT_EQ(key, nullptr);
+            EXPECT_EQ(size, 0U);
+            EXPECT_STREQ(parameters[0].key, "key");
+            EXPECT_EQ(parameters[0].data_type, static_cast<unsigned>(OSSL_PARAM_OCTET_STRING));
+            EXPECT_EQ(dataOf(parameters[0]), bytes("key"));
+            expectSize(parameters[1], 20);
+            OSSL_PARAM const* end = &parameters[2];
+            if (!salt.empty()) {
+                EXPECT_STREQ(parameters[2].key, "salt");
+                EXPECT_EQ(parameters[2].data_type, static_cast<unsigned>(OSSL_PARAM_OCTET_STRING));
+                EXPECT_EQ(dataOf(parameters[2]), bytes(salt));
+                ++end;
+            }
+            EXPECT_EQ(end->key, nullptr);
+            return real(context, key, size, parameters);
+        });
+        Engine(bytes("key"), bytes(salt), 20).finalize();
+        EXPECT_EQ(calls, 2);
+    }
+}
+
+TEST(Blake2bCalls, PassTheSizeAloneForAPlainHash) {
+    int calls = 0;
+    Replacing<decltype(EVP_DigestInit_ex2)> const watching(
+        "EVP_DigestInit_ex2", [&](auto real, EVP_MD_CTX* context, EVP_MD const* digest, OSSL_PARAM const* parameters) {
+            ++calls;
+            EXPECT_EQ(digest, EVP_blake2b512());
+            expectSize(parameters[0], 20);
+            EXPECT_EQ(parameters[1].key, nullptr);
+            return real(context, digest, parameters);
+        });
+    finalize(Mode::Plain);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(Blake2bCalls, AreNotMadeForARefusedSize) {
+    Recording const recording;
+    EXPECT_THROW(provider.createBlake2bDigestEngineWithCustomSize(bytes("key"), {}, 65), InternalException);
+    EXPECT_TRUE(recording.calls().empty());
+}
+
+} // namespace

@@ -1,0 +1,294 @@
+#include "digest/HMACDigestEngine.h"
+
+#include "support/Allocations.h"
+#include "support/Bytes.h"
+#include "support/FaultTables.h"
+#include "support/Throws.h"
+
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto;
+using openssl::CryptoProvider;
+using utils::InternalException;
+using Engine = openssl::HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>;
+
+CryptoProvider const provider;
+ByteArray const key = bytes("key");
+
+void create() {
+    provider.createHMACSHA256DigestEngine(key);
+}
+
+void copy() {
+    Engine const source(key);
+    Engine const target(source);
+}
+
+void assign() {
+    Engine const source(key);
+    Engine target(key);
+    target = source;
+}
+
+void update() {
+    Engine(key).update(bytes("abc"));
+}
+
+void updateByPointer() {
+    Engine(key).update(nullptr, 0);
+}
+
+void finalize() {
+    Engine(key).finalize();
+}
+
+void computeFromBytes() {
+    Engine(key).computeDigest(bytes("abc"));
+}
+
+void computeFromStream() {
+    std::istringstream stream("abc");
+    Engine(key).computeDigest(stream);
+}
+
+std::string const unknown = "OpenSSL did not recognize HMAC-SHA256; Error Message=";
+std::string const notFetched = "Could not initialize the EVP MAC. ";
+std::string const noContext = "OpenSSL could not initialize EVP HMAC context. ";
+std::string const notInitialized = "Could not initialize the digest context. ";
+std::string const notCopied = "Could not copy Context. ";
+std::string const notUpdated = "Could not update data to the digest state. ";
+std::string const notFinalized = "Failed to perform the final computation. ";
+std::string const wrongSize = "OpenSSL HMAC digest generation API returned digest of incorrect size.";
+
+std::vector<Fault> const faults{
+    {"CreateUnknown", "EVP_get_digestbyname", 1, create, unknown, true},
+    {"CreateFetch", "EVP_MAC_fetch", 1, create, notFetched, false},
+    {"CreateContext", "EVP_MAC_CTX_new", 1, create, noContext, false},
+    {"CreateInitialize", "EVP_MAC_init", 1, create, notInitialized, true},
+    {"Copy", "EVP_MAC_CTX_dup", 1, copy, notCopied, true},
+    {"Assign", "EVP_MAC_CTX_dup", 1, assign, notCopied, true},
+    {"Update", "EVP_MAC_update", 1, update, notUpdated, true},
+    {"UpdateByPointer", "EVP_MAC_update", 1, updateByPointer, notUpdated, true},
+    {"ComputeUpdate", "EVP_MAC_update", 1, computeFromBytes, notUpdated, true},
+    {"StreamUpdate", "EVP_MAC_update", 1, computeFromStream, notUpdated, true},
+    {"FinalizeFinal", "EVP_MAC_final", 1, finalize, notFinalized, false},
+    {"ComputeFinal", "EVP_MAC_final", 1, computeFromBytes, notFinalized, false},
+    {"StreamFinal", "EVP_MAC_final", 1, computeFromStream, notFinalized, false},
+    {"FinalizeUnknown", "EVP_get_digestbyname", 2, finalize, unknown, true},
+    {"FinalizeFetch", "EVP_MAC_fetch", 2, finalize, notFetched, false},
+    {"FinalizeContext", "EVP_MAC_CTX_new", 2, finalize, noContext, false},
+    {"FinalizeInitialize", "EVP_MAC_init", 2, finalize, notInitialized, true},
+    {"ComputeInitialize", "EVP_MAC_init", 2, computeFromBytes, notInitialized, true},
+    {"StreamInitialize", "EVP_MAC_init", 2, computeFromStream, notInitialized, true},
+};
+
+class HMACFaults : public testing::TestWithParam<Fault> {};
+
+INSTANTIATE_TEST_SUITE_P(, HMACFaults, testing::ValuesIn(faults), nameOf);
+
+TEST_P(HMACFaults, AreReportedInTheirOwnWords) {
+    expectReported<InternalException>(GetParam());
+}
+
+TEST_P(HMACFaults, LeakNothing) {
+    expectAllReleased(GetParam(), {{"EVP_MAC_free", {"EVP_MAC_fetch"}},
+                                   {"EVP_MAC_CTX_free", {"EVP_MAC_CTX_new", "EVP_MAC_CTX_dup"}}});
+}
+
+// Success is 1 for an update, and anything but 0 for the other calls.
+
+TEST(HMACFault, OfUpdateIsAnythingButOne) {
+    for (int const result : {-1, 2}) {
+        Failing failing("EVP_MAC_update");
+        failing.returning(result);
+        EXPECT_THROWS_PREFIX(InternalException, notUpdated, update());
+    }
+}
+
+TEST(HMACFault, OfTheOtherCallsIsZeroAlone) {
+    ByteArray const expected = Engine(key).computeDigest(bytes("abc"));
+    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return 2;
+    });
+    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
+        EXPECT_EQ(real(arguments...), 1);
+        return -1;
+    });
+    EXPECT_EQ(Engine(key).computeDigest(bytes("abc")), expected);
+}
+
+TEST(HMACFault, OfAnotherSizeIsRefused) {
+    for (int const difference : {-1, 1}) {
+        Replacing<decltype(EVP_MAC_final)> const resized(
+            "EVP_MAC_final",
+            [&](auto real, EVP_MAC_CTX* context, unsigned char* code, std::size_t* size, std::size_t capacity) {
+                EXPECT_EQ(capacity, 32U);
+                int const result = real(context, code, size, capacity);
+                *size += static_cast<std::size_t>(difference);
+                return result;
+            });
+        EXPECT_THROWS(InternalException, wrongSize, finalize());
+    }
+    Failing silent("EVP_MAC_final");
+    silent.returning(1);
+    EXPECT_THROWS(InternalException, wrongSize, finalize());
+}
+
+void expectUnusable(Engine& engine) {
+    Recording const recording;
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(nullptr, 0));
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(bytes("abc")));
+    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
+    std::istringstream stream("abc");
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(stream));
+    std::istringstream spent;
+    spent.setstate(std::ios_base::eofbit);
+    EXPECT_THROWS(InternalException, notFinalized, engine.computeDigest(spent));
+    EXPECT_TRUE(recording.calls().empty()) << "used a context that is not there";
+}
+
+TEST(HMACFault, OfReinitializationIsReportedByWhatComesNext) {
+    for (std::string const call : {"EVP_get_digestbyname", "EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_init"}) {
+        SCOPED_TRACE(call);
+        Engine engine(key);
+        {
+            Failing const failing(call);
+            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        }
+        expectUnusable(engine);
+    }
+}
+
+TEST(HMACFault, OfAnotherSizeLeavesTheEngineUnusable) {
+    Engine engine(key);
+    {
+        Failing silent("EVP_MAC_final");
+        silent.returning(1);
+        EXPECT_THROWS(InternalException, wrongSize, engine.finalize());
+    }
+    expectUnusable(engine);
+}
+
+TEST(HMACFault, OfTheFinalCallLeavesTheContextInPlace) {
+    Engine engine(key);
+    engine.update(bytes("ab"));
+    {
+        Recording const recording;
+        Failing const failing("EVP_MAC_final");
+        EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
+        EXPECT_EQ(recording.functions(), std::vector<std::string>{"EVP_MAC_final"});
+    }
+    EXPECT_EQ(engine.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+}
+
+TEST(HMACFault, InUpdateLeavesTheMessageAsItWas) {
+    Engine engine(key);
+    engine.update(bytes("ab"));
+    {
+        Failing const failing("EVP_MAC_update");
+        EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("lost")));
+    }
+    EXPECT_EQ(engine.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+}
+
+TEST(HMACFault, InAssignmentLeavesTheTargetAsItWas) {
+    Engine const source(bytes("other"));
+    Engine target(key);
+    target.update(bytes("ab"));
+    {
+        Failing const failing("EVP_MAC_CTX_dup");
+        EXPECT_THROWS_PREFIX(InternalException, notCopied, target = source);
+    }
+    EXPECT_EQ(target.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+}
+
+TEST(HMACFault, OfAllocationIsTranslatedByFinalizeAlone) {
+    Engine engine(key);
+    engine.update(bytes("ab"));
+    {
+        FailingAllocation const failing;
+        EXPECT_THROWS(InternalException, "std::bad_alloc", engine.finalize());
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_EQ(engine.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+
+    FailingAllocation const failing;
+    EXPECT_THROW(Engine another(key), std::bad_alloc);
+}
+
+// The calls themselves
+
+TEST(HMACCalls, AreThoseThatTheWorkNeeds) {
+    Recording const recording;
+    provider.createHMACSHA256DigestEngine(key)->computeDigest(bytes("abc"));
+    EXPECT_EQ(recording.functions(),
+              (std::vector<std::string>{"EVP_get_digestbyname", "EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_free",
+                                        "EVP_MAC_init", "EVP_MAC_update", "EVP_MAC_final", "EVP_get_digestbyname",
+                                        "EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_CTX_free", "EVP_MAC_free",
+                                        "EVP_MAC_init", "EVP_MAC_CTX_free"}));
+    Call const fetch = recording.callsOf("EVP_MAC_fetch").at(0);
+    EXPECT_EQ(fetch.arguments.at(0), 0);
+    EXPECT_STREQ(reinterpret_cast<char const*>(fetch.arguments.at(1)), "HMAC");
+    EXPECT_EQ(fetch.arguments.at(2), 0);
+}
+
+TEST(HMACCalls, PassTheKeyAndThenTheDigestAsParameters) {
+    int calls = 0;
+    Replacing<decltype(EVP_MAC_init)> const watching("EVP_MAC_init", [&](auto real, EVP_MAC_CTX* context,
+                                                                         unsigned char const* given, std::size_t size,
+                                                                         OSSL_PARAM const* parameters) {
+        ++calls;
+        EXPECT_EQ(given, nullptr);
+        EXPECT_EQ(size, 0U);
+        EXPECT_STREQ(parameters[0].key, "key");
+        EXPECT_EQ(parameters[0].data_type, static_cast<unsigned>(OSSL_PARAM_OCTET_STRING));
+        auto const* const data = static_cast<unsigned char const*>(parameters[0].data);
+        EXPECT_EQ(ByteArray(data, data + parameters[0].data_size), key);
+        EXPECT_STREQ(parameters[1].key, "digest");
+        EXPECT_EQ(parameters[1].data_type, static_cast<unsigned>(OSSL_PARAM_UTF8_STRING));
+        EXPECT_STREQ(static_cast<char const*>(parameters[1].data), EVP_MD_get0_name(EVP_sha256()));
+        EXPECT_EQ(parameters[2].key, nullptr);
+        return real(context, given, size, parameters);
+    });
+    finalize();
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(HMACCalls, PassAnEmptyKeyWithoutData) {
+    Replacing<decltype(EVP_MAC_init)> const watching("EVP_MAC_init",
+                                                     [](auto real, EVP_MAC_CTX* context, unsigned char const* given,
+                                                        std::size_t size, OSSL_PARAM const* parameters) {
+                                                         EXPECT_EQ(parameters[0].data, nullptr);
+                                                         EXPECT_EQ(parameters[0].data_size, 0U);
+                                                         return real(context, given, size, parameters);
+                                                     });
+    ByteArray emptied = key;
+    emptied.clear(); // has an address all the same
+    EXPECT_THROWS(InternalException, notInitialized + "No OpenSSL errors.",
+                  provider.createHMACSHA256DigestEngine(emptied));
+}
+
+TEST(HMACCalls, FeedAStreamInPiecesOf1024Bytes) {
+    std::istringstream stream(std::string(2500, 'a'));
+    Engine engine(key);
+    Recording const recording;
+    engine.computeDigest(stream);
+    std::vector<std::intptr_t> found;
+    for (Call const& call : recording.callsOf("EVP_MAC_update")) {
+        found.push_back(call.arguments.at(2));
+    }
+    EXPECT_EQ(found, (std::vector<std::intptr_t>{1024, 1024, 452}));
+}
+
+} // namespace

@@ -1,0 +1,526 @@
+#include "ecc/ECCKey.h"
+#include "ecc/ECCSignature.h"
+
+#include "support/ECC.h"
+#include "support/FaultTables.h"
+#include "support/PEM.h"
+#include "support/Throws.h"
+
+#include <foundation/crypto/utils/Exceptions.h>
+
+#include <gtest/gtest.h>
+
+#include <openssl/err.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto;
+using utils::InternalException;
+using utils::InvalidKeyEncoding;
+using utils::KeyAndCurveMismatch;
+
+std::string nullHandle(std::string const& owner) {
+    return "Fail to create " + owner + "; the given raw pointer is NULL";
+}
+
+std::string const noBIO = nullHandle("BIOUPtr");
+std::string const noKey = nullHandle("EVP_PKEYUPtr");
+std::string const noKeyContext = nullHandle("EVP_PKEY_CTXUPtr");
+std::string const noParameters = nullHandle("OSSL_PARAMUPtr");
+std::string const noBuilder = nullHandle("OSSL_PARAM_BLDUPtr");
+std::string const noNumberContext = nullHandle("BN_CTXUPtr");
+std::string const noMDContext = nullHandle("EVP_MD_CTXUPtr");
+
+std::string const notPEM = "Could not create key from bytes in PEM encoding. Is the key really in PEM encoding? DER is "
+                           "not supported.";
+std::string const notWritten = "Failed to write to BIO.";
+std::string const nothingPending = "Error occurred while trying to find number of bytes in BIO. Expected one or more "
+                                   "bytes to be pending";
+std::string const notReadBack = "Failed to read from BIO to ByteArray";
+std::string const notExportedForCheck = "Could not extract public key information from EVP_PKEY";
+std::string const noGroup = "Expected EVP_PKEY to have group parameter since it's an EVP_PKEY_EC";
+
+std::string const noGeneration = "Failed to initialize key context object. OpenSSL error: ";
+std::string const noCurve = "Could not set curve. OpenSSL error: ";
+std::string const notGenerated = "Failed to generate ECC key pair. OpenSSL error: ";
+std::string const notExtracted = "Failed to write public key to BIO. OpenSSL error: ";
+
+std::string const noPoint = "Failed to get public point from private integer";
+std::string const noPointSize = "Failed to get number of bytes to store public point";
+std::string const notEncoded = "Failed to convert EC_POINT to ByteArray";
+std::string const groupNotAdded = "Failed to add group to OSSL_PARAM_BLD";
+std::string const integerNotAdded = "Failed to add private integer to OSSL_PARAM_BLD";
+std::string const pointNotAdded = "Failed to add public point to OSSL_PARAM_BLD";
+std::string const noFromdata = "Failed to initialize EVP_PKEY_CTX";
+std::string const notLoadedFromInteger = "Failed to load key from private integer and curve";
+std::string const notLoadedFromPoint = "Failed to load key from public point and curve";
+
+std::string const privateNotWritten = "Failed to write private key to BIO";
+std::string const publicNotWritten = "Failed to write public key to BIO";
+std::string const integerNotExported = "Failed to extract information from private EVP_PKEY";
+std::string const integerNotFound = "Could not find 'priv' in parameter list from EVP_PKEY_todata";
+std::string const integerNotRead = "Failed to initialize BIGNUM with private integer data";
+std::string const pointNotExported = "Failed to extract public point from public EVP_PKEY";
+std::string const pointNotFound = "Could not find 'pub' in parameter list from EVP_PKEY_todata";
+
+std::string const noSigning = "Failed while doing setup to generate signature";
+std::string const noSize = "Could not calculate size of signature to be generated";
+std::string const notSigned = "Could not generate digital signature";
+std::string const noVerifying = "Failed while doing setup to verify signature";
+
+/// The operations, each over keys made beforehand.
+template <class Factory> struct Operations {
+    static auto const& pair() {
+        static auto const made = Factory::generateKeyPair();
+        return *made;
+    }
+
+    static void generate() { Factory::generateKeyPair(); }
+
+    static void readPrivate() {
+        static ByteArray const pem = pair().getPrivateKey()->getPEM();
+        Factory::privateKey(pem);
+    }
+
+    static void readPrivateStream() {
+        static std::string const pem = encryptedPEM(support::readPrivate(text(pair().getPrivateKey()->getPEM())), "x");
+        std::istringstream stream(pem);
+        Factory::privateKey(stream, "x");
+    }
+
+    static void readPublic() {
+        static ByteArray const pem = pair().getPublicKey()->getPEM();
+        Factory::publicKey(pem);
+    }
+
+    static void readPublicStream() {
+        static ByteArray const pem = pair().getPublicKey()->getPEM();
+        std::istringstream stream(text(pem));
+        Factory::publicKey(stream);
+    }
+
+    static void fromInteger() {
+        static ByteArray const integer = pair().getPrivateKey()->getPrivateInteger();
+        Factory::privateKeyFromInteger(integer);
+    }
+
+    static void fromPoint() {
+        static ByteArray const point = pair().getPublicKey()->getPublicPoint();
+        Factory::publicKeyFromPoint(point);
+    }
+
+    static void exportPrivate() { static_cast<void>(pair().getPrivateKey()->getPEM()); }
+
+    static void exportPublic() { static_cast<void>(pair().getPublicKey()->getPEM()); }
+
+    static void exportInteger() { static_cast<void>(pair().getPrivateKey()->getPrivateInteger()); }
+
+    static void exportPoint() { static_cast<void>(pair().getPublicKey()->getPublicPoint()); }
+
+    static void sign() {
+        static auto const signer = Factory::signer(pair().getPrivateKey());
+        static auto const engine = Factory::engine();
+        signer->sign(bytes("abc"), engine);
+    }
+
+    static void signStream() {
+        static auto const signer = Factory::signer(pair().getPrivateKey());
+        static auto const engine = Factory::engine();
+        std::istringstream stream("abc");
+        signer->sign(stream, engine);
+    }
+
+    static void verify() {
+        static auto const verifier = Factory::verifier(pair().getPublicKey());
+        static auto const engine = Factory::engine();
+        verifier->verify(bytes("abc"), bytes("def"), engine);
+    }
+
+    static void verifyStream() {
+        static auto const verifier = Factory::verifier(pair().getPublicKey());
+        static auto const engine = Factory::engine();
+        std::istringstream stream("abc");
+        verifier->verify(stream, bytes("def"), engine);
+    }
+
+    /// All of them once, so that nothing is made for the first time under a failing call.
+    static bool warmUp() {
+        for (auto const operation : {generate, readPrivate, readPrivateStream, readPublic, readPublicStream,
+                                     fromInteger, fromPoint, sign, signStream, verify, verifyStream}) {
+            operation();
+        }
+        return true;
+    }
+};
+
+/// What all members have in common.
+template <class Factory> std::vector<Fault> commonFaults() {
+    using On = Operations<Factory>;
+    return {
+        {"GenerateContext", "EVP_PKEY_CTX_new_id", 1, On::generate, noKeyContext},
+        {"GenerateInit", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true},
+        {"GenerateInitUnsupported", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, {-2}},
+        {"GenerateInitOther", "EVP_PKEY_keygen_init", 1, On::generate, noGeneration, true, {2}},
+        {"Generate", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true},
+        {"GenerateNegative", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, {-1}},
+        {"GenerateOther", "EVP_PKEY_keygen", 1, On::generate, notGenerated, true, {2}},
+        {"GenerateNothing", "EVP_PKEY_keygen", 1, On::generate, noKey, false, {1}},
+        {"GenerateBIO", "BIO_new", 1, On::generate, noBIO},
+        {"GenerateWritePublic", "PEM_write_bio_PUBKEY", 1, On::generate, notExtracted, true},
+        {"GenerateReadPublic", "PEM_read_bio_PUBKEY", 1, On::generate, notPEM},
+
+        {"ReadPrivateBIO", "BIO_new", 1, On::readPrivate, noBIO},
+        {"ReadPrivateWrite", "BIO_write", 1, On::readPrivate, notWritten},
+        {"ReadPrivateWriteNothing", "BIO_write", 1, On::readPrivate, notWritten, false, {0}},
+        {"ReadPrivate", "PEM_read_bio_PrivateKey", 1, On::readPrivate, notPEM},
+        {"ReadPrivateStreamBIO", "BIO_new", 1, On::readPrivateStream, noBIO},
+        {"ReadPrivateStreamWrite", "BIO_write", 1, On::readPrivateStream, notWritten},
+        {"ReadPrivateStream", "PEM_read_bio_PrivateKey", 1, On::readPrivateStream, notPEM},
+        {"ReadPublicBIO", "BIO_new", 1, On::readPublic, noBIO},
+        {"ReadPublicWrite", "BIO_write", 1, On::readPublic, notWritten},
+        {"ReadPublic", "PEM_read_bio_PUBKEY", 1, On::readPublic, notPEM},
+        {"ReadPublicStreamBIO", "BIO_new", 1, On::readPublicStream, noBIO},
+        {"ReadPublicStreamWrite", "BIO_write", 1, On::readPublicStream, notWritten},
+        {"ReadPublicStream", "PEM_read_bio_PUBKEY", 1, On::readPublicStream, notPEM},
+
+        {"ExportPrivateDuplicate", "EVP_PKEY_dup", 1, On::exportPrivate, noKey},
+        {"ExportPrivateBIO", "BIO_new", 1, On::exportPrivate, noBIO},
+        {"ExportPrivate", "PEM_write_bio_PKCS8PrivateKey", 1, On::exportPrivate, privateNotWritten},
+        {"ExportPrivatePending", "BIO_ctrl", 1, On::exportPrivate, nothingPending},
+        {"ExportPrivateRead", "BIO_read", 1, On::exportPrivate, notReadBack},
+        {"ExportPublicBIO", "BIO_new", 1, On::exportPublic, noBIO},
+        {"ExportPublic", "PEM_write_bio_PUBKEY", 1, On::exportPublic, publicNotWritten},
+        {"ExportPublicPending", "BIO_ctrl", 1, On::exportPublic, nothingPending, false, {-1}},
+        {"ExportPublicRead", "BIO_read", 1, On::exportPublic, notReadBack, false, {0}},
+        {"ExportInteger", "EVP_PKEY_todata", 1, On::exportInteger, integerNotExported},
+        {"ExportIntegerNothing", "EVP_PKEY_todata", 1, On::exportInteger, noParameters, false, {1}},
+        {"ExportIntegerFind", "OSSL_PARAM_locate_const", 1, On::exportInteger, integerNotFound},
+        {"ExportPoint", "EVP_PKEY_todata", 1, On::exportPoint, pointNotExported},
+        {"ExportPointNothing", "EVP_PKEY_todata", 1, On::exportPoint, noParameters, false, {1}},
+        {"ExportPointFind", "OSSL_PARAM_locate_const", 1, On::exportPoint, pointNotFound},
+
+        {"SignContext", "EVP_MD_CTX_new", 1, On::sign, noMDContext},
+        {"SignInit", "EVP_DigestSignInit_ex", 1, On::sign, noSigning},
+        {"SignInitOther", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, {2}},
+        {"SignInitNegative", "EVP_DigestSignInit_ex", 1, On::sign, noSigning, false, {-2}},
+        {"SignSize", "EVP_DigestSign", 1, On::sign, noSize},
+        {"SignSizeOther", "EVP_DigestSign", 1, On::sign, noSize, false, {2}},
+        {"SignSizeNothing", "EVP_DigestSign", 1, On::sign, "Max size of signature to be generated is 0", false, {1}},
+        {"Sign", "EVP_DigestSign", 2, On::sign, notSigned},
+        {"SignNegative", "EVP_DigestSign", 2, On::sign, notSigned, false, {-1}},
+        {"SignStreamContext", "EVP_MD_CTX_new", 1, On::signStream, noMDContext},
+        {"SignStreamInit", "EVP_DigestSignInit_ex", 1, On::signStream, noSigning},
+        {"SignStreamSize", "EVP_DigestSign", 1, On::signStream, noSize},
+        {"SignStream", "EVP_DigestSign", 2, On::signStream, notSigned},
+        {"VerifyContext", "EVP_MD_CTX_new", 1, On::verify, noMDContext},
+        {"VerifyInit", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying},
+        {"VerifyInitOther", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, {2}},
+        {"VerifyInitNegative", "EVP_DigestVerifyInit_ex", 1, On::verify, noVerifying, false, {-1}},
+        {"VerifyStreamContext", "EVP_MD_CTX_new", 1, On::verifyStream, noMDContext},
+        {"VerifyStreamInit", "EVP_DigestVerifyInit_ex", 1, On::verifyStream, noVerifying},
+    };
+}
+
+std::vector<Fault> p256Faults() {
+    using On = Operations<P256>;
+    return {
+        {"GenerateCurve", "EVP_PKEY_CTX_ctrl_str", 1, On::generate, noCurve, true},
+        {"GenerateCurveUnsupported", "EVP_PKEY_CTX_ctrl_str", 1, On::generate, noCurve, true, {-2}},
+        {"GenerateCheckPublic", "EVP_PKEY_todata", 1, On::generate, notExportedForCheck},
+        {"GenerateCheckPrivate", "EVP_PKEY_todata", 2, On::generate, notExportedForCheck},
+        {"GenerateCheckPublicGroup", "OSSL_PARAM_locate_const", 1, On::generate, noGroup},
+        {"GenerateCheckPrivateGroup", "OSSL_PARAM_locate_const", 2, On::generate, noGroup},
+        {"ReadPrivateCheck", "EVP_PKEY_todata", 1, On::readPrivate, notExportedForCheck},
+        {"ReadPrivateCheckGroup", "OSSL_PARAM_locate_const", 1, On::readPrivate, noGroup},
+        {"ReadPrivateStreamCheck", "EVP_PKEY_todata", 1, On::readPrivateStream, notExportedForCheck},
+        {"ReadPublicCheck", "EVP_PKEY_todata", 1, On::readPublic, notExportedForCheck},
+        {"ReadPublicCheckGroup", "OSSL_PARAM_locate_const", 1, On::readPublic, noGroup},
+        {"ReadPublicStreamCheck", "EVP_PKEY_todata", 1, On::readPublicStream, notExportedForCheck},
+
+        {"FromIntegerNumber", "BN_bin2bn", 1, On::fromInteger, nullHandle("BNUPtr")},
+        {"FromIntegerGroup", "EC_GROUP_new_by_curve_name", 1, On::fromInteger, nullHandle("EC_GROUP")},
+        {"FromIntegerPoint", "EC_POINT_new", 1, On::fromInteger, nullHandle("EC_POINTUPtr")},
+        {"FromIntegerContext", "BN_CTX_new", 1, On::fromInteger, noNumberContext},
+        {"FromIntegerMultiply", "EC_POINT_mul", 1, On::fromInteger, noPoint},
+        {"FromIntegerEncodeContext", "BN_CTX_new", 2, On::fromInteger, noNumberContext},
+        {"FromIntegerEncodeSize", "EC_POINT_point2oct", 1, On::fromInteger, noPointSize},
+        {"FromIntegerEncode", "EC_POINT_point2oct", 2, On::fromInteger, notEncoded},
+        {"FromIntegerBuilder", "OSSL_PARAM_BLD_new", 1, On::fromInteger, noBuilder},
+        {"FromIntegerAddGroup", "OSSL_PARAM_BLD_push_utf8_string", 1, On::fromInteger, groupNotAdded},
+        {"FromIntegerAddInteger", "OSSL_PARAM_BLD_push_BN", 1, On::fromInteger, integerNotAdded},
+        {"FromIntegerAddPoint", "OSSL_PARAM_BLD_push_octet_string", 1, On::fromInteger, pointNotAdded},
+        {"FromIntegerParameters", "OSSL_PARAM_BLD_to_param", 1, On::fromInteger, noParameters},
+        {"FromIntegerKeyContext", "EVP_PKEY_CTX_new_id", 1, On::fromInteger, noKeyContext},
+        {"FromIntegerInit", "EVP_PKEY_fromdata_init", 1, On::fromInteger, noFromdata},
+        {"FromIntegerInitNegative", "EVP_PKEY_fromdata_init", 1, On::fromInteger, noFromdata, false, {-2}},
+        {"FromInteger", "EVP_PKEY_fromdata", 1, On::fromInteger, notLoadedFromInteger},
+        {"FromIntegerNegative", "EVP_PKEY_fromdata", 1, On::fromInteger, notLoadedFromInteger, false, {-1}},
+        {"FromIntegerNothing", "EVP_PKEY_fromdata", 1, On::fromInteger, noKey, false, {1}},
+        {"FromIntegerCheck", "EVP_PKEY_todata", 1, On::fromInteger, notExportedForCheck},
+
+        {"FromPointBuilder", "OSSL_PARAM_BLD_new", 1, On::fromPoint, noBuilder},
+        {"FromPointAddGroup", "OSSL_PARAM_BLD_push_utf8_string", 1, On::fromPoint, groupNotAdded},
+        {"FromPointAddPoint", "OSSL_PARAM_BLD_push_octet_string", 1, On::fromPoint, pointNotAdded},
+        {"FromPointParameters", "OSSL_PARAM_BLD_to_param", 1, On::fromPoint, noParameters},
+        {"FromPointKeyContext", "EVP_PKEY_CTX_new_id", 1, On::fromPoint, noKeyContext},
+        {"FromPointInit", "EVP_PKEY_fromdata_init", 1, On::fromPoint, noFromdata},
+        {"FromPoint", "EVP_PKEY_fromdata", 1, On::fromPoint, notLoadedFromPoint},
+        {"FromPointNothing", "EVP_PKEY_fromdata", 1, On::fromPoint, noKey, false, {1}},
+        {"FromPointCheck", "EVP_PKEY_todata", 1, On::fromPoint, notExportedForCheck},
+
+        {"ExportIntegerRead", "OSSL_PARAM_get_BN", 1, On::exportInteger, integerNotRead},
+        {"ExportIntegerConvert", "BN_bn2bin", 1, On::exportInteger,
+         "Wrote -1 bytes from BIGNUM to ByteArray. Expected: 32"},
+    };
+}
+
+std::vector<Fault> curve25519Faults() {
+    using On = Operations<Curve25519>;
+    return {
+        {"FromInteger", "EVP_PKEY_new_raw_private_key", 1, On::fromInteger, noKey},
+        {"FromPoint", "EVP_PKEY_new_raw_public_key", 1, On::fromPoint, noKey},
+    };
+}
+
+std::vector<Fault> joined(std::vector<Fault> left, std::vector<Fault> const& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+class ECCFaults : public testing::TestWithParam<Fault> {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_TRUE(Operations<P256>::warmUp());
+        ASSERT_TRUE(Operations<Curve25519>::warmUp());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(P256, ECCFaults, testing::ValuesIn(joined(commonFaults<P256>(), p256Faults())), nameOf);
+INSTANTIATE_TEST_SUITE_P(Curve25519, ECCFaults,
+                         testing::ValuesIn(joined(commonFaults<Curve25519>(), curve25519Faults())), nameOf);
+
+TEST_P(ECCFaults, AreReportedInTheirOwnWords) {
+    if (GetParam().text == notPEM) {
+        expectReported<InvalidKeyEncoding>(GetParam());
+    } else {
+        expectReported<InternalException>(GetParam());
+    }
+}
+
+/// Every object, by the calls that make one and the call that releases it.
+Releases const objects{
+    {"BIO_free_all", {"BIO_new"}},
+    {"BN_free", {"BN_bin2bn", "OSSL_PARAM_get_BN"}},
+    {"BN_CTX_free", {"BN_CTX_new"}},
+    {"EC_GROUP_free", {"EC_GROUP_new_by_curve_name"}},
+    {"EC_POINT_free", {"EC_POINT_new"}},
+    {"EVP_MD_CTX_free", {"EVP_MD_CTX_new"}},
+    {"EVP_PKEY_CTX_free", {"EVP_PKEY_CTX_new_id"}},
+    {"EVP_PKEY_free",
+     {"EVP_PKEY_keygen", "EVP_PKEY_fromdata", "EVP_PKEY_dup", "EVP_PKEY_new_raw_private_key",
+      "EVP_PKEY_new_raw_public_key", "PEM_read_bio_PrivateKey", "PEM_read_bio_PUBKEY"}},
+    {"OSSL_PARAM_BLD_free", {"OSSL_PARAM_BLD_new"}},
+    {"OSSL_PARAM_free", {"OSSL_PARAM_BLD_to_param", "EVP_PKEY_todata"}},
+};
+
+TEST_P(ECCFaults, LeakNothing) {
+    expectAllReleased(GetParam(), objects);
+}
+
+template <class Factory> class ECCCalls : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(Operations<Factory>::warmUp()); }
+};
+
+TYPED_TEST_SUITE(ECCCalls, BothCurves, CurveNames);
+
+TYPED_TEST(ECCCalls, LeaveNothingBehind) {
+    using On = Operations<TypeParam>;
+    for (auto const operation :
+         {On::generate, On::readPrivate, On::readPrivateStream, On::readPublic, On::readPublicStream, On::fromInteger,
+          On::fromPoint, On::exportPrivate, On::exportPublic, On::exportInteger, On::exportPoint, On::sign,
+          On::signStream, On::verify, On::verifyStream}) {
+        Recording const recording;
+        operation();
+        expectAllReleased(recording, objects);
+    }
+}
+
+TYPED_TEST(ECCCalls, CheckTheCurveOncePerKey) {
+    using On = Operations<TypeParam>;
+    std::size_t const exports = TypeParam::curve == EllipticCurve::P256 ? 1 : 0;
+    for (auto const& [operation, keys] : {std::make_pair(On::generate, 2U),
+                                          {On::readPrivate, 1U},
+                                          {On::readPrivateStream, 1U},
+                                          {On::readPublic, 1U},
+                                          {On::readPublicStream, 1U},
+                                          {On::fromInteger, 1U},
+                                          {On::fromPoint, 1U}}) {
+        Recording const recording;
+        operation();
+        EXPECT_EQ(recording.count("EVP_PKEY_get_base_id"), keys);
+        EXPECT_EQ(recording.count("EVP_PKEY_todata"), keys * exports);
+    }
+}
+
+TYPED_TEST(ECCCalls, TakeTheirKeyTextWhole) {
+    using On = Operations<TypeParam>;
+    auto const size = std::to_string(On::pair().getPublicKey()->getPEM().size());
+    {
+        Failing failing("BIO_write");
+        failing.returning(10);
+        EXPECT_THROWS(InternalException, "Expected " + size + " bytes written to BIO. Found 10 bytes.",
+                      On::readPublic());
+    }
+    Failing failing("BIO_read");
+    failing.returning(10);
+    EXPECT_THROWS(InternalException, "Expected to read " + size + " bytes in BIO. Found 10 bytes.", On::exportPublic());
+}
+
+TYPED_TEST(ECCCalls, ExportPrivateKeysWithoutCipherFromADuplicate) {
+    using On = Operations<TypeParam>;
+    Recording const recording;
+    On::exportPrivate();
+    auto const own =
+        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->get();
+    auto const write = recording.callsOf("PEM_write_bio_PKCS8PrivateKey");
+    ASSERT_EQ(write.size(), 1U);
+    EXPECT_NE(write[0].arguments.at(1), asNumber(own));
+    EXPECT_EQ(std::vector<std::intptr_t>(write[0].arguments.begin() + 2, write[0].arguments.end()),
+              std::vector<std::intptr_t>(5, 0));
+}
+
+TYPED_TEST(ECCCalls, OfAKeyPairKeepItsKeysApart) {
+    auto const pair = TypeParam::generateKeyPair();
+    auto const privateKey = std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(pair->getPrivateKey());
+    auto const publicKey = std::dynamic_pointer_cast<openssl::ECCPublicKey<TypeParam::curve>>(pair->getPublicKey());
+    EXPECT_NE(privateKey->get(), publicKey->get());
+    EXPECT_EQ(EVP_PKEY_eq(privateKey->get(), publicKey->get()), 1);
+
+    RawKey const raw(publicKey->get(), [](EVP_PKEY* /*key*/) {});
+    EXPECT_ANY_THROW(privatePEM(raw)); // it has no private part
+}
+
+TYPED_TEST(ECCCalls, OfAnyKindAnswerToKeysOfAnyType) {
+    using On = Operations<TypeParam>;
+    for (auto const operation : {On::readPrivate, On::readPublic, On::fromInteger, On::fromPoint, On::generate}) {
+        Failing failing("EVP_PKEY_get_base_id");
+        failing.returning(EVP_PKEY_RSA);
+        EXPECT_THROWS(KeyAndCurveMismatch, "Stored key is not ECC-based. OpenSSL type id: 6", operation());
+    }
+}
+
+// Signatures
+
+TYPED_TEST(ECCCalls, OfASignatureAreThoseThatTheWorkNeeds) {
+    using On = Operations<TypeParam>;
+    Recording recording;
+    On::sign();
+    EXPECT_EQ(recording.functions(), (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestSignInit_ex",
+                                                               "EVP_DigestSign", "EVP_DigestSign", "EVP_MD_CTX_free"}));
+    auto const key =
+        std::dynamic_pointer_cast<openssl::ECCPrivateKey<TypeParam::curve>>(On::pair().getPrivateKey())->get();
+    auto const& setup = recording.calls().at(1).arguments;
+    EXPECT_EQ(setup.at(1), 0);
+    EXPECT_EQ(setup.at(2) != 0, TypeParam::curve == EllipticCurve::P256); // Ed25519 takes no digest
+    EXPECT_EQ(setup.at(3), 0);
+    EXPECT_EQ(setup.at(4), 0);
+    EXPECT_EQ(setup.at(5), asNumber(key));
+    EXPECT_EQ(setup.at(6), 0);
+}
+
+TYPED_TEST(ECCCalls, OfAVerificationAreThoseThatTheWorkNeeds) {
+    using On = Operations<TypeParam>;
+    Recording recording;
+    On::verify();
+    EXPECT_EQ(recording.functions(), (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestVerifyInit_ex",
+                                                               "EVP_DigestVerify", "EVP_MD_CTX_free"}));
+    EXPECT_EQ(recording.calls().at(1).arguments.at(2) != 0, TypeParam::curve == EllipticCurve::P256);
+}
+
+TEST(ECCSignatureCalls, NameTheDigestOfTheEngineOnP256) {
+    for (std::string const name : {"sha224", "sha256", "sha384", "sha512"}) {
+        std::string named;
+        Replacing<decltype(EVP_DigestSignInit_ex)> const looking(
+            "EVP_DigestSignInit_ex", [&](auto real, auto context, auto keyContext, char const* digest, auto... others) {
+                named = digest;
+                return real(context, keyContext, digest, others...);
+            });
+        P256::signer(Operations<P256>::pair().getPrivateKey())->sign(bytes("abc"), engineNamed(name));
+        EXPECT_EQ(named, name);
+    }
+}
+
+TYPED_TEST(ECCCalls, AreNotMadeForARefusedDigest) {
+    auto const signer = TypeParam::signer(Operations<TypeParam>::pair().getPrivateKey());
+    auto const verifier = TypeParam::verifier(Operations<TypeParam>::pair().getPublicKey());
+    auto const refused = engineNamed("sha1");
+    Recording const recording;
+    EXPECT_ANY_THROW(signer->sign(bytes("abc"), refused));
+    EXPECT_ANY_THROW(signer->sign(bytes("abc"), nullptr));
+    EXPECT_ANY_THROW(verifier->verify(bytes("abc"), bytes("abc"), refused));
+    EXPECT_ANY_THROW(verifier->verify(bytes("abc"), bytes("abc"), nullptr));
+    EXPECT_EQ(recording.functions(), std::vector<std::string>());
+}
+
+/// Answers the size query with `most` and the signature itself with `size` bytes.
+auto signatureOf(std::size_t most, std::size_t size) {
+    return [=](auto /*real*/, EVP_MD_CTX* /*context*/, unsigned char* signature, std::size_t* written,
+               unsigned char const* /*data*/, std::size_t /*dataSize*/) {
+        if (signature != nullptr) {
+            EXPECT_EQ(*written, most); // the room there is
+            std::fill_n(signature, size, static_cast<unsigned char>(0xab));
+        }
+        *written = signature == nullptr ? most : size;
+        return 1;
+    };
+}
+
+TYPED_TEST(ECCCalls, CutASignatureToItsFinalLength) {
+    auto const signer = TypeParam::signer(Operations<TypeParam>::pair().getPrivateKey());
+    for (std::size_t const size : {72U, 71U, 70U, 8U, 1U}) {
+        Replacing<decltype(EVP_DigestSign)> const shorter("EVP_DigestSign", signatureOf(72, size));
+        EXPECT_EQ(signer->sign(bytes("abc"), TypeParam::engine()), ByteArray(size, 0xab));
+    }
+}
+
+TYPED_TEST(ECCCalls, RefuseASignatureOfNothing) {
+    {
+        Replacing<decltype(EVP_DigestSign)> const none("EVP_DigestSign", signatureOf(0, 0));
+        EXPECT_THROWS(InternalException, "Max size of signature to be generated is 0", Operations<TypeParam>::sign());
+    }
+    Replacing<decltype(EVP_DigestSign)> const none("EVP_DigestSign", signatureOf(72, 0));
+    EXPECT_THROWS(InternalException, "Size of generated signature is 0", Operations<TypeParam>::sign());
+}
+
+TYPED_TEST(ECCCalls, AreValidForTheResultOneAlone) {
+    auto const verifier = TypeParam::verifier(Operations<TypeParam>::pair().getPublicKey());
+    for (int const result : {1, 0, -1, -2, 2}) {
+        Failing failing("EVP_DigestVerify");
+        failing.returning(result).withError("malformed");
+        EXPECT_EQ(verifier->verify(bytes("abc"), bytes("abc"), TypeParam::engine()).isValid(), result == 1) << result;
+        EXPECT_EQ(ERR_peek_error(), 0U);
+    }
+}
+
+TYPED_TEST(ECCCalls, AnswerWhateverBitsLibcryptoNames) {
+    auto const signer = TypeParam::signer(Operations<TypeParam>::pair().getPrivateKey());
+    auto const verifier = TypeParam::verifier(Operations<TypeParam>::pair().getPublicKey());
+    for (int const bits : {253, 256, 0, -1}) {
+        {
+            Failing failing("EVP_PKEY_get_bits");
+            failing.returning(bits);
+            EXPECT_EQ(signer->getKeySize(), bits);
+        }
+        Failing failing("EVP_PKEY_get_bits");
+        failing.returning(bits);
+        EXPECT_EQ(verifier->getKeySize(), bits);
+    }
+}
+
+} // namespace

@@ -1,0 +1,516 @@
+#include "rsa/RSAKey.h"
+
+#include "support/Bytes.h"
+#include "support/FaultTables.h"
+#include "support/RSAKeys.h"
+#include "support/Throws.h"
+
+#include <gtest/gtest.h>
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+using namespace foundation::crypto;
+using openssl::CryptoProvider;
+using utils::Exception;
+using utils::InternalException;
+using PrivateKey = openssl::RSAPrivateKey<utils::RSAKeySize<1024>>;
+using PublicKey = openssl::RSAPublicKey<utils::RSAKeySize<1024>>;
+using KeyPair = openssl::RSAKeyPair<utils::RSAKeySize<1024>>;
+
+CryptoProvider const provider;
+
+Vector const& numbers() {
+    static Vector const vector = readVectors("keys/rsa_numbers.txt").at(0);
+    return vector;
+}
+
+ByteArray const& key(std::string const& form) {
+    static std::map<std::string, ByteArray> keys;
+    auto const found = keys.find(form);
+    return found == keys.end() ? keys[form] = readRSAKey(1024, form) : found->second;
+}
+
+void generate() {
+    KeyPair const pair(provider.createDefaultCryptoPRNG({}));
+}
+
+void loadPrivatePEM() {
+    PrivateKey const loaded(key("private.pem"));
+}
+
+void loadPrivateDER() {
+    PrivateKey const loaded(key("private.der"));
+}
+
+void loadEncryptedDER() {
+    std::istringstream stream(text(key("encrypted.der")));
+    PrivateKey const loaded(stream, "password");
+}
+
+void readPrivatePEM() {
+    std::istringstream stream(text(key("encrypted.pem")));
+    PrivateKey const loaded(stream, "password");
+}
+
+void queryPrivatePEM() {
+    provider.getPrivateKeySignatureMethod(key("private.pem"), "");
+}
+
+void queryPrivateStream() {
+    std::istringstream stream(text(key("private.pem")));
+    provider.getPrivateKeySignatureMethod(stream, "");
+}
+
+void loadPublicPEM() {
+    PublicKey const loaded(key("public.pem"));
+}
+
+void loadPublicDER() {
+    PublicKey const loaded(key("public.der"));
+}
+
+void readPublicPEM() {
+    std::istringstream stream(text(key("public.pem")));
+    PublicKey const loaded(stream);
+}
+
+void queryPublicDER() {
+    provider.getPublicKeySignatureMethod(key("public.der"));
+}
+
+void queryPublicStream() {
+    std::istringstream stream(text(key("public.pem")));
+    provider.getPublicKeySignatureMethod(stream);
+}
+
+void buildPrivate() {
+    PrivateKey const built(numbers().bytes("n"), numbers().bytes("d"), numbers().bytes("e"));
+}
+
+void buildPublic() {
+    PublicKey const built(numbers().bytes("n"), numbers().bytes("e"));
+}
+
+PrivateKey const& privateKey() {
+    static PrivateKey const loaded(key("private.pem"));
+    return loaded;
+}
+
+PublicKey const& publicKey() {
+    static PublicKey const loaded(key("public.pem"));
+    return loaded;
+}
+
+void exportPrivate() {
+    privateKey().getDER();
+}
+
+void exportPublic() {
+    publicKey().getDER();
+}
+
+void exportPrivateModulus() {
+    privateKey().getModulus();
+}
+
+void exportPrivateExponent() {
+    privateKey().getPrivateExponent();
+}
+
+void exportPublicModulus() {
+    publicKey().getModulus();
+}
+
+void exportPublicExponent() {
+    publicKey().getPublicExponent();
+}
+
+std::string const noBIO = "Fail to create BIOUPtr; the given raw pointer is NULL";
+std::string const noBN = "Fail to create BNUPtr; the given raw pointer is NULL";
+std::string const noKey = "Fail to create EVP_PKEYUPtr; the given raw pointer is NULL";
+std::string const privateNotWritten = "Failed to write the input private key to BIO";
+std::string const privateNotWhole =
+    "The length of bytes written into the private key BIO does not match the expected length";
+std::string const publicNotWritten = "Failed to write the input public key to BIO";
+std::string const publicNotWhole =
+    "The length of bytes written into the public key BIO does not match the expected length";
+std::string const privateNotRead = "Failed to load the modulus and the exponents data from the inputs";
+std::string const publicNotRead = "Failed to load the modulus and the public exponent data from the inputs";
+std::string const noBytes = "Error occurred while trying to find number of bytes in BIO. "
+                            "Expected one or more bytes to be pending";
+std::string const noPrivateDER = "Failed to convert RSA private key to DER-form BIO.";
+std::string const noPublicDER = "Failed to convert RSA public key to DER-form BIO.";
+
+std::vector<Fault> const faults{
+    {"GenerateKey", "EVP_PKEY_Q_keygen", 1, generate, noKey},
+    {"GeneratePublicBIO", "BIO_new", 1, generate, noBIO},
+    {"GenerateWritePublic", "PEM_write_bio_PUBKEY", 1, generate, "Failed to write the public key to BIO"},
+    {"GeneratePrivateBIO", "BIO_new", 2, generate, noBIO},
+    {"GenerateWritePrivate", "PEM_write_bio_PrivateKey", 1, generate, "Failed to write the private key to BIO"},
+    {"GenerateReadPublic", "PEM_read_bio_PUBKEY", 1, generate, noKey},
+    {"GenerateReadPrivate", "PEM_read_bio_PrivateKey", 1, generate, noKey},
+
+    {"PrivatePEMBIO", "BIO_new", 1, loadPrivatePEM, noBIO},
+    {"PrivatePEMWrite", "BIO_write", 1, loadPrivatePEM, privateNotWritten, false, {0, -1, -2}},
+    {"PrivatePEMWriteWhole", "BIO_write", 1, loadPrivatePEM, privateNotWhole, false, {1, 915, 917}},
+    {"PrivatePEMRead", "PEM_read_bio_PrivateKey", 1, loadPrivatePEM, noKey},
+    {"PrivateDERBIO", "BIO_new", 1, loadPrivateDER, noBIO},
+    {"PrivateDERWrite", "BIO_write", 1, loadPrivateDER, privateNotWritten, false, {0, -1}},
+    {"PrivateDERWriteWhole", "BIO_write", 1, loadPrivateDER, privateNotWhole, false, {1, 633}},
+    {"PrivateDERWriteAgain", "BIO_write", 2, loadPrivateDER, privateNotWritten, false, {0, -1}},
+    {"PrivateDERWriteWholeAgain", "BIO_write", 2, loadPrivateDER, privateNotWhole, false, {1, 633}},
+    {"PrivateDERRead", "d2i_PrivateKey_bio", 1, loadPrivateDER, noKey},
+    {"EncryptedDERRead", "d2i_PKCS8PrivateKey_bio", 1, loadEncryptedDER, noKey},
+    {"PrivateStreamBIO", "BIO_new", 1, readPrivatePEM, noBIO},
+    {"PrivateStreamWrite", "BIO_write", 1, readPrivatePEM, privateNotWritten},
+    {"PrivateStreamRead", "PEM_read_bio_PrivateKey", 1, readPrivatePEM, noKey},
+    {"PrivateQueryWrite", "BIO_write", 1, queryPrivatePEM, privateNotWritten},
+    {"PrivateQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivatePEM, noKey},
+    {"PrivateQueryBits", "EVP_PKEY_get_bits", 1, queryPrivatePEM, "Unsupported Key size", false, {0, -1, 1025, 512}},
+    {"PrivateStreamQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivateStream, noKey},
+    {"PrivateStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPrivateStream, "Unsupported Key size"},
+
+    {"PublicPEMBIO", "BIO_new", 1, loadPublicPEM, noBIO},
+    {"PublicPEMWrite", "BIO_write", 1, loadPublicPEM, publicNotWritten, false, {0, -1, -2}},
+    {"PublicPEMWriteWhole", "BIO_write", 1, loadPublicPEM, publicNotWhole, false, {1, 271, 273}},
+    {"PublicPEMRead", "PEM_read_bio_PUBKEY", 1, loadPublicPEM, noKey},
+    {"PublicDERWrite", "BIO_write", 1, loadPublicDER, publicNotWritten},
+    {"PublicDERWriteWhole", "BIO_write", 1, loadPublicDER, publicNotWhole, false, {161}},
+    {"PublicDERRead", "d2i_PUBKEY_bio", 1, loadPublicDER, noKey},
+    {"PublicStreamBIO", "BIO_new", 1, readPublicPEM, noBIO},
+    {"PublicStreamWrite", "BIO_write", 1, readPublicPEM, publicNotWritten},
+    {"PublicStreamRead", "PEM_read_bio_PUBKEY", 1, readPublicPEM, noKey},
+    {"PublicQueryRead", "d2i_PUBKEY_bio", 1, queryPublicDER, noKey},
+    {"PublicQueryBits", "EVP_PKEY_get_bits", 1, queryPublicDER, "Unsupported Key size"},
+    {"PublicStreamQueryRead", "PEM_read_bio_PUBKEY", 1, queryPublicStream, noKey},
+    {"PublicStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPublicStream, "Unsupported Key size"},
+
+    {"BuildPrivateKey", "EVP_PKEY_new", 1, buildPrivate, noKey},
+    {"BuildPrivateFirstNumber", "BN_bin2bn", 1, buildPrivate, privateNotRead},
+    {"BuildPrivateSecondNumber", "BN_bin2bn", 2, buildPrivate, privateNotRead},
+    {"BuildPrivateThirdNumber", "BN_bin2bn", 3, buildPrivate, privateNotRead},
+    {"BuildPrivateBuilder", "OSSL_PARAM_BLD_new", 1, buildPrivate,
+     "Failed to initialize the param builder for RSA private key"},
+    {"BuildPrivateModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPrivate,
+     "Failed to build the RSA private key with the given modulus"},
+    {"BuildPrivatePublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPrivate,
+     "Failed to build the RSA private key with the given public exponent"},
+    {"BuildPrivateExponent", "OSSL_PARAM_BLD_push_BN", 3, buildPrivate,
+     "Failed to build the RSA private key with the given private exponent"},
+    {"BuildPrivateParameters", "OSSL_PARAM_BLD_to_param", 1, buildPrivate,
+     "Failed to initialize the param for RSA private key"},
+    {"BuildPrivateContext", "EVP_PKEY_CTX_new_from_name", 1, buildPrivate,
+     "Failed to create the context for RSA private key"},
+    {"BuildPrivateInitialize",
+     "EVP_PKEY_fromdata_init",
+     1,
+     buildPrivate,
+     "Failed to initialize the context for RSA private key",
+     false,
+     {0, -1, -2}},
+    {"BuildPrivateFinish",
+     "EVP_PKEY_fromdata",
+     1,
+     buildPrivate,
+     "Failed to generate the private key from the modulus and the exponents",
+     false,
+     {0, -1, -2}},
+    {"BuildPrivateFinishWithout", "EVP_PKEY_fromdata", 1, buildPrivate, noKey, false, {1}},
+
+    {"BuildPublicKey", "EVP_PKEY_new", 1, buildPublic, noKey},
+    {"BuildPublicFirstNumber", "BN_bin2bn", 1, buildPublic, publicNotRead},
+    {"BuildPublicSecondNumber", "BN_bin2bn", 2, buildPublic, publicNotRead},
+    {"BuildPublicBuilder", "OSSL_PARAM_BLD_new", 1, buildPublic,
+     "Failed to initialize the param builder for RSA public key"},
+    {"BuildPublicModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPublic,
+     "Failed to build the RSA public key with the given modulus"},
+    {"BuildPublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPublic,
+     "Failed to build the RSA public key with the given public exponent"},
+    {"BuildPublicParameters", "OSSL_PARAM_BLD_to_param", 1, buildPublic,
+     "Failed to initialize the param for RSA public key"},
+    {"BuildPublicContext", "EVP_PKEY_CTX_new_from_name", 1, buildPublic,
+     "Failed to create the context for RSA public key"},
+    {"BuildPublicInitialize",
+     "EVP_PKEY_fromdata_init",
+     1,
+     buildPublic,
+     "Failed to initialize the context for RSA public key",
+     false,
+     {0, -1, -2}},
+    {"BuildPublicFinish",
+     "EVP_PKEY_fromdata",
+     1,
+     buildPublic,
+     "Failed to generate the public key from the modulus and the exponent",
+     false,
+     {0, -1, -2}},
+    {"BuildPublicFinishWithout", "EVP_PKEY_fromdata", 1, buildPublic, noKey, false, {1}},
+
+    {"ExportPrivateBIO", "BIO_new", 1, exportPrivate, noBIO},
+    {"ExportPrivate", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noPrivateDER},
+    {"ExportPrivateNothing", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noBytes, false, {1}},
+    {"ExportPrivatePending", "BIO_ctrl", 1, exportPrivate, noBytes},
+    {"ExportPrivateRead", "BIO_read", 1, exportPrivate, "Failed to read from BIO to ByteArray"},
+    {"ExportPublicBIO", "BIO_new", 1, exportPublic, noBIO},
+    {"ExportPublic", "i2d_PUBKEY_bio", 1, exportPublic, noPublicDER},
+    {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, false, {1}},
+    {"ExportPublicRead", "BIO_read", 1, exportPublic, "Failed to read from BIO to ByteArray"},
+    {"ExportPrivateModulusNumber", "BN_new", 1, exportPrivateModulus, noBN},
+    {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus,
+     "Failed to get the modulus for the private key"},
+    {"ExportPrivateExponentNumber", "BN_new", 1, exportPrivateExponent, noBN},
+    {"ExportPrivateExponent", "EVP_PKEY_get_bn_param", 1, exportPrivateExponent,
+     "Failed to get the private exponent for the private key"},
+    {"ExportPrivateExponentBytes",
+     "BN_bn2bin",
+     1,
+     exportPrivateExponent,
+     "Wrote 127 bytes from BIGNUM to ByteArray. Expected: 128",
+     false,
+     {127}},
+    {"ExportPublicModulusNumber", "BN_new", 1, exportPublicModulus, noBN},
+    {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus,
+     "Failed to get the modulus for the public key"},
+    {"ExportPublicExponentNumber", "BN_new", 1, exportPublicExponent, noBN},
+    {"ExportPublicExponent", "EVP_PKEY_get_bn_param", 1, exportPublicExponent,
+     "Failed to get the public exponent for the public key"},
+};
+
+class RSAKeyFaults : public testing::TestWithParam<Fault> {
+protected:
+    RSAKeyFaults() { // what is kept between the tests is made before anything fails
+        privateKey();
+        publicKey();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, RSAKeyFaults, testing::ValuesIn(faults), nameOf);
+
+TEST_P(RSAKeyFaults, AreReportedInTheirOwnWords) {
+    expectReported<InternalException>(GetParam());
+}
+
+TEST_P(RSAKeyFaults, LeakNothing) {
+    expectAllReleased(GetParam(), {{"BIO_free_all", {"BIO_new"}},
+                                   {"BN_free", {"BN_bin2bn", "BN_new"}},
+                                   {"OSSL_PARAM_BLD_free", {"OSSL_PARAM_BLD_new"}},
+                                   {"OSSL_PARAM_free", {"OSSL_PARAM_BLD_to_param"}},
+                                   {"EVP_PKEY_CTX_free", {"EVP_PKEY_CTX_new_from_name"}}});
+}
+
+TEST(RSAKeyFault, OfTheFirstReaderIsForgottenAfterTheSecond) {
+    Failing failing("d2i_PKCS8PrivateKey_bio");
+    failing.withError("not for me");
+    EXPECT_NO_THROW(loadPrivateDER());
+    EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+TEST(RSAKeyFault, OfTheSizeIsThePlainException) {
+    for (auto const& [operation, kind] :
+         {std::pair(loadPrivatePEM, "private"), std::pair(readPrivatePEM, "private"),
+          std::pair(buildPrivate, "private"), std::pair(loadPublicPEM, "public"), std::pair(readPublicPEM, "public"),
+          std::pair(buildPublic, "public"), std::pair(generate, "public")}) {
+        for (int const size : {0, -1, 1023, 2048}) {
+            Failing failing("EVP_PKEY_get_bits");
+            failing.returning(size);
+            EXPECT_THROWS(Exception,
+                          std::string("The input data corresponds to a ") + kind + " key of size " +
+                              std::to_string(size) + " instead of the expected size 1024",
+                          operation());
+        }
+    }
+}
+
+TEST(RSAKeyFault, ThatIsAnExceptionIsTranslated) {
+    struct {
+        char const* name;
+        std::function<void()> operation;
+    } const rows[] = {{"loadPrivatePEM", loadPrivatePEM},   {"readPrivatePEM", readPrivatePEM},
+                      {"loadPublicPEM", loadPublicPEM},     {"readPublicPEM", readPublicPEM},
+                      {"queryPrivatePEM", queryPrivatePEM}, {"queryPublicStream", queryPublicStream}};
+
+    for (auto const& [name, operation] : rows) {
+        SCOPED_TRACE(name);
+        {
+            Replacing<decltype(BIO_write)> const throwing(
+                "BIO_write", [](auto, BIO*, void const*, int) -> int { throw std::runtime_error("out of order"); });
+            EXPECT_THROWS(InternalException, "out of order", operation());
+        }
+        {
+            Replacing<decltype(BIO_new)> const exhausted(
+                "BIO_new", [](auto, BIO_METHOD const*) -> BIO* { throw std::bad_alloc(); });
+            EXPECT_THROWS(InternalException, "std::bad_alloc", operation());
+        }
+    }
+    for (auto const& operation : {buildPrivate, buildPublic}) {
+        Replacing<decltype(EVP_PKEY_fromdata_init)> const throwing(
+            "EVP_PKEY_fromdata_init", [](auto, EVP_PKEY_CTX*) -> int { throw utils::InvalidKey("out of order"); });
+        EXPECT_THROWS(InternalException, "out of order", operation());
+    }
+    for (auto const& operation :
+         {exportPrivateModulus, exportPrivateExponent, exportPublicModulus, exportPublicExponent}) {
+        Replacing<decltype(BN_bn2bin)> const throwing(
+            "BN_bn2bin", [](auto, BIGNUM const*, unsigned char*) -> int { throw std::length_error("out of order"); });
+        EXPECT_THROWS(InternalException, "out of order", operation());
+    }
+    for (auto const& operation : {queryPrivatePEM, queryPrivateStream, queryPublicDER, queryPublicStream}) {
+        Replacing<decltype(EVP_PKEY_get_bits)> const throwing(
+            "EVP_PKEY_get_bits", [](auto, EVP_PKEY const*) -> int { throw utils::InvalidKey("out of order"); });
+        Recording const recording;
+        EXPECT_THROWS(InternalException, "out of order", operation());
+        EXPECT_EQ(recording.count("EVP_PKEY_free"), 1U);
+    }
+}
+
+TEST(RSAKeyFault, OfAStreamOfTheQueriesIsInternal) {
+    struct Broken : std::streambuf {
+        int_type underflow() override { throw utils::NotImplemented("gone"); }
+    } buffer;
+
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios_base::badbit);
+    EXPECT_THROWS(InternalException, "gone", provider.getPublicKeySignatureMethod(stream));
+}
+
+TEST(RSAKeyFault, OfANumberThatIsNotThereIsReported) {
+    Replacing<decltype(EVP_PKEY_get_bn_param)> const forgetful("EVP_PKEY_get_bn_param",
+                                                               [](auto, EVP_PKEY const*, char const*, BIGNUM** number) {
+                                                                   *number = nullptr;
+                                                                   return 1;
+                                                               });
+    EXPECT_THROWS(InternalException, "Failed to get the modulus for the private key", exportPrivateModulus());
+    EXPECT_THROWS(InternalException, "Failed to get the public exponent for the public key", exportPublicExponent());
+}
+
+TEST(RSAKeyFault, OfATextThatIsTooLongForItsLengthIsReported) {
+    std::string const five = "12345";
+    std::string_view const wrapped(five.data(), (std::size_t(1) << 32U) + 5); // only the 5 bytes are ever looked at
+    EXPECT_THROWS(InternalException, privateNotWhole, openssl::loadRSAPrivateKey(wrapped, ""));
+    EXPECT_THROWS(InternalException, publicNotWhole, openssl::loadRSAPublicKey(wrapped));
+    std::string_view const negative(five.data(), std::size_t(1) << 31U);
+    EXPECT_THROWS(InternalException, privateNotWritten, openssl::loadRSAPrivateKey(negative, ""));
+    EXPECT_THROWS(InternalException, publicNotWritten, openssl::loadRSAPublicKey(negative));
+}
+
+// Which calls are made
+
+using Functions = std::vector<std::string>;
+
+Functions callsOf(std::function<void()> const& operation) {
+    Recording const recording;
+    operation();
+    return recording.functions();
+}
+
+TEST(RSAKeyCalls, OfGenerationAreThoseThatTheWorkNeeds) {
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    Recording const recording;
+    {
+        KeyPair const pair(prng);
+    }
+    Functions functions = recording.functions();
+    functions.resize(9);
+    EXPECT_EQ(functions,
+              (Functions{"EVP_PKEY_Q_keygen", "BIO_new", "PEM_write_bio_PUBKEY", "BIO_new", "PEM_write_bio_PrivateKey",
+                         "PEM_read_bio_PUBKEY", "PEM_read_bio_PrivateKey", "BIO_free_all", "BIO_free_all"}));
+    EXPECT_EQ(recording.callsOf("EVP_PKEY_Q_keygen").at(0).arguments.at(3), 1024);
+    EXPECT_EQ(recording.count("EVP_PKEY_free"), 3U);
+    EXPECT_EQ(recording.count("RAND_bytes"), 0U);
+    EXPECT_EQ(callsOf([] { catchFrom([] { KeyPair const pair(nullptr); }); }), Functions());
+}
+
+TEST(RSAKeyCalls, OfPEMAreThoseThatTheWorkNeeds) {
+    EXPECT_EQ(callsOf(loadPrivatePEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all",
+                                                  "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
+    EXPECT_EQ(callsOf(loadPublicPEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PUBKEY", "BIO_free_all",
+                                                 "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
+    EXPECT_EQ(callsOf([] { catchFrom([] { PrivateKey const none(key("public.pem")); }); }),
+              (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all"}));
+}
+
+TEST(RSAKeyCalls, OfDERAreThoseThatTheWorkNeeds) {
+    EXPECT_EQ(callsOf(loadEncryptedDER), (Functions{"BIO_new", "BIO_write", "d2i_PKCS8PrivateKey_bio", "BIO_free_all",
+                                                    "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
+    EXPECT_EQ(callsOf(loadPrivateDER),
+              (Functions{"BIO_new", "BIO_write", "d2i_PKCS8PrivateKey_bio", "BIO_ctrl", "BIO_write",
+                         "d2i_PrivateKey_bio", "BIO_free_all", "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
+    EXPECT_EQ(callsOf(loadPublicDER), (Functions{"BIO_new", "BIO_write", "d2i_PUBKEY_bio", "BIO_free_all",
+                                                 "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
+    EXPECT_EQ(callsOf([] { catchFrom([] { PublicKey const none(key("traditional-public.der")); }); }),
+              (Functions{"BIO_new", "BIO_write", "d2i_PUBKEY_bio", "BIO_free_all"}));
+}
+
+TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
+    for (auto const& [function, operation] :
+         {std::pair("PEM_read_bio_PrivateKey", loadPrivatePEM), std::pair("PEM_read_bio_PrivateKey", readPrivatePEM),
+          std::pair("PEM_read_bio_PrivateKey", queryPrivateStream),
+          std::pair("d2i_PKCS8PrivateKey_bio", loadPrivateDER), std::pair("PEM_read_bio_PUBKEY", loadPublicPEM),
+          std::pair("PEM_read_bio_PUBKEY", readPublicPEM), std::pair("PEM_read_bio_PUBKEY", queryPublicStream)}) {
+        Recording const recording;
+        operation();
+        std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;
+        EXPECT_EQ(arguments.at(1), 0) << function;
+        EXPECT_EQ(arguments.at(2), 0) << function;
+        EXPECT_NE(arguments.at(3), 0) << function;
+    }
+}
+
+TEST(RSAKeyCalls, OfBuildingAreThoseThatTheWorkNeeds) {
+    Recording const recording;
+    buildPrivate();
+    EXPECT_EQ(recording.functions(), (Functions{"EVP_PKEY_new",
+                                                "BN_bin2bn",
+                                                "BN_bin2bn",
+                                                "BN_bin2bn",
+                                                "OSSL_PARAM_BLD_new",
+                                                "OSSL_PARAM_BLD_push_BN",
+                                                "OSSL_PARAM_BLD_push_BN",
+                                                "OSSL_PARAM_BLD_push_BN",
+                                                "OSSL_PARAM_BLD_to_param",
+                                                "EVP_PKEY_CTX_new_from_name",
+                                                "EVP_PKEY_fromdata_init",
+                                                "EVP_PKEY_fromdata",
+                                                "EVP_PKEY_CTX_free",
+                                                "OSSL_PARAM_free",
+                                                "OSSL_PARAM_BLD_free",
+                                                "EVP_PKEY_free",
+                                                "BN_free",
+                                                "BN_free",
+                                                "BN_free",
+                                                "EVP_PKEY_get_bits",
+                                                "EVP_PKEY_free"}));
+    EXPECT_EQ(recording.callsOf("EVP_PKEY_fromdata").at(0).arguments.at(2), 0x87);
+    buildPublic();
+    EXPECT_EQ(recording.callsOf("EVP_PKEY_fromdata").at(1).arguments.at(2), 0x87);
+}
+
+TEST(RSAKeyCalls, PushTheNumbersInOrder) {
+    std::string pushed;
+    Replacing<decltype(OSSL_PARAM_BLD_push_BN)> const listening(
+        "OSSL_PARAM_BLD_push_BN", [&](auto real, OSSL_PARAM_BLD* builder, char const* name, BIGNUM const* number) {
+            pushed += name;
+            std::vector<unsigned char> value(static_cast<std::size_t>(BN_num_bytes(number)));
+            BN_bn2bin(number, value.data());
+            EXPECT_EQ(value, numbers().bytes(name));
+            return real(builder, name, number);
+        });
+    buildPrivate();
+    buildPublic();
+    EXPECT_EQ(pushed, "nedne");
+}
+
+} // namespace
