@@ -24,8 +24,7 @@
 
 namespace foundation::crypto::openssl {
 
-using interfaces::ICryptoPRNG;
-using interfaces::IDigestEngine;
+using namespace interfaces;
 using utils::AESKeySize;
 using utils::EllipticCurve;
 using utils::RSAKeySize;
@@ -39,6 +38,32 @@ template <class Own, class Interface> std::shared_ptr<Own> narrow(std::shared_pt
     return std::dynamic_pointer_cast<Own>(given);
 }
 
+// What each kind of argument is narrowed to.
+
+auto own(CryptoPRNGPtr const& prng) {
+    return narrow<DefaultPRNG>(prng);
+}
+
+template <unsigned long Bits> auto own(RSAPublicKeyPtr<Bits> const& key) {
+    return narrow<RSAPublicKey<RSAKeySize<Bits>>>(key);
+}
+
+template <unsigned long Bits> auto own(RSAPrivateKeyPtr<Bits> const& key) {
+    return narrow<RSAPrivateKey<RSAKeySize<Bits>>>(key);
+}
+
+template <EllipticCurve C> auto own(ECCPublicKeyPtr<C> const& key) {
+    return narrow<ECCPublicKey<C>>(key);
+}
+
+template <EllipticCurve C> auto own(ECCPrivateKeyPtr<C> const& key) {
+    return narrow<ECCPrivateKey<C>>(key);
+}
+
+template <unsigned long Bits> auto own(AESKeyPtr<Bits> const& key) {
+    return narrow<AESKey<AESKeySize<Bits>>>(key);
+}
+
 } // namespace
 
 CryptoProvider::CryptoProvider() {
@@ -50,416 +75,356 @@ CryptoProvider::~CryptoProvider() = default;
 
 // Random bytes
 
-std::shared_ptr<ICryptoPRNG> CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
+CryptoPRNGPtr CryptoProvider::createDefaultCryptoPRNG(ByteArray const& seed) const {
     return std::make_shared<DefaultPRNG>(seed);
 }
 
 // Digests
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createMD5DigestEngine() const {
+DigestEnginePtr CryptoProvider::createMD5DigestEngine() const {
     return std::make_shared<DigestEngine<utils::MD5DigestAlgorithm>>();
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createSHA1DigestEngine() const {
+DigestEnginePtr CryptoProvider::createSHA1DigestEngine() const {
     return std::make_shared<DigestEngine<utils::SHA1DigestAlgorithm>>();
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createSHA224DigestEngine() const {
+DigestEnginePtr CryptoProvider::createSHA224DigestEngine() const {
     return std::make_shared<DigestEngine<utils::SHA224DigestAlgorithm>>();
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createSHA256DigestEngine() const {
+DigestEnginePtr CryptoProvider::createSHA256DigestEngine() const {
     return std::make_shared<DigestEngine<utils::SHA256DigestAlgorithm>>();
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createSHA384DigestEngine() const {
+DigestEnginePtr CryptoProvider::createSHA384DigestEngine() const {
     return std::make_shared<DigestEngine<utils::SHA384DigestAlgorithm>>();
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createSHA512DigestEngine() const {
+DigestEnginePtr CryptoProvider::createSHA512DigestEngine() const {
     return std::make_shared<DigestEngine<utils::SHA512DigestAlgorithm>>();
 }
 
 // HMAC and BLAKE2b
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
+DigestEnginePtr CryptoProvider::createHMACSHA1DigestEngine(ByteArray const& key) const {
     return std::make_shared<HMACDigestEngine<utils::HMACSHA1DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
+DigestEnginePtr CryptoProvider::createHMACSHA256DigestEngine(ByteArray const& key) const {
     return std::make_shared<HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
+DigestEnginePtr CryptoProvider::createHMACSHA512DigestEngine(ByteArray const& key) const {
     return std::make_shared<HMACDigestEngine<utils::HMACSHA512DigestAlgorithm>>(key);
 }
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngine(ByteArray const& key,
-                                                                         ByteArray const& salt) const {
+DigestEnginePtr CryptoProvider::createBlake2bDigestEngine(ByteArray const& key, ByteArray const& salt) const {
     using Algorithm = utils::Blake2bDigestAlgorithm;
     return std::make_shared<Blake2bDigestEngineImpl<Algorithm>>(key, salt, Algorithm::getDigestSize());
 }
 
 // RSA keys
 
-std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<1024>>>
-CryptoProvider::generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+RSAKeyPairPtr<1024> CryptoProvider::generateRSA1024KeyPair(CryptoPRNGPtr prng) const {
     return std::make_shared<RSAKeyPair<RSAKeySize<1024>>>(std::move(prng));
 }
 
-std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<2048>>>
-CryptoProvider::generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+RSAKeyPairPtr<2048> CryptoProvider::generateRSA2048KeyPair(CryptoPRNGPtr prng) const {
     return std::make_shared<RSAKeyPair<RSAKeySize<2048>>>(std::move(prng));
 }
 
-std::shared_ptr<interfaces::IRSAKeyPair<RSAKeySize<4096>>>
-CryptoProvider::generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> prng) const {
+RSAKeyPairPtr<4096> CryptoProvider::generateRSA4096KeyPair(CryptoPRNGPtr prng) const {
     return std::make_shared<RSAKeyPair<RSAKeySize<4096>>>(std::move(prng));
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& encodedKey) const {
+RSAPrivateKeyPtr<1024> CryptoProvider::createRSA1024PrivateKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& encodedKey) const {
+RSAPrivateKeyPtr<2048> CryptoProvider::createRSA2048PrivateKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& encodedKey) const {
+RSAPrivateKeyPtr<4096> CryptoProvider::createRSA4096PrivateKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                                        ByteArray const& publicExponent) const {
+RSAPrivateKeyPtr<1024> CryptoProvider::createRSA1024PrivateKey(ByteArray const& modulus,
+                                                               ByteArray const& privateExponent,
+                                                               ByteArray const& publicExponent) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(modulus, privateExponent, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                                        ByteArray const& publicExponent) const {
+RSAPrivateKeyPtr<2048> CryptoProvider::createRSA2048PrivateKey(ByteArray const& modulus,
+                                                               ByteArray const& privateExponent,
+                                                               ByteArray const& publicExponent) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(modulus, privateExponent, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                                        ByteArray const& publicExponent) const {
+RSAPrivateKeyPtr<4096> CryptoProvider::createRSA4096PrivateKey(ByteArray const& modulus,
+                                                               ByteArray const& privateExponent,
+                                                               ByteArray const& publicExponent) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(modulus, privateExponent, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PrivateKey(std::istream& encodedKey, std::string const& password) const {
+RSAPrivateKeyPtr<1024> CryptoProvider::createRSA1024PrivateKey(std::istream& encodedKey,
+                                                               std::string const& password) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<1024>>>(encodedKey, password);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PrivateKey(std::istream& encodedKey, std::string const& password) const {
+RSAPrivateKeyPtr<2048> CryptoProvider::createRSA2048PrivateKey(std::istream& encodedKey,
+                                                               std::string const& password) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<2048>>>(encodedKey, password);
 }
 
-std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PrivateKey(std::istream& encodedKey, std::string const& password) const {
+RSAPrivateKeyPtr<4096> CryptoProvider::createRSA4096PrivateKey(std::istream& encodedKey,
+                                                               std::string const& password) const {
     return std::make_shared<RSAPrivateKey<RSAKeySize<4096>>>(encodedKey, password);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& encodedKey) const {
+RSAPublicKeyPtr<1024> CryptoProvider::createRSA1024PublicKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& encodedKey) const {
+RSAPublicKeyPtr<2048> CryptoProvider::createRSA2048PublicKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& encodedKey) const {
+RSAPublicKeyPtr<4096> CryptoProvider::createRSA4096PublicKey(ByteArray const& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+RSAPublicKeyPtr<1024> CryptoProvider::createRSA1024PublicKey(ByteArray const& modulus,
+                                                             ByteArray const& publicExponent) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(modulus, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+RSAPublicKeyPtr<2048> CryptoProvider::createRSA2048PublicKey(ByteArray const& modulus,
+                                                             ByteArray const& publicExponent) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(modulus, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const {
+RSAPublicKeyPtr<4096> CryptoProvider::createRSA4096PublicKey(ByteArray const& modulus,
+                                                             ByteArray const& publicExponent) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(modulus, publicExponent);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>>
-CryptoProvider::createRSA1024PublicKey(std::istream& encodedKey) const {
+RSAPublicKeyPtr<1024> CryptoProvider::createRSA1024PublicKey(std::istream& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<1024>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>>
-CryptoProvider::createRSA2048PublicKey(std::istream& encodedKey) const {
+RSAPublicKeyPtr<2048> CryptoProvider::createRSA2048PublicKey(std::istream& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<2048>>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>>
-CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
+RSAPublicKeyPtr<4096> CryptoProvider::createRSA4096PublicKey(std::istream& encodedKey) const {
     return std::make_shared<RSAPublicKey<RSAKeySize<4096>>>(encodedKey);
 }
 
 // RSA encryption
 
-std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA1024Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSAEncryptorPtr CryptoProvider::createRSA1024Encryptor(RSAPublicKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<1024>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA2048Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSAEncryptorPtr CryptoProvider::createRSA2048Encryptor(RSAPublicKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<2048>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSAEncryptor>
-CryptoProvider::createRSA4096Encryptor(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSAEncryptorPtr CryptoProvider::createRSA4096Encryptor(RSAPublicKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAEncryptor<RSAKeySize<4096>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA1024Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSADecryptorPtr CryptoProvider::createRSA1024Decryptor(RSAPrivateKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<1024>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA2048Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSADecryptorPtr CryptoProvider::createRSA2048Decryptor(RSAPrivateKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<2048>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSADecryptor>
-CryptoProvider::createRSA4096Decryptor(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> key,
-                                       utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(key), padding,
-                                                            narrow<DefaultPRNG>(prng));
+RSADecryptorPtr CryptoProvider::createRSA4096Decryptor(RSAPrivateKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                       CryptoPRNGPtr prng) const {
+    return std::make_shared<RSADecryptor<RSAKeySize<4096>>>(own(key), padding, own(prng));
 }
 
 // RSA signatures
 
-std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA1024Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<1024>>> key,
-                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<1024>>>(narrow<RSAPrivateKey<RSAKeySize<1024>>>(key), padding,
-                                                         narrow<DefaultPRNG>(prng));
+RSASignerPtr CryptoProvider::createRSA1024Signer(RSAPrivateKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<1024>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA2048Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<2048>>> key,
-                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<2048>>>(narrow<RSAPrivateKey<RSAKeySize<2048>>>(key), padding,
-                                                         narrow<DefaultPRNG>(prng));
+RSASignerPtr CryptoProvider::createRSA2048Signer(RSAPrivateKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<2048>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSASigner>
-CryptoProvider::createRSA4096Signer(std::shared_ptr<interfaces::IRSAPrivateKey<RSAKeySize<4096>>> key,
-                                    utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSASigner<RSAKeySize<4096>>>(narrow<RSAPrivateKey<RSAKeySize<4096>>>(key), padding,
-                                                         narrow<DefaultPRNG>(prng));
+RSASignerPtr CryptoProvider::createRSA4096Signer(RSAPrivateKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const {
+    return std::make_shared<RSASigner<RSAKeySize<4096>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA1024Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<1024>>> key,
-                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(narrow<RSAPublicKey<RSAKeySize<1024>>>(key), padding,
-                                                           narrow<DefaultPRNG>(prng));
+RSAVerifierPtr CryptoProvider::createRSA1024Verifier(RSAPublicKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                     CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<1024>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA2048Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<2048>>> key,
-                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(narrow<RSAPublicKey<RSAKeySize<2048>>>(key), padding,
-                                                           narrow<DefaultPRNG>(prng));
+RSAVerifierPtr CryptoProvider::createRSA2048Verifier(RSAPublicKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                     CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<2048>>>(own(key), padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IRSAVerifier>
-CryptoProvider::createRSA4096Verifier(std::shared_ptr<interfaces::IRSAPublicKey<RSAKeySize<4096>>> key,
-                                      utils::RSAPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(narrow<RSAPublicKey<RSAKeySize<4096>>>(key), padding,
-                                                           narrow<DefaultPRNG>(prng));
+RSAVerifierPtr CryptoProvider::createRSA4096Verifier(RSAPublicKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                     CryptoPRNGPtr prng) const {
+    return std::make_shared<RSAVerifier<RSAKeySize<4096>>>(own(key), padding, own(prng));
 }
 
 // Elliptic-curve keys
 
-std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::P256>> CryptoProvider::generateECCP256KeyPair() const {
+ECCKeyPairPtr<EllipticCurve::P256> CryptoProvider::generateECCP256KeyPair() const {
     return std::make_shared<ECCKeyPair<EllipticCurve::P256>>();
 }
 
-std::shared_ptr<interfaces::IECCKeyPair<EllipticCurve::Curve25519>>
-CryptoProvider::generateECCCurve25519KeyPair() const {
+ECCKeyPairPtr<EllipticCurve::Curve25519> CryptoProvider::generateECCCurve25519KeyPair() const {
     return std::make_shared<ECCKeyPair<EllipticCurve::Curve25519>>();
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(ByteArray const& encodedKey) const {
+ECCPrivateKeyPtr<EllipticCurve::P256> CryptoProvider::createECCP256PrivateKey(ByteArray const& encodedKey) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
+ECCPrivateKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PrivateKey(ByteArray const& encodedKey) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
+ECCPrivateKeyPtr<EllipticCurve::P256>
 CryptoProvider::createECCP256PrivateKeyFromInteger(ByteArray const& privateInteger) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(privateInteger, ECCKeyInput::Raw);
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
+ECCPrivateKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PrivateKeyFromInteger(ByteArray const& privateInteger) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(privateInteger, ECCKeyInput::Raw);
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PrivateKey(std::istream& encodedKey, std::string const& password) const {
+ECCPrivateKeyPtr<EllipticCurve::P256> CryptoProvider::createECCP256PrivateKey(std::istream& encodedKey,
+                                                                              std::string const& password) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::P256>>(encodedKey, password);
 }
 
-std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>>
+ECCPrivateKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PrivateKey(std::istream& encodedKey, std::string const& password) const {
     return std::make_shared<ECCPrivateKey<EllipticCurve::Curve25519>>(encodedKey, password);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(ByteArray const& encodedKey) const {
+ECCPublicKeyPtr<EllipticCurve::P256> CryptoProvider::createECCP256PublicKey(ByteArray const& encodedKey) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey, ECCKeyInput::Encoded);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
+ECCPublicKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PublicKey(ByteArray const& encodedKey) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey, ECCKeyInput::Encoded);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
+ECCPublicKeyPtr<EllipticCurve::P256>
 CryptoProvider::createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(publicPoint, ECCKeyInput::Raw);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
+ECCPublicKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PublicKeyFromPoint(ByteArray const& publicPoint) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(publicPoint, ECCKeyInput::Raw);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>>
-CryptoProvider::createECCP256PublicKey(std::istream& encodedKey) const {
+ECCPublicKeyPtr<EllipticCurve::P256> CryptoProvider::createECCP256PublicKey(std::istream& encodedKey) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::P256>>(encodedKey);
 }
 
-std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>>
+ECCPublicKeyPtr<EllipticCurve::Curve25519>
 CryptoProvider::createECCCurve25519PublicKey(std::istream& encodedKey) const {
     return std::make_shared<ECCPublicKey<EllipticCurve::Curve25519>>(encodedKey);
 }
 
 // Elliptic-curve signatures
 
-std::shared_ptr<interfaces::IECCSigner>
-CryptoProvider::createECCP256Signer(std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::P256>> key) const {
-    return std::make_shared<ECCSigner<EllipticCurve::P256>>(narrow<ECCPrivateKey<EllipticCurve::P256>>(key));
+ECCSignerPtr CryptoProvider::createECCP256Signer(ECCPrivateKeyPtr<EllipticCurve::P256> key) const {
+    return std::make_shared<ECCSigner<EllipticCurve::P256>>(own(key));
 }
 
-std::shared_ptr<interfaces::IECCSigner> CryptoProvider::createECCCurve25519Signer(
-    std::shared_ptr<interfaces::IECCPrivateKey<EllipticCurve::Curve25519>> key) const {
-    return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(
-        narrow<ECCPrivateKey<EllipticCurve::Curve25519>>(key));
+ECCSignerPtr CryptoProvider::createECCCurve25519Signer(ECCPrivateKeyPtr<EllipticCurve::Curve25519> key) const {
+    return std::make_shared<ECCSigner<EllipticCurve::Curve25519>>(own(key));
 }
 
-std::shared_ptr<interfaces::IECCVerifier>
-CryptoProvider::createECCP256Verifier(std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::P256>> key) const {
-    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(narrow<ECCPublicKey<EllipticCurve::P256>>(key));
+ECCVerifierPtr CryptoProvider::createECCP256Verifier(ECCPublicKeyPtr<EllipticCurve::P256> key) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::P256>>(own(key));
 }
 
-std::shared_ptr<interfaces::IECCVerifier> CryptoProvider::createECCCurve25519Verifier(
-    std::shared_ptr<interfaces::IECCPublicKey<EllipticCurve::Curve25519>> key) const {
-    return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(
-        narrow<ECCPublicKey<EllipticCurve::Curve25519>>(key));
+ECCVerifierPtr CryptoProvider::createECCCurve25519Verifier(ECCPublicKeyPtr<EllipticCurve::Curve25519> key) const {
+    return std::make_shared<ECCVerifier<EllipticCurve::Curve25519>>(own(key));
 }
 
 // AES
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> CryptoProvider::createAES128Key(ByteArray const& keyBytes) const {
+AESKeyPtr<128> CryptoProvider::createAES128Key(ByteArray const& keyBytes) const {
     return std::make_shared<AESKey<AESKeySize<128>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> CryptoProvider::createAES192Key(ByteArray const& keyBytes) const {
+AESKeyPtr<192> CryptoProvider::createAES192Key(ByteArray const& keyBytes) const {
     return std::make_shared<AESKey<AESKeySize<192>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> CryptoProvider::createAES256Key(ByteArray const& keyBytes) const {
+AESKeyPtr<256> CryptoProvider::createAES256Key(ByteArray const& keyBytes) const {
     return std::make_shared<AESKey<AESKeySize<256>>>(keyBytes);
 }
 
-std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES128Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESEncryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESEncryptorPtr CryptoProvider::createAES128Encryptor(AESKeyPtr<128> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<128>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES192Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESEncryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESEncryptorPtr CryptoProvider::createAES192Encryptor(AESKeyPtr<192> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<192>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IAESEncryptor>
-CryptoProvider::createAES256Encryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESEncryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESEncryptorPtr CryptoProvider::createAES256Encryptor(AESKeyPtr<256> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESEncryptor<AESKeySize<256>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES128Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<128>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESDecryptor<AESKeySize<128>>>(narrow<AESKey<AESKeySize<128>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESDecryptorPtr CryptoProvider::createAES128Decryptor(AESKeyPtr<128> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<128>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES192Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<192>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESDecryptor<AESKeySize<192>>>(narrow<AESKey<AESKeySize<192>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESDecryptorPtr CryptoProvider::createAES192Decryptor(AESKeyPtr<192> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<192>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
-std::shared_ptr<interfaces::IAESDecryptor>
-CryptoProvider::createAES256Decryptor(std::shared_ptr<interfaces::IAESKey<AESKeySize<256>>> key,
-                                      ByteArray const& initializationVector, utils::AESMode mode,
-                                      utils::AESPaddingMode padding, std::shared_ptr<ICryptoPRNG> prng) const {
-    return std::make_shared<AESDecryptor<AESKeySize<256>>>(narrow<AESKey<AESKeySize<256>>>(key), initializationVector,
-                                                           mode, padding, narrow<DefaultPRNG>(prng));
+AESDecryptorPtr CryptoProvider::createAES256Decryptor(AESKeyPtr<256> key, ByteArray const& initializationVector,
+                                                      utils::AESMode mode, utils::AESPaddingMode padding,
+                                                      CryptoPRNGPtr prng) const {
+    return std::make_shared<AESDecryptor<AESKeySize<256>>>(own(key), initializationVector, mode, padding, own(prng));
 }
 
 // Signatures by a key in a hardware security module
 
-std::shared_ptr<interfaces::IHSMSigner> CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject,
-                                                                        utils::RSAPaddingMode padding,
-                                                                        std::shared_ptr<ICryptoPRNG> prng) const {
+HSMSignerPtr CryptoProvider::createHSMSigner(utils::HSMObject const& hsmObject, utils::RSAPaddingMode padding,
+                                             CryptoPRNGPtr prng) const {
     return std::make_shared<HSMSigner>(hsmObject, padding, std::move(prng));
 }
 
@@ -472,9 +437,8 @@ ByteArray CryptoProvider::deriveKeyUsingPBKDF2(std::string const& password, std:
 
 // BLAKE2b of a chosen size
 
-std::shared_ptr<IDigestEngine> CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
-                                                                                       ByteArray const& salt,
-                                                                                       unsigned long digestSize) const {
+DigestEnginePtr CryptoProvider::createBlake2bDigestEngineWithCustomSize(ByteArray const& key, ByteArray const& salt,
+                                                                        unsigned long digestSize) const {
     return std::make_shared<Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>>(key, salt, digestSize);
 }
 

@@ -33,13 +33,6 @@ using utils::SignatureVerificationStatus;
 constexpr auto P256 = EllipticCurve::P256;
 constexpr auto Curve25519 = EllipticCurve::Curve25519;
 
-template <class Interface> using Shared = std::shared_ptr<Interface>;
-template <template <class> class Interface, unsigned long Bits> using RSA = Shared<Interface<RSAKeySize<Bits>>>;
-template <template <class> class Interface, unsigned long Bits> using AES = Shared<Interface<AESKeySize<Bits>>>;
-template <template <EllipticCurve> class Interface, EllipticCurve C> using ECC = Shared<Interface<C>>;
-using PRNG = Shared<ICryptoPRNG>;
-using Engine = Shared<IDigestEngine>;
-
 /// The position that a pointer to a member function names, or nothing when the function is not virtual. `Signature` is
 /// the operation's type without its class, which also picks one of several overloads.
 ///
@@ -135,8 +128,8 @@ TYPED_TEST_SUITE(RSASlots, RSASizes);
 
 TYPED_TEST(RSASlots, OfTheKeyPairAreKept) {
     expectInterface<IRSAKeyPair<TypeParam>>(4);
-    EXPECT_SLOT(2, IRSAKeyPair<TypeParam>::getPublicKey, Shared<IRSAPublicKey<TypeParam>>() const);
-    EXPECT_SLOT(3, IRSAKeyPair<TypeParam>::getPrivateKey, Shared<IRSAPrivateKey<TypeParam>>() const);
+    EXPECT_SLOT(2, IRSAKeyPair<TypeParam>::getPublicKey, std::shared_ptr<IRSAPublicKey<TypeParam>>() const);
+    EXPECT_SLOT(3, IRSAKeyPair<TypeParam>::getPrivateKey, std::shared_ptr<IRSAPrivateKey<TypeParam>>() const);
 }
 
 TYPED_TEST(RSASlots, OfThePrivateKeyAreKept) {
@@ -169,13 +162,15 @@ TEST(VirtualSlots, OfRSAEncryptionAreKept) {
 
 TEST(VirtualSlots, OfRSASignaturesAreKept) {
     expectInterface<IRSASigner>(5);
-    EXPECT_SLOT(2, IRSASigner::sign, ByteArray(ByteArray const&, Engine) const);
-    EXPECT_SLOT(3, IRSASigner::sign, ByteArray(std::istream&, Engine) const);
+    EXPECT_SLOT(2, IRSASigner::sign, ByteArray(ByteArray const&, DigestEnginePtr) const);
+    EXPECT_SLOT(3, IRSASigner::sign, ByteArray(std::istream&, DigestEnginePtr) const);
     EXPECT_SLOT(4, IRSASigner::getKeySize, unsigned long() const);
 
     expectInterface<IRSAVerifier>(5);
-    EXPECT_SLOT(2, IRSAVerifier::verify, SignatureVerificationStatus(ByteArray const&, ByteArray const&, Engine) const);
-    EXPECT_SLOT(3, IRSAVerifier::verify, SignatureVerificationStatus(std::istream&, ByteArray const&, Engine) const);
+    EXPECT_SLOT(2, IRSAVerifier::verify,
+                SignatureVerificationStatus(ByteArray const&, ByteArray const&, DigestEnginePtr) const);
+    EXPECT_SLOT(3, IRSAVerifier::verify,
+                SignatureVerificationStatus(std::istream&, ByteArray const&, DigestEnginePtr) const);
     EXPECT_SLOT(4, IRSAVerifier::getKeySize, unsigned long() const);
 }
 
@@ -189,8 +184,8 @@ TYPED_TEST_SUITE(ECCSlots, Curves);
 TYPED_TEST(ECCSlots, OfTheKeyPairAreKept) {
     constexpr auto C = TypeParam::value;
     expectInterface<IECCKeyPair<C>>(4);
-    EXPECT_SLOT(2, IECCKeyPair<C>::getPrivateKey, Shared<IECCPrivateKey<C>>() const);
-    EXPECT_SLOT(3, IECCKeyPair<C>::getPublicKey, Shared<IECCPublicKey<C>>() const);
+    EXPECT_SLOT(2, IECCKeyPair<C>::getPrivateKey, ECCPrivateKeyPtr<C>() const);
+    EXPECT_SLOT(3, IECCKeyPair<C>::getPublicKey, ECCPublicKeyPtr<C>() const);
 }
 
 TYPED_TEST(ECCSlots, OfThePrivateKeyAreKept) {
@@ -209,133 +204,127 @@ TYPED_TEST(ECCSlots, OfThePublicKeyAreKept) {
 
 TEST(VirtualSlots, OfEllipticCurveSignaturesAreKept) {
     expectInterface<IECCSigner>(5);
-    EXPECT_SLOT(2, IECCSigner::sign, ByteArray(ByteArray const&, Engine) const);
-    EXPECT_SLOT(3, IECCSigner::sign, ByteArray(std::istream&, Engine) const);
+    EXPECT_SLOT(2, IECCSigner::sign, ByteArray(ByteArray const&, DigestEnginePtr) const);
+    EXPECT_SLOT(3, IECCSigner::sign, ByteArray(std::istream&, DigestEnginePtr) const);
     EXPECT_SLOT(4, IECCSigner::getKeySize, long() const);
 
     expectInterface<IECCVerifier>(5);
-    EXPECT_SLOT(2, IECCVerifier::verify, SignatureVerificationStatus(ByteArray const&, ByteArray const&, Engine) const);
-    EXPECT_SLOT(3, IECCVerifier::verify, SignatureVerificationStatus(std::istream&, ByteArray const&, Engine) const);
+    EXPECT_SLOT(2, IECCVerifier::verify,
+                SignatureVerificationStatus(ByteArray const&, ByteArray const&, DigestEnginePtr) const);
+    EXPECT_SLOT(3, IECCVerifier::verify,
+                SignatureVerificationStatus(std::istream&, ByteArray const&, DigestEnginePtr) const);
     EXPECT_SLOT(4, IECCVerifier::getKeySize, long() const);
 }
 
 TEST(VirtualSlots, OfTheHSMSignerAreKept) {
     expectInterface<IHSMSigner>(5);
-    EXPECT_SLOT(2, IHSMSigner::sign, ByteArray(ByteArray const&, Engine) const);
-    EXPECT_SLOT(3, IHSMSigner::sign, ByteArray(std::istream&, Engine) const);
+    EXPECT_SLOT(2, IHSMSigner::sign, ByteArray(ByteArray const&, DigestEnginePtr) const);
+    EXPECT_SLOT(3, IHSMSigner::sign, ByteArray(std::istream&, DigestEnginePtr) const);
     EXPECT_SLOT(4, IHSMSigner::getKeySize, unsigned long() const);
 }
 
 /// The positions of the provider, which must be the same whether a client knows it by its interface or by its class.
 template <class Provider> void expectProviderSlots() {
     EXPECT_EQ(numberOfSlots<Provider>(), std::size_t{80});
-    EXPECT_SLOT(2, Provider::createDefaultCryptoPRNG, PRNG(ByteArray const&) const);
-    EXPECT_SLOT(3, Provider::createMD5DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(4, Provider::createSHA1DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(5, Provider::createSHA224DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(6, Provider::createSHA256DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(7, Provider::createSHA384DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(8, Provider::createSHA512DigestEngine, Shared<IDigestEngine>() const);
-    EXPECT_SLOT(9, Provider::createHMACSHA1DigestEngine, Shared<IDigestEngine>(ByteArray const&) const);
-    EXPECT_SLOT(10, Provider::createHMACSHA256DigestEngine, Shared<IDigestEngine>(ByteArray const&) const);
-    EXPECT_SLOT(11, Provider::createHMACSHA512DigestEngine, Shared<IDigestEngine>(ByteArray const&) const);
-    EXPECT_SLOT(12, Provider::createBlake2bDigestEngine,
-                Shared<IDigestEngine>(ByteArray const&, ByteArray const&) const);
-    EXPECT_SLOT(13, Provider::generateRSA1024KeyPair, RSA<IRSAKeyPair, 1024>(PRNG) const);
-    EXPECT_SLOT(14, Provider::generateRSA2048KeyPair, RSA<IRSAKeyPair, 2048>(PRNG) const);
-    EXPECT_SLOT(15, Provider::generateRSA4096KeyPair, RSA<IRSAKeyPair, 4096>(PRNG) const);
-    EXPECT_SLOT(16, Provider::createRSA1024PrivateKey, RSA<IRSAPrivateKey, 1024>(ByteArray const&) const);
-    EXPECT_SLOT(17, Provider::createRSA2048PrivateKey, RSA<IRSAPrivateKey, 2048>(ByteArray const&) const);
-    EXPECT_SLOT(18, Provider::createRSA4096PrivateKey, RSA<IRSAPrivateKey, 4096>(ByteArray const&) const);
+    EXPECT_SLOT(2, Provider::createDefaultCryptoPRNG, CryptoPRNGPtr(ByteArray const&) const);
+    EXPECT_SLOT(3, Provider::createMD5DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(4, Provider::createSHA1DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(5, Provider::createSHA224DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(6, Provider::createSHA256DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(7, Provider::createSHA384DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(8, Provider::createSHA512DigestEngine, DigestEnginePtr() const);
+    EXPECT_SLOT(9, Provider::createHMACSHA1DigestEngine, DigestEnginePtr(ByteArray const&) const);
+    EXPECT_SLOT(10, Provider::createHMACSHA256DigestEngine, DigestEnginePtr(ByteArray const&) const);
+    EXPECT_SLOT(11, Provider::createHMACSHA512DigestEngine, DigestEnginePtr(ByteArray const&) const);
+    EXPECT_SLOT(12, Provider::createBlake2bDigestEngine, DigestEnginePtr(ByteArray const&, ByteArray const&) const);
+    EXPECT_SLOT(13, Provider::generateRSA1024KeyPair, RSAKeyPairPtr<1024>(CryptoPRNGPtr) const);
+    EXPECT_SLOT(14, Provider::generateRSA2048KeyPair, RSAKeyPairPtr<2048>(CryptoPRNGPtr) const);
+    EXPECT_SLOT(15, Provider::generateRSA4096KeyPair, RSAKeyPairPtr<4096>(CryptoPRNGPtr) const);
+    EXPECT_SLOT(16, Provider::createRSA1024PrivateKey, RSAPrivateKeyPtr<1024>(ByteArray const&) const);
+    EXPECT_SLOT(17, Provider::createRSA2048PrivateKey, RSAPrivateKeyPtr<2048>(ByteArray const&) const);
+    EXPECT_SLOT(18, Provider::createRSA4096PrivateKey, RSAPrivateKeyPtr<4096>(ByteArray const&) const);
     EXPECT_SLOT(19, Provider::createRSA1024PrivateKey,
-                RSA<IRSAPrivateKey, 1024>(ByteArray const&, ByteArray const&, ByteArray const&) const);
+                RSAPrivateKeyPtr<1024>(ByteArray const&, ByteArray const&, ByteArray const&) const);
     EXPECT_SLOT(20, Provider::createRSA2048PrivateKey,
-                RSA<IRSAPrivateKey, 2048>(ByteArray const&, ByteArray const&, ByteArray const&) const);
+                RSAPrivateKeyPtr<2048>(ByteArray const&, ByteArray const&, ByteArray const&) const);
     EXPECT_SLOT(21, Provider::createRSA4096PrivateKey,
-                RSA<IRSAPrivateKey, 4096>(ByteArray const&, ByteArray const&, ByteArray const&) const);
-    EXPECT_SLOT(22, Provider::createRSA1024PrivateKey,
-                RSA<IRSAPrivateKey, 1024>(std::istream&, std::string const&) const);
-    EXPECT_SLOT(23, Provider::createRSA2048PrivateKey,
-                RSA<IRSAPrivateKey, 2048>(std::istream&, std::string const&) const);
-    EXPECT_SLOT(24, Provider::createRSA4096PrivateKey,
-                RSA<IRSAPrivateKey, 4096>(std::istream&, std::string const&) const);
-    EXPECT_SLOT(25, Provider::createRSA1024PublicKey, RSA<IRSAPublicKey, 1024>(ByteArray const&) const);
-    EXPECT_SLOT(26, Provider::createRSA2048PublicKey, RSA<IRSAPublicKey, 2048>(ByteArray const&) const);
-    EXPECT_SLOT(27, Provider::createRSA4096PublicKey, RSA<IRSAPublicKey, 4096>(ByteArray const&) const);
-    EXPECT_SLOT(28, Provider::createRSA1024PublicKey,
-                RSA<IRSAPublicKey, 1024>(ByteArray const&, ByteArray const&) const);
-    EXPECT_SLOT(29, Provider::createRSA2048PublicKey,
-                RSA<IRSAPublicKey, 2048>(ByteArray const&, ByteArray const&) const);
-    EXPECT_SLOT(30, Provider::createRSA4096PublicKey,
-                RSA<IRSAPublicKey, 4096>(ByteArray const&, ByteArray const&) const);
-    EXPECT_SLOT(31, Provider::createRSA1024PublicKey, RSA<IRSAPublicKey, 1024>(std::istream&) const);
-    EXPECT_SLOT(32, Provider::createRSA2048PublicKey, RSA<IRSAPublicKey, 2048>(std::istream&) const);
-    EXPECT_SLOT(33, Provider::createRSA4096PublicKey, RSA<IRSAPublicKey, 4096>(std::istream&) const);
+                RSAPrivateKeyPtr<4096>(ByteArray const&, ByteArray const&, ByteArray const&) const);
+    EXPECT_SLOT(22, Provider::createRSA1024PrivateKey, RSAPrivateKeyPtr<1024>(std::istream&, std::string const&) const);
+    EXPECT_SLOT(23, Provider::createRSA2048PrivateKey, RSAPrivateKeyPtr<2048>(std::istream&, std::string const&) const);
+    EXPECT_SLOT(24, Provider::createRSA4096PrivateKey, RSAPrivateKeyPtr<4096>(std::istream&, std::string const&) const);
+    EXPECT_SLOT(25, Provider::createRSA1024PublicKey, RSAPublicKeyPtr<1024>(ByteArray const&) const);
+    EXPECT_SLOT(26, Provider::createRSA2048PublicKey, RSAPublicKeyPtr<2048>(ByteArray const&) const);
+    EXPECT_SLOT(27, Provider::createRSA4096PublicKey, RSAPublicKeyPtr<4096>(ByteArray const&) const);
+    EXPECT_SLOT(28, Provider::createRSA1024PublicKey, RSAPublicKeyPtr<1024>(ByteArray const&, ByteArray const&) const);
+    EXPECT_SLOT(29, Provider::createRSA2048PublicKey, RSAPublicKeyPtr<2048>(ByteArray const&, ByteArray const&) const);
+    EXPECT_SLOT(30, Provider::createRSA4096PublicKey, RSAPublicKeyPtr<4096>(ByteArray const&, ByteArray const&) const);
+    EXPECT_SLOT(31, Provider::createRSA1024PublicKey, RSAPublicKeyPtr<1024>(std::istream&) const);
+    EXPECT_SLOT(32, Provider::createRSA2048PublicKey, RSAPublicKeyPtr<2048>(std::istream&) const);
+    EXPECT_SLOT(33, Provider::createRSA4096PublicKey, RSAPublicKeyPtr<4096>(std::istream&) const);
     EXPECT_SLOT(34, Provider::createRSA1024Encryptor,
-                Shared<IRSAEncryptor>(RSA<IRSAPublicKey, 1024>, RSAPaddingMode, PRNG) const);
+                RSAEncryptorPtr(RSAPublicKeyPtr<1024>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(35, Provider::createRSA2048Encryptor,
-                Shared<IRSAEncryptor>(RSA<IRSAPublicKey, 2048>, RSAPaddingMode, PRNG) const);
+                RSAEncryptorPtr(RSAPublicKeyPtr<2048>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(36, Provider::createRSA4096Encryptor,
-                Shared<IRSAEncryptor>(RSA<IRSAPublicKey, 4096>, RSAPaddingMode, PRNG) const);
+                RSAEncryptorPtr(RSAPublicKeyPtr<4096>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(37, Provider::createRSA1024Decryptor,
-                Shared<IRSADecryptor>(RSA<IRSAPrivateKey, 1024>, RSAPaddingMode, PRNG) const);
+                RSADecryptorPtr(RSAPrivateKeyPtr<1024>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(38, Provider::createRSA2048Decryptor,
-                Shared<IRSADecryptor>(RSA<IRSAPrivateKey, 2048>, RSAPaddingMode, PRNG) const);
+                RSADecryptorPtr(RSAPrivateKeyPtr<2048>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(39, Provider::createRSA4096Decryptor,
-                Shared<IRSADecryptor>(RSA<IRSAPrivateKey, 4096>, RSAPaddingMode, PRNG) const);
+                RSADecryptorPtr(RSAPrivateKeyPtr<4096>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(40, Provider::createRSA1024Signer,
-                Shared<IRSASigner>(RSA<IRSAPrivateKey, 1024>, RSAPaddingMode, PRNG) const);
+                RSASignerPtr(RSAPrivateKeyPtr<1024>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(41, Provider::createRSA2048Signer,
-                Shared<IRSASigner>(RSA<IRSAPrivateKey, 2048>, RSAPaddingMode, PRNG) const);
+                RSASignerPtr(RSAPrivateKeyPtr<2048>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(42, Provider::createRSA4096Signer,
-                Shared<IRSASigner>(RSA<IRSAPrivateKey, 4096>, RSAPaddingMode, PRNG) const);
+                RSASignerPtr(RSAPrivateKeyPtr<4096>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(43, Provider::createRSA1024Verifier,
-                Shared<IRSAVerifier>(RSA<IRSAPublicKey, 1024>, RSAPaddingMode, PRNG) const);
+                RSAVerifierPtr(RSAPublicKeyPtr<1024>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(44, Provider::createRSA2048Verifier,
-                Shared<IRSAVerifier>(RSA<IRSAPublicKey, 2048>, RSAPaddingMode, PRNG) const);
+                RSAVerifierPtr(RSAPublicKeyPtr<2048>, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(45, Provider::createRSA4096Verifier,
-                Shared<IRSAVerifier>(RSA<IRSAPublicKey, 4096>, RSAPaddingMode, PRNG) const);
-    EXPECT_SLOT(46, Provider::generateECCP256KeyPair, ECC<IECCKeyPair, P256>() const);
-    EXPECT_SLOT(47, Provider::generateECCCurve25519KeyPair, ECC<IECCKeyPair, Curve25519>() const);
-    EXPECT_SLOT(48, Provider::createECCP256PrivateKey, ECC<IECCPrivateKey, P256>(ByteArray const&) const);
-    EXPECT_SLOT(49, Provider::createECCCurve25519PrivateKey, ECC<IECCPrivateKey, Curve25519>(ByteArray const&) const);
-    EXPECT_SLOT(50, Provider::createECCP256PrivateKeyFromInteger, ECC<IECCPrivateKey, P256>(ByteArray const&) const);
+                RSAVerifierPtr(RSAPublicKeyPtr<4096>, RSAPaddingMode, CryptoPRNGPtr) const);
+    EXPECT_SLOT(46, Provider::generateECCP256KeyPair, ECCKeyPairPtr<P256>() const);
+    EXPECT_SLOT(47, Provider::generateECCCurve25519KeyPair, ECCKeyPairPtr<Curve25519>() const);
+    EXPECT_SLOT(48, Provider::createECCP256PrivateKey, ECCPrivateKeyPtr<P256>(ByteArray const&) const);
+    EXPECT_SLOT(49, Provider::createECCCurve25519PrivateKey, ECCPrivateKeyPtr<Curve25519>(ByteArray const&) const);
+    EXPECT_SLOT(50, Provider::createECCP256PrivateKeyFromInteger, ECCPrivateKeyPtr<P256>(ByteArray const&) const);
     EXPECT_SLOT(51, Provider::createECCCurve25519PrivateKeyFromInteger,
-                ECC<IECCPrivateKey, Curve25519>(ByteArray const&) const);
-    EXPECT_SLOT(52, Provider::createECCP256PrivateKey,
-                ECC<IECCPrivateKey, P256>(std::istream&, std::string const&) const);
+                ECCPrivateKeyPtr<Curve25519>(ByteArray const&) const);
+    EXPECT_SLOT(52, Provider::createECCP256PrivateKey, ECCPrivateKeyPtr<P256>(std::istream&, std::string const&) const);
     EXPECT_SLOT(53, Provider::createECCCurve25519PrivateKey,
-                ECC<IECCPrivateKey, Curve25519>(std::istream&, std::string const&) const);
-    EXPECT_SLOT(54, Provider::createECCP256PublicKey, ECC<IECCPublicKey, P256>(ByteArray const&) const);
-    EXPECT_SLOT(55, Provider::createECCCurve25519PublicKey, ECC<IECCPublicKey, Curve25519>(ByteArray const&) const);
-    EXPECT_SLOT(56, Provider::createECCP256PublicKeyFromPoint, ECC<IECCPublicKey, P256>(ByteArray const&) const);
+                ECCPrivateKeyPtr<Curve25519>(std::istream&, std::string const&) const);
+    EXPECT_SLOT(54, Provider::createECCP256PublicKey, ECCPublicKeyPtr<P256>(ByteArray const&) const);
+    EXPECT_SLOT(55, Provider::createECCCurve25519PublicKey, ECCPublicKeyPtr<Curve25519>(ByteArray const&) const);
+    EXPECT_SLOT(56, Provider::createECCP256PublicKeyFromPoint, ECCPublicKeyPtr<P256>(ByteArray const&) const);
     EXPECT_SLOT(57, Provider::createECCCurve25519PublicKeyFromPoint,
-                ECC<IECCPublicKey, Curve25519>(ByteArray const&) const);
-    EXPECT_SLOT(58, Provider::createECCP256PublicKey, ECC<IECCPublicKey, P256>(std::istream&) const);
-    EXPECT_SLOT(59, Provider::createECCCurve25519PublicKey, ECC<IECCPublicKey, Curve25519>(std::istream&) const);
-    EXPECT_SLOT(60, Provider::createECCP256Signer, Shared<IECCSigner>(ECC<IECCPrivateKey, P256>) const);
-    EXPECT_SLOT(61, Provider::createECCCurve25519Signer, Shared<IECCSigner>(ECC<IECCPrivateKey, Curve25519>) const);
-    EXPECT_SLOT(62, Provider::createECCP256Verifier, Shared<IECCVerifier>(ECC<IECCPublicKey, P256>) const);
-    EXPECT_SLOT(63, Provider::createECCCurve25519Verifier, Shared<IECCVerifier>(ECC<IECCPublicKey, Curve25519>) const);
-    EXPECT_SLOT(64, Provider::createAES128Key, AES<IAESKey, 128>(ByteArray const&) const);
-    EXPECT_SLOT(65, Provider::createAES192Key, AES<IAESKey, 192>(ByteArray const&) const);
-    EXPECT_SLOT(66, Provider::createAES256Key, AES<IAESKey, 256>(ByteArray const&) const);
+                ECCPublicKeyPtr<Curve25519>(ByteArray const&) const);
+    EXPECT_SLOT(58, Provider::createECCP256PublicKey, ECCPublicKeyPtr<P256>(std::istream&) const);
+    EXPECT_SLOT(59, Provider::createECCCurve25519PublicKey, ECCPublicKeyPtr<Curve25519>(std::istream&) const);
+    EXPECT_SLOT(60, Provider::createECCP256Signer, ECCSignerPtr(ECCPrivateKeyPtr<P256>) const);
+    EXPECT_SLOT(61, Provider::createECCCurve25519Signer, ECCSignerPtr(ECCPrivateKeyPtr<Curve25519>) const);
+    EXPECT_SLOT(62, Provider::createECCP256Verifier, ECCVerifierPtr(ECCPublicKeyPtr<P256>) const);
+    EXPECT_SLOT(63, Provider::createECCCurve25519Verifier, ECCVerifierPtr(ECCPublicKeyPtr<Curve25519>) const);
+    EXPECT_SLOT(64, Provider::createAES128Key, AESKeyPtr<128>(ByteArray const&) const);
+    EXPECT_SLOT(65, Provider::createAES192Key, AESKeyPtr<192>(ByteArray const&) const);
+    EXPECT_SLOT(66, Provider::createAES256Key, AESKeyPtr<256>(ByteArray const&) const);
     EXPECT_SLOT(67, Provider::createAES128Encryptor,
-                Shared<IAESEncryptor>(AES<IAESKey, 128>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
+                AESEncryptorPtr(AESKeyPtr<128>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(68, Provider::createAES192Encryptor,
-                Shared<IAESEncryptor>(AES<IAESKey, 192>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
+                AESEncryptorPtr(AESKeyPtr<192>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(69, Provider::createAES256Encryptor,
-                Shared<IAESEncryptor>(AES<IAESKey, 256>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
+                AESEncryptorPtr(AESKeyPtr<256>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(70, Provider::createAES128Decryptor,
-                Shared<IAESDecryptor>(AES<IAESKey, 128>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
+                AESDecryptorPtr(AESKeyPtr<128>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(71, Provider::createAES192Decryptor,
-                Shared<IAESDecryptor>(AES<IAESKey, 192>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
+                AESDecryptorPtr(AESKeyPtr<192>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(72, Provider::createAES256Decryptor,
-                Shared<IAESDecryptor>(AES<IAESKey, 256>, ByteArray const&, AESMode, AESPaddingMode, PRNG) const);
-    EXPECT_SLOT(73, Provider::createHSMSigner, Shared<IHSMSigner>(HSMObject const&, RSAPaddingMode, PRNG) const);
+                AESDecryptorPtr(AESKeyPtr<256>, ByteArray const&, AESMode, AESPaddingMode, CryptoPRNGPtr) const);
+    EXPECT_SLOT(73, Provider::createHSMSigner, HSMSignerPtr(HSMObject const&, RSAPaddingMode, CryptoPRNGPtr) const);
     EXPECT_SLOT(74, Provider::deriveKeyUsingPBKDF2, ByteArray(std::string const&, std::string const&, int, int) const);
     EXPECT_SLOT(75, Provider::createBlake2bDigestEngineWithCustomSize,
-                Shared<IDigestEngine>(ByteArray const&, ByteArray const&, unsigned long) const);
+                DigestEnginePtr(ByteArray const&, ByteArray const&, unsigned long) const);
     EXPECT_SLOT(76, Provider::getPrivateKeySignatureMethod,
                 KeySignatureMethod(std::istream&, std::string const&) const);
     EXPECT_SLOT(77, Provider::getPrivateKeySignatureMethod,

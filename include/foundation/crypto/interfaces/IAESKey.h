@@ -4,6 +4,8 @@
 #include "foundation/crypto/utils/ByteArray.h"
 #include "foundation/crypto/utils/KeySizes.h"
 
+#include <memory>
+
 namespace foundation::crypto::interfaces {
 
 /// An AES key (FIPS 197) of the size that `KeySize` names: `utils::AESKeySize` of 128, 192 or 256. It never changes,
@@ -21,6 +23,9 @@ public:
     /// @throws std::bad_alloc when memory runs out.
     virtual ByteArray getKeyBytes() const = 0;
 };
+
+/// How one is handed in and out.
+template <unsigned long Bits> using AESKeyPtr = std::shared_ptr<IAESKey<utils::AESKeySize<Bits>>>;
 
 } // namespace foundation::crypto::interfaces
 

@@ -4,6 +4,7 @@
 #include "foundation/crypto/utils/ByteArray.h"
 
 #include <iosfwd>
+#include <memory>
 
 namespace foundation::crypto::interfaces {
 
@@ -42,6 +43,9 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
+/// How one is handed in and out.
+using AESEncryptorPtr = std::shared_ptr<IAESEncryptor>;
+
 /// Decrypts what an `IAESEncryptor` with the same key, initialisation vector, mode and padding has encrypted. Only GCM
 /// tells an altered message: in the other modes decryption can succeed with a wrong result, and with CBC a caller must
 /// not let others see whether the padding was right. The object never changes and may be shared between threads.
@@ -69,6 +73,9 @@ public:
     /// The size in bits of the keys of this kind of decryptor: 128, 192 or 256.
     virtual unsigned long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using AESDecryptorPtr = std::shared_ptr<IAESDecryptor>;
 
 } // namespace foundation::crypto::interfaces
 

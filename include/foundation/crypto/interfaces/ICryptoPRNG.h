@@ -4,6 +4,7 @@
 #include "foundation/crypto/utils/ByteArray.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 
 namespace foundation::crypto::interfaces {
@@ -36,6 +37,9 @@ public:
     /// The algorithm's name, "CTR-DRBG".
     virtual std::string getPRNGName() const = 0;
 };
+
+/// How one is handed in and out.
+using CryptoPRNGPtr = std::shared_ptr<ICryptoPRNG>;
 
 } // namespace foundation::crypto::interfaces
 

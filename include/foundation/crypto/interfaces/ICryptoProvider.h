@@ -11,6 +11,7 @@
 #include "foundation/crypto/interfaces/IRSAEncryption.h"
 #include "foundation/crypto/interfaces/IRSAKey.h"
 #include "foundation/crypto/interfaces/IRSASignature.h"
+#include "foundation/crypto/interfaces/KeySignatureMethod.h"
 #include "foundation/crypto/utils/AESMode.h"
 #include "foundation/crypto/utils/ByteArray.h"
 #include "foundation/crypto/utils/EllipticCurve.h"
@@ -24,13 +25,6 @@
 #include <string>
 
 namespace foundation::crypto::interfaces {
-
-/// Which RSA signatures a key can make: the answer of the provider's key queries.
-enum class KeySignatureMethod : int {
-    RSA1024 = 0,
-    RSA2048 = 1,
-    RSA4096 = 2,
-};
 
 /// Makes every object of the library. It holds no state, all its operations are const, and any number of threads may
 /// use one provider. What it returns is never empty, belongs to the caller, and outlives the provider.
@@ -54,42 +48,42 @@ public:
 
     /// Makes a random generator. A `seed` that is not empty is mixed into libcrypto's generator, which the whole
     /// process shares and which is seeded from the operating system anyway; it does not make the output reproducible.
-    virtual std::shared_ptr<ICryptoPRNG> createDefaultCryptoPRNG(ByteArray const& seed) const = 0;
+    virtual CryptoPRNGPtr createDefaultCryptoPRNG(ByteArray const& seed) const = 0;
 
     // ---- Message digests (FIPS 180-4, RFC 1321), HMAC (RFC 2104) and BLAKE2b (RFC 7693)
 
     /// Makes a digest engine for MD5, 16 bytes; broken, for old formats only.
     ///
     /// @throws utils::InternalException, here and for the next five, when libcrypto does not offer the digest.
-    virtual std::shared_ptr<IDigestEngine> createMD5DigestEngine() const = 0;
+    virtual DigestEnginePtr createMD5DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-1, 20 bytes; broken for signatures.
-    virtual std::shared_ptr<IDigestEngine> createSHA1DigestEngine() const = 0;
+    virtual DigestEnginePtr createSHA1DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-224, 28 bytes.
-    virtual std::shared_ptr<IDigestEngine> createSHA224DigestEngine() const = 0;
+    virtual DigestEnginePtr createSHA224DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-256, 32 bytes.
-    virtual std::shared_ptr<IDigestEngine> createSHA256DigestEngine() const = 0;
+    virtual DigestEnginePtr createSHA256DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-384, 48 bytes.
-    virtual std::shared_ptr<IDigestEngine> createSHA384DigestEngine() const = 0;
+    virtual DigestEnginePtr createSHA384DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-512, 64 bytes.
-    virtual std::shared_ptr<IDigestEngine> createSHA512DigestEngine() const = 0;
+    virtual DigestEnginePtr createSHA512DigestEngine() const = 0;
 
     /// Makes an HMAC engine with SHA-1, 20 bytes. The engine keeps its own copy of `key`, which may have any length but
     /// 0; a key longer than the hash's block counts by its hash.
     ///
     /// @throws utils::InternalException for an empty key ("Could not initialize the digest context. " and libcrypto's
     ///         error text), or when libcrypto fails.
-    virtual std::shared_ptr<IDigestEngine> createHMACSHA1DigestEngine(ByteArray const& key) const = 0;
+    virtual DigestEnginePtr createHMACSHA1DigestEngine(ByteArray const& key) const = 0;
 
     /// The same with SHA-256, 32 bytes.
-    virtual std::shared_ptr<IDigestEngine> createHMACSHA256DigestEngine(ByteArray const& key) const = 0;
+    virtual DigestEnginePtr createHMACSHA256DigestEngine(ByteArray const& key) const = 0;
 
     /// The same with SHA-512, 64 bytes.
-    virtual std::shared_ptr<IDigestEngine> createHMACSHA512DigestEngine(ByteArray const& key) const = 0;
+    virtual DigestEnginePtr createHMACSHA512DigestEngine(ByteArray const& key) const = 0;
 
     /// Makes a BLAKE2b engine with a digest of 64 bytes. With an empty `key` it is a plain hash, and `salt` has no
     /// effect; otherwise it is BLAKE2b's own keyed MAC, with a key of 1 to 64 bytes and a salt of 0 to 16 bytes. The
@@ -97,8 +91,7 @@ public:
     ///
     /// @throws utils::InternalException for a longer key or salt with a key ("Could not initialize the digest context
     ///         in MAC mode."), or when libcrypto fails.
-    virtual std::shared_ptr<IDigestEngine> createBlake2bDigestEngine(ByteArray const& key,
-                                                                     ByteArray const& salt) const = 0;
+    virtual DigestEnginePtr createBlake2bDigestEngine(ByteArray const& key, ByteArray const& salt) const = 0;
 
     // ---- RSA keys (RFC 8017) of 1024, 2048 and 4096 bits. RSA-1024 is offered for old data only
 
@@ -106,16 +99,13 @@ public:
     /// from libcrypto's generator: `prng` is kept by the pair but not drawn from, and may be of any implementation.
     ///
     /// @throws utils::InternalException for an empty `prng` ("The PRNG does not exist."), or when libcrypto fails.
-    virtual std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<1024>>>
-    generateRSA1024KeyPair(std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAKeyPairPtr<1024> generateRSA1024KeyPair(CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<2048>>>
-    generateRSA2048KeyPair(std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAKeyPairPtr<2048> generateRSA2048KeyPair(CryptoPRNGPtr prng) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<4096>>>
-    generateRSA4096KeyPair(std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAKeyPairPtr<4096> generateRSA4096KeyPair(CryptoPRNGPtr prng) const = 0;
 
     /// Reads a private key. `encodedKey` is PEM when "-----BEGIN " stands in it before "-----END "; otherwise it is
     /// DER, PKCS #8 (RFC 5208) or PKCS #1 (RFC 8017, appendix A.1.2). Text before a PEM block, and bytes after a DER
@@ -125,16 +115,13 @@ public:
     ///         instead of the expected size 1024").
     /// @throws utils::InternalException for an empty input ("The input private key string is empty") or one that is no
     ///         readable key.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>>
-    createRSA1024PrivateKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPrivateKeyPtr<1024> createRSA1024PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<2048>>>
-    createRSA2048PrivateKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPrivateKeyPtr<2048> createRSA2048PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<4096>>>
-    createRSA4096PrivateKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPrivateKeyPtr<4096> createRSA4096PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// Makes a private key from its numbers, in the order n, d, e: big-endian, unsigned, leading zero bytes allowed.
     /// Only the size of the modulus is checked; exponents that do not belong to it, or are exchanged, show when the key
@@ -144,19 +131,16 @@ public:
     /// @throws utils::Exception for a modulus of another size.
     /// @throws utils::InternalException when libcrypto does not take the numbers, as for a private exponent with more
     ///         bits than the modulus ("Failed to generate the private key from the modulus and the exponents").
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>>
-    createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                            ByteArray const& publicExponent) const = 0;
+    virtual RSAPrivateKeyPtr<1024> createRSA1024PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                                           ByteArray const& publicExponent) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<2048>>>
-    createRSA2048PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                            ByteArray const& publicExponent) const = 0;
+    virtual RSAPrivateKeyPtr<2048> createRSA2048PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                                           ByteArray const& publicExponent) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<4096>>>
-    createRSA4096PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
-                            ByteArray const& publicExponent) const = 0;
+    virtual RSAPrivateKeyPtr<4096> createRSA4096PrivateKey(ByteArray const& modulus, ByteArray const& privateExponent,
+                                                           ByteArray const& publicExponent) const = 0;
 
     /// Reads a private key from a stream, from its current position to its end, in the forms of the first of these
     /// operations; the stream is left at eof and fail, with `skipws` cleared. `password` opens an encrypted key, PEM or
@@ -166,16 +150,16 @@ public:
     /// @throws utils::Exception for a key of another size.
     /// @throws utils::InternalException for an empty stream or one that throws, a key that cannot be read, or a wrong
     ///         password.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>>
-    createRSA1024PrivateKey(std::istream& encodedKey, std::string const& password) const = 0;
+    virtual RSAPrivateKeyPtr<1024> createRSA1024PrivateKey(std::istream& encodedKey,
+                                                           std::string const& password) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<2048>>>
-    createRSA2048PrivateKey(std::istream& encodedKey, std::string const& password) const = 0;
+    virtual RSAPrivateKeyPtr<2048> createRSA2048PrivateKey(std::istream& encodedKey,
+                                                           std::string const& password) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<4096>>>
-    createRSA4096PrivateKey(std::istream& encodedKey, std::string const& password) const = 0;
+    virtual RSAPrivateKeyPtr<4096> createRSA4096PrivateKey(std::istream& encodedKey,
+                                                           std::string const& password) const = 0;
 
     /// Reads a public key. `encodedKey` is PEM when "-----BEGIN " stands in it before "-----END " ("PUBLIC KEY" or "RSA
     /// PUBLIC KEY"); otherwise it is DER, X.509 SubjectPublicKeyInfo (RFC 5280) only.
@@ -184,32 +168,29 @@ public:
     ///         instead of the expected size 1024").
     /// @throws utils::InternalException for an empty input ("The input public key string is empty") or one that is no
     ///         readable key.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<1024>>>
-    createRSA1024PublicKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<1024> createRSA1024PublicKey(ByteArray const& encodedKey) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<2048>>>
-    createRSA2048PublicKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<2048> createRSA2048PublicKey(ByteArray const& encodedKey) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<4096>>>
-    createRSA4096PublicKey(ByteArray const& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<4096> createRSA4096PublicKey(ByteArray const& encodedKey) const = 0;
 
     /// Makes a public key from its numbers n and e: big-endian, unsigned, leading zero bytes allowed. Only the size of
     /// the modulus is checked.
     ///
     /// @throws utils::Exception for a modulus of another size (an empty one, or 0, has size 0).
     /// @throws utils::InternalException when libcrypto does not take the numbers.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<1024>>>
-    createRSA1024PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const = 0;
+    virtual RSAPublicKeyPtr<1024> createRSA1024PublicKey(ByteArray const& modulus,
+                                                         ByteArray const& publicExponent) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<2048>>>
-    createRSA2048PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const = 0;
+    virtual RSAPublicKeyPtr<2048> createRSA2048PublicKey(ByteArray const& modulus,
+                                                         ByteArray const& publicExponent) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<4096>>>
-    createRSA4096PublicKey(ByteArray const& modulus, ByteArray const& publicExponent) const = 0;
+    virtual RSAPublicKeyPtr<4096> createRSA4096PublicKey(ByteArray const& modulus,
+                                                         ByteArray const& publicExponent) const = 0;
 
     /// Reads a public key from a stream, from its current position to its end, in the forms of the first of these
     /// operations. The stream is left at eof and fail, with `skipws` set, whatever it was before (cleared when reading
@@ -218,103 +199,86 @@ public:
     /// @throws utils::NotImplemented for a stream that throws while it is read, with the text of what it threw.
     /// @throws utils::Exception for a key of another size.
     /// @throws utils::InternalException for an empty stream, or a key that cannot be read.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<1024>>>
-    createRSA1024PublicKey(std::istream& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<1024> createRSA1024PublicKey(std::istream& encodedKey) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<2048>>>
-    createRSA2048PublicKey(std::istream& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<2048> createRSA2048PublicKey(std::istream& encodedKey) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<4096>>>
-    createRSA4096PublicKey(std::istream& encodedKey) const = 0;
+    virtual RSAPublicKeyPtr<4096> createRSA4096PublicKey(std::istream& encodedKey) const = 0;
 
     // ---- RSA encryption and signatures (RFC 8017)
 
-    /// Makes an encryptor, which keeps `key` and `prng`. A `padding` outside the enumeration is refused by each of its
-    /// calls.
+    /// Makes an encryptor, which keeps `key` and `prng`. Each of its calls refuses a `padding` outside the enumeration.
     ///
     /// @throws utils::InvalidKey for a missing key ("The encryption key does not exist."); looked for first.
     /// @throws utils::InternalException for a missing `prng` ("The PRNG does not exist."), or for `PSS` ("Cannot use
     ///         PSS as Padding Algorithm for encryption.").
-    virtual std::shared_ptr<IRSAEncryptor>
-    createRSA1024Encryptor(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<1024>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAEncryptorPtr createRSA1024Encryptor(RSAPublicKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAEncryptor>
-    createRSA2048Encryptor(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<2048>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAEncryptorPtr createRSA2048Encryptor(RSAPublicKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAEncryptor>
-    createRSA4096Encryptor(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<4096>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAEncryptorPtr createRSA4096Encryptor(RSAPublicKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
     /// Makes a decryptor; as the encryptor, with "The decryption key does not exist." and "Cannot use PSS as Padding
     /// Algorithm for decryption.". About `PKCS1_V1_5` read at `IRSADecryptor`: an altered block is not an error there.
     ///
     /// @throws utils::InvalidKey, utils::InternalException as the encryptor.
-    virtual std::shared_ptr<IRSADecryptor>
-    createRSA1024Decryptor(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSADecryptorPtr createRSA1024Decryptor(RSAPrivateKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSADecryptor>
-    createRSA2048Decryptor(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<2048>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSADecryptorPtr createRSA2048Decryptor(RSAPrivateKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSADecryptor>
-    createRSA4096Decryptor(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<4096>>> key, utils::RSAPaddingMode padding,
-                           std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSADecryptorPtr createRSA4096Decryptor(RSAPrivateKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                   CryptoPRNGPtr prng) const = 0;
 
-    /// Makes a signer, which keeps `key` and `prng`; it never draws from the latter. The padding is first looked at by
-    /// each of its calls.
+    /// Makes a signer, which keeps `key` and `prng` but never draws from it. Each of its calls looks at the padding.
     ///
     /// @throws utils::InvalidKey for a missing key ("The signing key does not exist."); looked for first.
     /// @throws utils::InternalException for a missing `prng` ("The PRNG does not exist.").
-    virtual std::shared_ptr<IRSASigner>
-    createRSA1024Signer(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<1024>>> key, utils::RSAPaddingMode padding,
-                        std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSASignerPtr createRSA1024Signer(RSAPrivateKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                             CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSASigner>
-    createRSA2048Signer(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<2048>>> key, utils::RSAPaddingMode padding,
-                        std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSASignerPtr createRSA2048Signer(RSAPrivateKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                             CryptoPRNGPtr prng) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSASigner>
-    createRSA4096Signer(std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<4096>>> key, utils::RSAPaddingMode padding,
-                        std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSASignerPtr createRSA4096Signer(RSAPrivateKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                             CryptoPRNGPtr prng) const = 0;
 
     /// Makes a verifier; as the signer, with "The verifying key does not exist. Please correct." and "The PRNG does not
     /// exist. Please correct.".
     ///
     /// @throws utils::InvalidKey, utils::InternalException as the signer.
-    virtual std::shared_ptr<IRSAVerifier>
-    createRSA1024Verifier(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<1024>>> key, utils::RSAPaddingMode padding,
-                          std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAVerifierPtr createRSA1024Verifier(RSAPublicKeyPtr<1024> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
-    virtual std::shared_ptr<IRSAVerifier>
-    createRSA2048Verifier(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<2048>>> key, utils::RSAPaddingMode padding,
-                          std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAVerifierPtr createRSA2048Verifier(RSAPublicKeyPtr<2048> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const = 0;
 
     /// The same for 4096 bits.
-    virtual std::shared_ptr<IRSAVerifier>
-    createRSA4096Verifier(std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<4096>>> key, utils::RSAPaddingMode padding,
-                          std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual RSAVerifierPtr createRSA4096Verifier(RSAPublicKeyPtr<4096> key, utils::RSAPaddingMode padding,
+                                                 CryptoPRNGPtr prng) const = 0;
 
     // ---- Elliptic-curve keys: P-256 (FIPS 186-5, SP 800-186) and Ed25519 (RFC 8032), here called Curve25519
 
     /// Generates a key pair on P-256 with libcrypto's random generator.
     ///
     /// @throws utils::InternalException when libcrypto fails.
-    virtual std::shared_ptr<IECCKeyPair<utils::EllipticCurve::P256>> generateECCP256KeyPair() const = 0;
+    virtual ECCKeyPairPtr<utils::EllipticCurve::P256> generateECCP256KeyPair() const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCKeyPair<utils::EllipticCurve::Curve25519>> generateECCCurve25519KeyPair() const = 0;
+    virtual ECCKeyPairPtr<utils::EllipticCurve::Curve25519> generateECCCurve25519KeyPair() const = 0;
 
     /// Reads a private key on P-256 from PEM text (RFC 7468); text and other blocks before it are skipped. DER is not
     /// supported. An encrypted key opens only if its password is the empty one.
@@ -323,11 +287,10 @@ public:
     ///         key's.
     /// @throws utils::KeyAndCurveMismatch for a key on another curve, or of another kind, RSA for instance.
     /// @throws utils::InternalException for an empty input, or when libcrypto fails.
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::P256>>
-    createECCP256PrivateKey(ByteArray const& encodedKey) const = 0;
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::P256> createECCP256PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// Makes a private key on P-256 from its number, big-endian, of any length, leading zero bytes included; the public
@@ -337,14 +300,14 @@ public:
     ///
     /// @throws utils::InternalException for an empty input ("No bytes to initialize from in private integer"), or when
     ///         libcrypto does not take the number.
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::P256>>
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::P256>
     createECCP256PrivateKeyFromInteger(ByteArray const& privateInteger) const = 0;
 
     /// Makes a private key for Ed25519 from its 32 raw bytes; the public key is computed.
     ///
     /// @throws utils::InternalException for any other length ("Fail to create EVP_PKEYUPtr; the given raw pointer is
     ///         NULL").
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PrivateKeyFromInteger(ByteArray const& privateInteger) const = 0;
 
     /// Reads a private key on P-256 as PEM text from a stream, from its current position to its end. The stream is left
@@ -354,21 +317,20 @@ public:
     ///
     /// @throws utils::InvalidKeyEncoding, utils::KeyAndCurveMismatch, utils::InternalException as the form that takes
     ///         bytes; the last one also for a stream that throws.
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::P256>>
-    createECCP256PrivateKey(std::istream& encodedKey, std::string const& password) const = 0;
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::P256> createECCP256PrivateKey(std::istream& encodedKey,
+                                                                                 std::string const& password) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPrivateKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PrivateKey(std::istream& encodedKey, std::string const& password) const = 0;
 
     /// Reads a public key on P-256 from PEM text, "PUBLIC KEY" (SubjectPublicKeyInfo, RFC 7468). DER is not supported.
     ///
     /// @throws utils::InvalidKeyEncoding, utils::KeyAndCurveMismatch, utils::InternalException as for private keys.
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::P256>>
-    createECCP256PublicKey(ByteArray const& encodedKey) const = 0;
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::P256> createECCP256PublicKey(ByteArray const& encodedKey) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PublicKey(ByteArray const& encodedKey) const = 0;
 
     /// Makes a public key on P-256 from its point, encoded after SEC 1: uncompressed (65 bytes), compressed (33) or
@@ -376,45 +338,40 @@ public:
     ///
     /// @throws utils::InternalException for a point that is not on the curve or not well formed ("Failed to load key
     ///         from public point and curve"), or when libcrypto fails.
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::P256>>
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::P256>
     createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const = 0;
 
     /// Makes a public key for Ed25519 from its 32 raw bytes, whatever they are.
     ///
     /// @throws utils::InternalException for any other length ("Fail to create EVP_PKEYUPtr; the given raw pointer is
     ///         NULL").
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PublicKeyFromPoint(ByteArray const& publicPoint) const = 0;
 
     /// Reads a public key on P-256 as PEM text from a stream; with the stream as for private keys.
     ///
     /// @throws utils::InvalidKeyEncoding, utils::KeyAndCurveMismatch, utils::InternalException as for private keys.
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::P256>>
-    createECCP256PublicKey(std::istream& encodedKey) const = 0;
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::P256> createECCP256PublicKey(std::istream& encodedKey) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCPublicKey<utils::EllipticCurve::Curve25519>>
+    virtual ECCPublicKeyPtr<utils::EllipticCurve::Curve25519>
     createECCCurve25519PublicKey(std::istream& encodedKey) const = 0;
 
     // ---- Elliptic-curve signatures: ECDSA on P-256 and Ed25519 on Curve25519
 
     /// Makes a signer, which keeps `key`. Nothing is checked here: without a usable key each signature fails, with
     /// `utils::InternalException` "Failed while doing setup to generate signature".
-    virtual std::shared_ptr<IECCSigner>
-    createECCP256Signer(std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::P256>> key) const = 0;
+    virtual ECCSignerPtr createECCP256Signer(ECCPrivateKeyPtr<utils::EllipticCurve::P256> key) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCSigner>
-    createECCCurve25519Signer(std::shared_ptr<IECCPrivateKey<utils::EllipticCurve::Curve25519>> key) const = 0;
+    virtual ECCSignerPtr createECCCurve25519Signer(ECCPrivateKeyPtr<utils::EllipticCurve::Curve25519> key) const = 0;
 
     /// Makes a verifier, which keeps `key`. Nothing is checked here: without a usable key each verification fails, with
     /// `utils::InternalException` "Failed while doing setup to verify signature".
-    virtual std::shared_ptr<IECCVerifier>
-    createECCP256Verifier(std::shared_ptr<IECCPublicKey<utils::EllipticCurve::P256>> key) const = 0;
+    virtual ECCVerifierPtr createECCP256Verifier(ECCPublicKeyPtr<utils::EllipticCurve::P256> key) const = 0;
 
     /// The same on Curve25519.
-    virtual std::shared_ptr<IECCVerifier>
-    createECCCurve25519Verifier(std::shared_ptr<IECCPublicKey<utils::EllipticCurve::Curve25519>> key) const = 0;
+    virtual ECCVerifierPtr createECCCurve25519Verifier(ECCPublicKeyPtr<utils::EllipticCurve::Curve25519> key) const = 0;
 
     // ---- AES (FIPS 197) with keys of 128, 192 and 256 bits
 
@@ -422,13 +379,13 @@ public:
     /// taken as they are.
     ///
     /// @throws utils::InternalException for fewer bytes ("AES 128-bit key data must contain at least 16 bytes.").
-    virtual std::shared_ptr<IAESKey<utils::AESKeySize<128>>> createAES128Key(ByteArray const& keyBytes) const = 0;
+    virtual AESKeyPtr<128> createAES128Key(ByteArray const& keyBytes) const = 0;
 
     /// The same for 192 bits, from the first 24 bytes.
-    virtual std::shared_ptr<IAESKey<utils::AESKeySize<192>>> createAES192Key(ByteArray const& keyBytes) const = 0;
+    virtual AESKeyPtr<192> createAES192Key(ByteArray const& keyBytes) const = 0;
 
     /// The same for 256 bits, from the first 32 bytes.
-    virtual std::shared_ptr<IAESKey<utils::AESKeySize<256>>> createAES256Key(ByteArray const& keyBytes) const = 0;
+    virtual AESKeyPtr<256> createAES256Key(ByteArray const& keyBytes) const = 0;
 
     /// Makes an encryptor (NIST SP 800-38A, SP 800-38D), which keeps `key`, `prng` and a copy of
     /// `initializationVector`. **All its messages are encrypted with that one vector: make a new encryptor for each
@@ -446,53 +403,45 @@ public:
     /// @throws utils::InternalException for a vector of 1 to 15 bytes in a mode other than GCM ("Initialization vector
     ///         must contain 16 bytes."), or for an empty vector with a missing `prng` ("The PRNG does not exist.") or
     ///         one that fails.
-    virtual std::shared_ptr<IAESEncryptor> createAES128Encryptor(std::shared_ptr<IAESKey<utils::AESKeySize<128>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESEncryptorPtr createAES128Encryptor(AESKeyPtr<128> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     /// The same for 192 bits.
-    virtual std::shared_ptr<IAESEncryptor> createAES192Encryptor(std::shared_ptr<IAESKey<utils::AESKeySize<192>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESEncryptorPtr createAES192Encryptor(AESKeyPtr<192> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     /// The same for 256 bits.
-    virtual std::shared_ptr<IAESEncryptor> createAES256Encryptor(std::shared_ptr<IAESKey<utils::AESKeySize<256>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESEncryptorPtr createAES256Encryptor(AESKeyPtr<256> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     /// Makes a decryptor; everything as for the encryptor, and with the same vector, mode and padding. A decryptor made
     /// with an empty vector can decrypt nothing.
     ///
     /// @throws utils::InternalException as for the encryptor.
-    virtual std::shared_ptr<IAESDecryptor> createAES128Decryptor(std::shared_ptr<IAESKey<utils::AESKeySize<128>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESDecryptorPtr createAES128Decryptor(AESKeyPtr<128> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     /// The same for 192 bits.
-    virtual std::shared_ptr<IAESDecryptor> createAES192Decryptor(std::shared_ptr<IAESKey<utils::AESKeySize<192>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESDecryptorPtr createAES192Decryptor(AESKeyPtr<192> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     /// The same for 256 bits.
-    virtual std::shared_ptr<IAESDecryptor> createAES256Decryptor(std::shared_ptr<IAESKey<utils::AESKeySize<256>>> key,
-                                                                 ByteArray const& initializationVector,
-                                                                 utils::AESMode mode, utils::AESPaddingMode padding,
-                                                                 std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    virtual AESDecryptorPtr createAES256Decryptor(AESKeyPtr<256> key, ByteArray const& initializationVector,
+                                                  utils::AESMode mode, utils::AESPaddingMode padding,
+                                                  CryptoPRNGPtr prng) const = 0;
 
     // ---- Signatures with a key in a hardware security module (PKCS #11)
 
     /// Makes a signer for the private key that `hsmObject` describes, of which it keeps a copy; `prng` is kept and
     /// never used. Nothing is checked and no module is loaded here: a wrong path, URI or padding shows at the first
-    /// call. Only PSS can be signed. **A host must make the calls of all its HSM signers one at a time**, for which the
-    /// examples have `SerializedHSMSigner.h`; read `IHSMSigner` before using one.
-    virtual std::shared_ptr<IHSMSigner> createHSMSigner(utils::HSMObject const& hsmObject,
-                                                        utils::RSAPaddingMode padding,
-                                                        std::shared_ptr<ICryptoPRNG> prng) const = 0;
+    /// call. **A host must make the calls of all its HSM signers one at a time**: read `IHSMSigner` before using one.
+    virtual HSMSignerPtr createHSMSigner(utils::HSMObject const& hsmObject, utils::RSAPaddingMode padding,
+                                         CryptoPRNGPtr prng) const = 0;
 
     // ---- Key derivation (RFC 8018)
 
@@ -516,9 +465,8 @@ public:
     ///
     /// @throws utils::InternalException for another size ("Invalid digest size for Blake2b digest engine."), looked for
     ///         first, and as `createBlake2bDigestEngine`.
-    virtual std::shared_ptr<IDigestEngine> createBlake2bDigestEngineWithCustomSize(ByteArray const& key,
-                                                                                   ByteArray const& salt,
-                                                                                   unsigned long digestSize) const = 0;
+    virtual DigestEnginePtr createBlake2bDigestEngineWithCustomSize(ByteArray const& key, ByteArray const& salt,
+                                                                    unsigned long digestSize) const = 0;
 
     // ---- Which RSA key is this?
 

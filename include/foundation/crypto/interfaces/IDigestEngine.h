@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <string>
 
 namespace foundation::crypto::interfaces {
@@ -68,6 +69,9 @@ public:
     /// The size of the digest in bytes; for BLAKE2b, the size that the engine was made with.
     virtual std::size_t getDigestSize() const = 0;
 };
+
+/// How one is handed in and out.
+using DigestEnginePtr = std::shared_ptr<IDigestEngine>;
 
 } // namespace foundation::crypto::interfaces
 

@@ -29,6 +29,9 @@ public:
     virtual ByteArray getPrivateInteger() const = 0;
 };
 
+/// How one is handed in and out.
+template <utils::EllipticCurve C> using ECCPrivateKeyPtr = std::shared_ptr<IECCPrivateKey<C>>;
+
 /// A public key on the curve `C`. It never changes and may be shared between threads.
 template <utils::EllipticCurve C> class IECCPublicKey {
 public:
@@ -48,6 +51,9 @@ public:
     virtual ByteArray getPublicPoint() const = 0;
 };
 
+/// How one is handed in and out.
+template <utils::EllipticCurve C> using ECCPublicKeyPtr = std::shared_ptr<IECCPublicKey<C>>;
+
 /// A generated key pair on the curve `C`. The two keys are independent objects, and each may outlive the pair. It never
 /// changes and may be shared between threads.
 template <utils::EllipticCurve C> class IECCKeyPair {
@@ -55,11 +61,14 @@ public:
     virtual ~IECCKeyPair() = default;
 
     /// Returns the private key, shared with the pair; never empty.
-    virtual std::shared_ptr<IECCPrivateKey<C>> getPrivateKey() const = 0;
+    virtual ECCPrivateKeyPtr<C> getPrivateKey() const = 0;
 
     /// Returns the public key, shared with the pair; never empty.
-    virtual std::shared_ptr<IECCPublicKey<C>> getPublicKey() const = 0;
+    virtual ECCPublicKeyPtr<C> getPublicKey() const = 0;
 };
+
+/// How one is handed in and out.
+template <utils::EllipticCurve C> using ECCKeyPairPtr = std::shared_ptr<IECCKeyPair<C>>;
 
 } // namespace foundation::crypto::interfaces
 

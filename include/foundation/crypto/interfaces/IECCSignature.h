@@ -27,7 +27,7 @@ public:
     /// @throws utils::UnsupportedDigestAlgorithm for a digest that the curve does not accept.
     /// @throws utils::InternalException for an empty `digest` ("The digest engine does not exist.") or one that throws;
     ///         for a key that was missing or not of this library when the signer was made; for a libcrypto failure.
-    virtual ByteArray sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
 
     /// Signs the bytes of `message` from its current position to its end, white space included; they are held in memory
     /// whole. The stream is left at eof and fail; its format flags are as before, also after a failure. It is read
@@ -35,11 +35,14 @@ public:
     ///
     /// @throws utils::UnsupportedDigestAlgorithm, utils::InternalException as above; the latter also for a stream that
     ///         throws.
-    virtual ByteArray sign(std::istream& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(std::istream& message, DigestEnginePtr digest) const = 0;
 
     /// The key's size in bits: 256 on both curves; 0 without a key.
     virtual long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using ECCSignerPtr = std::shared_ptr<IECCSigner>;
 
 /// Checks the signatures that an `IECCSigner` makes, with the public key and the same hash. It accepts the same digest
 /// engines. The object never changes and may be shared between threads.
@@ -55,7 +58,7 @@ public:
     ///         for a key that was missing or not of this library when the verifier was made; when libcrypto cannot set
     ///         the verification up.
     virtual utils::SignatureVerificationStatus verify(ByteArray const& message, ByteArray const& signature,
-                                                      std::shared_ptr<IDigestEngine> digest) const = 0;
+                                                      DigestEnginePtr digest) const = 0;
 
     /// The same for the bytes of `message` from its current position to its end; with the stream as in
     /// `IECCSigner::sign`.
@@ -63,11 +66,14 @@ public:
     /// @throws utils::UnsupportedDigestAlgorithm, utils::InternalException as above; the latter also for a stream that
     ///         throws.
     virtual utils::SignatureVerificationStatus verify(std::istream& message, ByteArray const& signature,
-                                                      std::shared_ptr<IDigestEngine> digest) const = 0;
+                                                      DigestEnginePtr digest) const = 0;
 
     /// The key's size in bits: 256 on both curves; 0 without a key.
     virtual long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using ECCVerifierPtr = std::shared_ptr<IECCVerifier>;
 
 } // namespace foundation::crypto::interfaces
 

@@ -45,13 +45,13 @@ public:
     ///         be described by " and the URI); for a key of 1024 bits or fewer, elliptic-curve keys included ("RSA 1024
     ///         is insecure and no longer supported."); for an OAEP or PKCS #1 v1.5 padding; for an empty `digest` ("The
     ///         digest engine does not exist."); when the module cannot make the signature.
-    virtual ByteArray sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
 
     /// Signs the bytes of `message` from its current position to its end, white space included; they are held in memory
     /// whole. The stream is left at eof and fail, with `skipws` cleared. It is read before anything is checked.
     ///
     /// @throws utils::InternalException as above; what the stream throws passes unchanged.
-    virtual ByteArray sign(std::istream& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(std::istream& message, DigestEnginePtr digest) const = 0;
 
     /// Asks the module for the key's size in bits, with all that a call involves. A key of 1024 bits is not refused
     /// here.
@@ -59,6 +59,9 @@ public:
     /// @throws utils::InternalException as `sign`, up to finding the key.
     virtual unsigned long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using HSMSignerPtr = std::shared_ptr<IHSMSigner>;
 
 } // namespace foundation::crypto::interfaces
 

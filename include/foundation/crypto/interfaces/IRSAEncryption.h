@@ -4,6 +4,7 @@
 #include "foundation/crypto/utils/ByteArray.h"
 
 #include <iosfwd>
+#include <memory>
 
 namespace foundation::crypto::interfaces {
 
@@ -48,6 +49,9 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
+/// How one is handed in and out.
+using RSAEncryptorPtr = std::shared_ptr<IRSAEncryptor>;
+
 /// Decrypts with an RSA private key what an `IRSAEncryptor` with its public key and the same padding has encrypted.
 /// Draws random bytes and may be shared between threads as that does.
 ///
@@ -77,6 +81,9 @@ public:
     /// The size in bits of the keys of this kind of decryptor: 1024, 2048 or 4096.
     virtual unsigned long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using RSADecryptorPtr = std::shared_ptr<IRSADecryptor>;
 
 } // namespace foundation::crypto::interfaces
 

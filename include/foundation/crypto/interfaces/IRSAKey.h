@@ -37,6 +37,9 @@ public:
     virtual ByteArray getPrivateExponent() const = 0;
 };
 
+/// How one is handed in and out.
+template <unsigned long Bits> using RSAPrivateKeyPtr = std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<Bits>>>;
+
 /// An RSA public key (RFC 8017); otherwise as `IRSAPrivateKey`.
 template <class KeySize> class IRSAPublicKey {
 public:
@@ -61,6 +64,9 @@ public:
     virtual ByteArray getPublicExponent() const = 0;
 };
 
+/// How one is handed in and out.
+template <unsigned long Bits> using RSAPublicKeyPtr = std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<Bits>>>;
+
 /// A generated RSA key pair. The two keys are independent objects, and each may outlive the pair. The pair also keeps
 /// the random generator that it was made with. It never changes and may be shared between threads.
 template <class KeySize> class IRSAKeyPair {
@@ -73,6 +79,9 @@ public:
     /// Returns the private key, shared with the pair; never empty.
     virtual std::shared_ptr<IRSAPrivateKey<KeySize>> getPrivateKey() const = 0;
 };
+
+/// How one is handed in and out.
+template <unsigned long Bits> using RSAKeyPairPtr = std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<Bits>>>;
 
 } // namespace foundation::crypto::interfaces
 

@@ -31,17 +31,20 @@ public:
     ///         for Signatures in OpenSSL."); for an empty `digest` ("The digest engine does not exist.") or one that
     ///         throws; for a hash that libcrypto does not know or that is too long for the key; for a libcrypto
     ///         failure.
-    virtual ByteArray sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
 
     /// Signs the bytes of `message` from its current position to its end, white space included; they are held in memory
     /// whole. The stream is left at eof and fail, with `skipws` cleared. It is read before anything is checked.
     ///
     /// @throws utils::InternalException as above, and for a stream that throws.
-    virtual ByteArray sign(std::istream& message, std::shared_ptr<IDigestEngine> digest) const = 0;
+    virtual ByteArray sign(std::istream& message, DigestEnginePtr digest) const = 0;
 
     /// The size in bits of the keys of this kind of signer: 1024, 2048 or 4096.
     virtual unsigned long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using RSASignerPtr = std::shared_ptr<IRSASigner>;
 
 /// Checks the signatures that an `IRSASigner` makes, with the public key, the same padding and the same hash. The
 /// digest engine serves as there; with PSS and a hash other than those three, the salt's length is read from the
@@ -57,18 +60,21 @@ public:
     /// @throws utils::InternalException for an OAEP padding, and for nothing else ("Cannot use OAEP as Padding
     ///         Algorithm for Signatures in OpenSSL.").
     virtual utils::SignatureVerificationStatus verify(ByteArray const& message, ByteArray const& signature,
-                                                      std::shared_ptr<IDigestEngine> digest) const = 0;
+                                                      DigestEnginePtr digest) const = 0;
 
     /// The same for the bytes of `message` from its current position to its end; with the stream as in
     /// `IRSASigner::sign`.
     ///
     /// @throws utils::InternalException as above, and for a stream that throws.
     virtual utils::SignatureVerificationStatus verify(std::istream& message, ByteArray const& signature,
-                                                      std::shared_ptr<IDigestEngine> digest) const = 0;
+                                                      DigestEnginePtr digest) const = 0;
 
     /// The size in bits of the keys of this kind of verifier: 1024, 2048 or 4096.
     virtual unsigned long getKeySize() const = 0;
 };
+
+/// How one is handed in and out.
+using RSAVerifierPtr = std::shared_ptr<IRSAVerifier>;
 
 } // namespace foundation::crypto::interfaces
 
