@@ -12,6 +12,7 @@
 #include "random/CryptoPRNG.h"
 #include "rsa/RSAEncryption.h"
 #include "rsa/RSAKey.h"
+#include "rsa/RSAKeyReader.h"
 #include "rsa/RSASignature.h"
 
 #include <foundation/crypto/utils/Exceptions.h>

@@ -1,4 +1,6 @@
 #include "common/Conversions.h"
+#include "ecc/ECCKeyReader.h"
+#include "ecc/ECPoint.h"
 
 #include "support/Bytes.h"
 #include "support/PEM.h"

@@ -1,4 +1,5 @@
 #include "common/ErrorQueue.h"
+#include "common/ErrorText.h"
 
 #include "support/Faults.h"
 #include "support/Throws.h"

@@ -1,4 +1,5 @@
 #include "rsa/RSAKey.h"
+#include "rsa/RSAKeyReader.h"
 
 #include "support/Bytes.h"
 #include "support/FaultTables.h"

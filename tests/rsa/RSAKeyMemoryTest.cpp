@@ -1,6 +1,7 @@
 // What the loaders and exports of RSA keys leave in memory that they give back, and what they do when there is none. A
 // program of its own, since it replaces libcrypto's heap and the C++ heap.
 #include "rsa/RSAKey.h"
+#include "rsa/RSAKeyReader.h"
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"

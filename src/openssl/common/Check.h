@@ -1,11 +1,12 @@
 #ifndef ZRFL_OPENSSL_CHECK_H
 #define ZRFL_OPENSSL_CHECK_H
 
-#include "common/ErrorQueue.h"
+#include "common/ErrorText.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <exception>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -46,6 +47,16 @@ template <class Target, class Operation> decltype(auto) rethrowForeignAs(Operati
         throw;
     } catch (std::exception const& error) {
         throw Target(error.what());
+    }
+}
+
+/// Runs `operation`; memory that runs out arrives as `Target` with what `explain` puts behind the exception's text.
+template <class Target, class Operation, class Explain>
+decltype(auto) rethrowBadAllocAs(Operation&& operation, Explain&& explain) {
+    try {
+        return std::forward<Operation>(operation)();
+    } catch (std::bad_alloc const& error) {
+        throw Target(error.what() + std::forward<Explain>(explain)());
     }
 }
 

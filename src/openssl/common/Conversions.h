@@ -4,7 +4,6 @@
 #include "common/Handles.h"
 
 #include <foundation/crypto/utils/ByteArray.h>
-#include <foundation/crypto/utils/EllipticCurve.h>
 
 #include <string>
 #include <string_view>
@@ -15,12 +14,6 @@ namespace foundation::crypto::openssl {
 
 /// A new memory BIO. It wipes what it held, also while it grows, so key text may pass through it.
 BIOUPtr newMemoryBIO();
-
-/// The point that `bytes` encode (SEC 1, section 2.3.4: compressed or uncompressed).
-EC_POINTUPtr toECPoint(EC_GROUP const* group, ByteArray const& bytes);
-
-/// The uncompressed encoding of `point` (SEC 1, section 2.3.3): 0x04, X, Y; 65 bytes on P-256.
-ByteArray toByteArray(EC_GROUP const* group, EC_POINT const* point);
 
 /// `number` as an unsigned big-endian integer without leading zero bytes; empty for zero.
 ByteArray toByteArray(BIGNUM const* number);
@@ -41,22 +34,6 @@ template <class Bytes> std::string_view asText(Bytes const& bytes) {
 
 /// Writes all of `text`, which is not empty, to `bio`.
 void write(std::string_view text, BIO* bio);
-
-/// The SubjectPublicKeyInfo in the first public-key block of the PEM text in `bio`.
-///
-/// @throws utils::InvalidKeyEncoding when there is none.
-EVP_PKEYUPtr readPEMPublicKey(BIO* bio);
-
-/// The key in the first private-key block of the PEM text in `bio`; `password` opens an encrypted one and is ignored
-/// otherwise.
-///
-/// @throws utils::InvalidKeyEncoding when there is none, or it cannot be opened with `password`.
-EVP_PKEYUPtr readPEMPrivateKey(BIO* bio, std::string const& password);
-
-/// Accepts `key` if it lies on `expected`.
-///
-/// @throws utils::KeyAndCurveMismatch when it lies on another curve or is no elliptic-curve key.
-void checkCurve(EVP_PKEY const* key, utils::EllipticCurve expected);
 
 /// A pass phrase in the form of libcrypto's user data. Without any, libcrypto would ask for one on the terminal.
 inline void* passPhrase(std::string const& password) {

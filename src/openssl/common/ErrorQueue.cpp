@@ -3,30 +3,10 @@
 #include "common/Check.h"
 #include "common/Handles.h"
 
-#include <foundation/crypto/utils/Exceptions.h>
-
 #include <openssl/bio.h>
 #include <openssl/buffer.h>
 
-#include <cstddef>
-
 namespace foundation::crypto::openssl {
-
-std::string getOpenSSLErrorText() {
-    constexpr std::size_t textSize = 1024;
-
-    unsigned long code = ERR_get_error();
-    if (code == 0) {
-        return "No OpenSSL errors.";
-    }
-    std::string text;
-    for (; code != 0; code = ERR_get_error()) {
-        std::size_t const start = text.size();
-        text.resize(start + textSize, ' ');
-        ERR_error_string_n(code, &text[start], textSize);
-    }
-    return text;
-}
 
 std::string getOpenSSLErrorLines() {
     BIOUPtr const bio(BIO_new(BIO_s_mem()));

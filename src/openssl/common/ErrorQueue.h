@@ -8,12 +8,8 @@
 
 namespace foundation::crypto::openssl {
 
-/// Empties the calling thread's libcrypto error queue into text: 1024 characters for each error, oldest first, each the
-/// error's description, a NUL and blanks to fill. "No OpenSSL errors." when the queue is empty.
-std::string getOpenSSLErrorText();
-
 /// Empties the calling thread's libcrypto error queue into the lines that libcrypto itself prints, one for each error,
-/// with the place in its source; empty when the queue is. No message uses it: it is for looking into a failure.
+/// with the place in its source; empty when the queue is. No message uses it: it is kept for looking into a failure.
 ///
 /// @throws utils::InternalException when the lines cannot be collected.
 std::string getOpenSSLErrorLines();

@@ -22,6 +22,7 @@ namespace foundation::crypto::openssl {
 /// How one libcrypto type is released, and what its owner is called in messages. No other place releases these types.
 template <class Object> struct HandleTraits;
 
+// CONF has no user at present; its owner is kept with the others.
 // clang-format off
 template <> struct HandleTraits<BIO>             { static constexpr auto release = BIO_free_all;         static constexpr auto name = "BIOUPtr"; };
 template <> struct HandleTraits<BIGNUM>          { static constexpr auto release = BN_free;              static constexpr auto name = "BNUPtr"; };
@@ -52,6 +53,30 @@ struct Release {
 /// An owner that may be empty, for a family that has words of its own for the null case.
 template <class Object> using Owned = std::unique_ptr<Object, Release>;
 
+/// Lets a libcrypto function that gives an object out through a pointer to a pointer give it to `owner`, whatever else
+/// comes of the call: `require(EVP_PKEY_keygen(context, receive(key)) == 1, "...")`. The owner has the object as soon
+/// as the whole expression is done, or abandoned by an exception.
+template <class Object> class Receiver {
+public:
+    explicit Receiver(Owned<Object>& owner) noexcept : owner_(owner) {}
+
+    ~Receiver() { owner_.reset(given_); }
+
+    Receiver(Receiver const&) = delete;
+    Receiver& operator=(Receiver const&) = delete;
+
+    // NOLINTNEXTLINE(google-explicit-constructor): it stands where the pointer's address would
+    operator Object**() noexcept { return &given_; }
+
+private:
+    Owned<Object>& owner_;
+    Object* given_ = nullptr;
+};
+
+template <class Object> Receiver<Object> receive(Owned<Object>& owner) noexcept {
+    return Receiver<Object>(owner);
+}
+
 /// The sole owner of one libcrypto object; it cannot be made from a null pointer. A moved-from handle is empty.
 template <class Object> class Handle {
 public:
@@ -62,6 +87,8 @@ public:
                                            "; the given raw pointer is NULL");
         }
     }
+
+    explicit Handle(Owned<Object> object) : Handle(object.release()) {}
 
     Object* get() const noexcept { return object_.get(); }
 

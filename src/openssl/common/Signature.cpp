@@ -2,8 +2,6 @@
 
 #include "common/Check.h"
 
-#include <openssl/rsa.h>
-
 #include <cstddef>
 
 namespace foundation::crypto::openssl {
@@ -32,18 +30,6 @@ ByteArray sign(EVP_MD_CTX* context, ByteArray const& message) {
     require(size != 0, "Size of generated signature is 0");
     signature.resize(size);
     return signature;
-}
-
-bool setPSSSaltLength(EVP_PKEY_CTX* context, std::string const& digestName) {
-    int length = RSA_PSS_SALTLEN_AUTO;
-    if (digestName == "sha1") {
-        length = 20;
-    } else if (digestName == "sha256") {
-        length = 32;
-    } else if (digestName == "sha512") {
-        length = 64;
-    }
-    return EVP_PKEY_CTX_set_rsa_pss_saltlen(context, length) > 0;
 }
 
 } // namespace foundation::crypto::openssl

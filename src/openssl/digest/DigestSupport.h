@@ -1,7 +1,7 @@
 #ifndef ZRFL_OPENSSL_DIGESTSUPPORT_H
 #define ZRFL_OPENSSL_DIGESTSUPPORT_H
 
-#include "common/ErrorQueue.h"
+#include "common/ErrorText.h"
 
 #include <foundation/crypto/interfaces/IDigestEngine.h>
 #include <foundation/crypto/utils/ByteArray.h>

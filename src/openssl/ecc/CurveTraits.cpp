@@ -3,9 +3,12 @@
 #include "common/Check.h"
 #include "common/Conversions.h"
 #include "common/Secrets.h"
+#include "ecc/ECPoint.h"
 
 #include <openssl/core_names.h>
 #include <openssl/obj_mac.h>
+
+#include <utility>
 
 namespace foundation::crypto::openssl {
 
@@ -50,11 +53,9 @@ public:
         WipedObject const wiped(parameters.get());
         EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new_id(P256::keyType, nullptr));
         require(EVP_PKEY_fromdata_init(context.get()) == 1, "Failed to initialize EVP_PKEY_CTX");
-        EVP_PKEY* made = nullptr;
-        int const result = EVP_PKEY_fromdata(context.get(), &made, selection, parameters.get());
-        Owned<EVP_PKEY> key(made);
-        require(result == 1, failure);
-        return EVP_PKEYUPtr(key.release());
+        Owned<EVP_PKEY> key;
+        require(EVP_PKEY_fromdata(context.get(), receive(key), selection, parameters.get()) == 1, failure);
+        return EVP_PKEYUPtr(std::move(key));
     }
 
 private:
@@ -86,10 +87,9 @@ EVP_PKEYUPtr P256::makePublicKey(ByteArray const& point) {
 }
 
 ByteArray P256::readPrivateInteger(OSSL_PARAM const& integer) {
-    BIGNUM* read = nullptr;
-    int const result = OSSL_PARAM_get_BN(&integer, &read);
-    Owned<BIGNUM> number(read);
-    WipedObject const wiped(read);
+    Owned<BIGNUM> number;
+    int const result = OSSL_PARAM_get_BN(&integer, receive(number));
+    WipedObject const wiped(number.get());
     require(result == 1, "Failed to initialize BIGNUM with private integer data");
     return toByteArray(number.get());
 }

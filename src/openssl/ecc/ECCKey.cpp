@@ -6,6 +6,7 @@
 #include "common/Secrets.h"
 #include "common/Streams.h"
 #include "ecc/CurveTraits.h"
+#include "ecc/ECCKeyReader.h"
 
 #include <openssl/core_names.h>
 #include <openssl/pem.h>
@@ -38,11 +39,9 @@ SecretBytes readKeyText(std::istream& encodedKey) {
 }
 
 OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* failure) {
-    OSSL_PARAM* exported = nullptr;
-    int const result = EVP_PKEY_todata(key, selection, &exported);
-    Owned<OSSL_PARAM> parameters(exported);
-    require(result == 1, failure);
-    return OSSL_PARAMUPtr(parameters.release());
+    Owned<OSSL_PARAM> parameters;
+    require(EVP_PKEY_todata(key, selection, receive(parameters)) == 1, failure);
+    return OSSL_PARAMUPtr(std::move(parameters));
 }
 
 ByteArray exportPrivatePEM(EVP_PKEY* key) {
@@ -73,11 +72,10 @@ template <utils::EllipticCurve C> EVP_PKEYUPtr generate() {
     requireExplained(EVP_PKEY_keygen_init(context.get()) == 1,
                      "Failed to initialize key context object. OpenSSL error: ");
     CurveTraits<C>::chooseCurve(context.get());
-    EVP_PKEY* generated = nullptr;
-    int const result = EVP_PKEY_keygen(context.get(), &generated);
-    Owned<EVP_PKEY> key(generated);
-    requireExplained(result == 1, "Failed to generate ECC key pair. OpenSSL error: ");
-    return EVP_PKEYUPtr(key.release());
+    Owned<EVP_PKEY> key;
+    requireExplained(EVP_PKEY_keygen(context.get(), receive(key)) == 1,
+                     "Failed to generate ECC key pair. OpenSSL error: ");
+    return EVP_PKEYUPtr(std::move(key));
 }
 
 /// A key of its own with the public part of `key`.

@@ -5,6 +5,7 @@
 #include "common/Secrets.h"
 #include "common/Signature.h"
 #include "common/Streams.h"
+#include "rsa/PSS.h"
 
 #include <openssl/rsa.h>
 

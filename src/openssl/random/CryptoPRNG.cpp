@@ -6,7 +6,7 @@
 #include <openssl/rand.h>
 
 #include <algorithm>
-#include <new>
+#include <string>
 
 namespace foundation::crypto::openssl {
 
@@ -23,13 +23,13 @@ void fillWithRandomBytes(ByteArray& bytes) {
 }
 
 ByteArray makeRandomBytes(std::size_t size) {
-    try {
-        ByteArray bytes(size);
-        fillWithRandomBytes(bytes);
-        return bytes;
-    } catch (std::bad_alloc const& error) {
-        throw utils::InternalException(std::string(error.what()) + ";Size = " + std::to_string(size));
-    }
+    return rethrowBadAllocAs<utils::InternalException>(
+        [=] {
+            ByteArray bytes(size);
+            fillWithRandomBytes(bytes);
+            return bytes;
+        },
+        [=] { return ";Size = " + std::to_string(size); });
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 #include "rsa/RSASignature.h"
 
 #include "common/Check.h"
+#include "common/ErrorQueue.h"
 #include "common/Signature.h"
 #include "common/Streams.h"
+#include "rsa/PSS.h"
 
 #include <openssl/rsa.h>
 
