@@ -17,8 +17,9 @@ void wipe(std::string& text) noexcept {
 
 } // namespace
 
-HSMObject::HSMObject(std::string modulePath, std::string uri)
-    : modulePath_(std::move(modulePath)), uri_(std::move(uri)) {
+HSMObject::HSMObject(std::string modulePath, std::string uri) {
+    modulePath_.swap(modulePath);
+    uri_.swap(uri);
     wipe(modulePath);
     wipe(uri);
 }
