@@ -34,7 +34,7 @@ expect_landing_pads() { # LIBRARY
             if ($0 !~ "[[:space:]](" landing_pad ")") { print name }
             name = ""
         }
-        END { if (found == 0) { print "no function found" } }' <(cat <<<"$functions") -)
+        END { if (found == 0) { print "no function found" } }' <(echo "$functions") -)
     [ -z "$unguarded" ] || fail "$1 has functions without a landing pad:"$'\n'"$unguarded"
 }
 
