@@ -3,6 +3,8 @@ function(zrfl_shared_library target)
     cmake_parse_arguments(PARSE_ARGV 1 library "" "EXPORT_NAME" "")
     set(version_script ${PROJECT_SOURCE_DIR}/cmake/${target}.map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${version_script} LINKER:--no-undefined-version)
+    # dlclose() leaves the library in place, as it leaves libcrypto: objects and exceptions may outlive the last handle.
+    target_link_options(${target} PRIVATE LINKER:-z,nodelete)
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()

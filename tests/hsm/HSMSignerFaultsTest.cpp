@@ -1,5 +1,6 @@
 #include "hsm/HSMSigner.h"
 
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Faults.h"
 #include "support/Throws.h"
@@ -280,6 +281,19 @@ TEST_F(HSMFault, OfAMissingProviderModuleIsTheOwnersMessage) {
         EXPECT_THROWS(InternalException, refused("OSSL_PROVIDERUPtr"), sign());
         EXPECT_THROWS(InternalException, refused("OSSL_PROVIDERUPtr"), getKeySize());
     }
+}
+
+TEST_F(HSMFault, OrNoneLeavesThePINInMemoryThatIsReleased) {
+    HSMObject const key(Token::module(), Token::uri("rsa2048"));
+    HSMObject const missing(Token::module(), Token::uri("missing"));
+    ByteArray const message = bytes("a message");
+
+    ReleaseWatch const watch(bytes("pin-value=1234"));
+    HSMSigner(key, RSAPaddingMode::PSS, nullptr).sign(message, engine);
+    HSMSigner(key, RSAPaddingMode::PSS, nullptr).getKeySize();
+    EXPECT_THROWS(InternalException, notFound, HSMSigner(missing, RSAPaddingMode::PSS, nullptr).getKeySize());
+    EXPECT_GT(watch.blocks(), 0U);
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
 }
 
 class HSMCalls : public HSMFault {};
