@@ -1,6 +1,27 @@
 # The installed package: headers, both libraries, a relocatable CMake package and pkg-config files.
 include(CMakePackageConfigHelpers)
 
+# The library loads the provider module, and hands it PINs, from the one directory that it was built for; whoever may
+# write to a clone or a build directory would decide what an installed library loads. This stands before all that is
+# installed, and with every component.
+file(REAL_PATH "${ZRFL_PKCS11_PROVIDER_DIR}" real_provider_directory)
+foreach(tree "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}")
+    file(REAL_PATH "${tree}" real_tree)
+    cmake_path(IS_PREFIX tree "${ZRFL_PKCS11_PROVIDER_DIR}" NORMALIZE is_named_inside)
+    cmake_path(IS_PREFIX real_tree "${real_provider_directory}" is_inside)
+    if(is_named_inside OR is_inside)
+        install(CODE "
+            if(NOT \"\$ENV{ZRFL_INSTALL_FOR_TRIAL}\" STREQUAL 1)
+                message(FATAL_ERROR
+                    [==[The library would load pkcs11prov.so, and hand it PINs, from ${ZRFL_PKCS11_PROVIDER_DIR}, which \
+belongs to the clone or the build directory. Configure a build with -DZRFL_PKCS11_PROVIDER_DIR= and a directory that \
+only the system's administrator may write to; or, for a trial that nobody else uses, install with the environment \
+variable ZRFL_INSTALL_FOR_TRIAL=1.]==])
+            endif()" ALL_COMPONENTS)
+        break()
+    endif()
+endforeach()
+
 install(TARGETS zrflcryptoutils zrflcryptoopenssl EXPORT zrflcryptoopenssl-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

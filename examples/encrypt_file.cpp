@@ -5,18 +5,18 @@
 //     encrypt_file decrypt private.pem ENCRYPTED FILE
 //
 // This suits what is short, such as a key for a symmetric cipher. For long files a symmetric cipher is thousands of
-// times faster, and one that authenticates (AES-GCM) also shows when something was cut off, moved or put in.
+// times faster, and one that authenticates (AES-GCM) also shows when something was cut off, moved or put in. INPUT and
+// OUTPUT may be the same file.
 #include "Files.h"
+#include "Program.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
-#include <cstdio>
-#include <exception>
 #include <fstream>
 #include <functional>
 #include <istream>
 #include <ostream>
-#include <stdexcept>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -27,52 +27,42 @@ openssl::CryptoProvider const provider;
 
 using Operation = std::function<void(std::istream& input, std::ostream& output)>;
 
-Operation encryptWith(char const* keyPath) {
-    std::ifstream keyFile = files::open(keyPath);
-    auto const key = provider.createRSA2048PublicKey(keyFile);
+Operation encryptWith(std::string const& keyPath) {
+    auto const key =
+        files::loadKey(keyPath, "the public half of an RSA key of 2048 bits", "openssl pkey -noout -text -pubin -in",
+                       [](std::istream& file) { return provider.createRSA2048PublicKey(file); });
     auto const encryptor =
         provider.createRSA2048Encryptor(key, utils::RSAPaddingMode::OAEP_SHA256, provider.createDefaultCryptoPRNG({}));
     return [encryptor](std::istream& input, std::ostream& output) { encryptor->encrypt(input, output); };
 }
 
-Operation decryptWith(char const* keyPath) {
-    std::ifstream keyFile = files::open(keyPath);
-    auto const key = provider.createRSA2048PrivateKey(keyFile, ""); // or the password that protects it
+Operation decryptWith(std::string const& keyPath) {
+    auto const key = files::loadKey(
+        keyPath, "the private half of an RSA key of 2048 bits, without a password", "openssl pkey -noout -text -in",
+        [](std::istream& file) { return provider.createRSA2048PrivateKey(file, ""); }); // or the key's password
     auto const decryptor =
         provider.createRSA2048Decryptor(key, utils::RSAPaddingMode::OAEP_SHA256, provider.createDefaultCryptoPRNG({}));
     return [decryptor](std::istream& input, std::ostream& output) { decryptor->decrypt(input, output); };
 }
 
-void transformFile(Operation const& operation, char const* inputPath, char const* outputPath) {
+void transformFile(Operation const& operation, std::string const& inputPath, std::string const& outputPath) {
     std::ifstream input = files::open(inputPath);
-    std::ofstream output(outputPath, std::ios::binary);
-    try {
-        operation(input, output);
-        // Neither a file that breaks off in mid-read nor a full disk is an exception, unless the streams are told so.
-        files::requireReadToItsEnd(input, inputPath);
-        if (!output.flush()) {
-            throw std::runtime_error(std::string("cannot write ") + outputPath);
-        }
-    } catch (std::exception const&) {
-        std::remove(outputPath); // what was written so far is not the whole
-        throw;
-    }
+    std::ostringstream result;
+    operation(input, result);
+    // A file that breaks off in mid-read is no exception, unless the stream is told so.
+    files::requireReadToItsEnd(input, inputPath);
+    files::write(outputPath, result);
+}
+
+int run(program::Arguments const& given) {
+    program::require(given.size() == 4 && (given[0] == "encrypt" || given[0] == "decrypt"));
+    files::requireDistinct(given[1], given[3]); // the key is still needed
+    transformFile((given[0] == "encrypt" ? encryptWith : decryptWith)(given[1]), given[2], given[3]);
+    return 0;
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    std::string const what = count == 5 ? arguments[1] : "";
-    if (what != "encrypt" && what != "decrypt") {
-        std::fprintf(stderr, "usage: encrypt_file encrypt|decrypt KEY INPUT OUTPUT\n");
-        return 2;
-    }
-    try {
-        auto const operation = what == "encrypt" ? encryptWith(arguments[2]) : decryptWith(arguments[2]);
-        transformFile(operation, arguments[3], arguments[4]);
-        return 0;
-    } catch (std::exception const& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return program::run(count, arguments, "usage: encrypt_file encrypt|decrypt KEY INPUT OUTPUT\n", run);
 }

@@ -2,28 +2,28 @@
 // that only its owner may read, the public one (SubjectPublicKeyInfo) into a second file. Then loads both again, as a
 // later run of a program would.
 #include "Files.h"
+#include "Program.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 #include <fstream>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
 
-void generate(char const* privatePath, char const* publicPath) {
+void generate(std::string const& privatePath, std::string const& publicPath) {
     CryptoProvider const provider;
     auto const pair = provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
     ByteArray secret = pair->getPrivateKey()->getDER();
-    files::writeSecret(privatePath, secret);
+    files::writeKeyPair(privatePath, secret, publicPath, pair->getPublicKey()->getDER());
     // What is handed out is the caller's to wipe.
     std::fill(secret.begin(), secret.end(), static_cast<unsigned char>(0));
-    files::write(publicPath, pair->getPublicKey()->getDER());
 
     std::ifstream privateFile = files::open(privatePath);
     std::ifstream publicFile = files::open(publicPath);
@@ -32,21 +32,18 @@ void generate(char const* privatePath, char const* publicPath) {
     if (privateKey->getModulus() != publicKey->getModulus()) {
         throw std::runtime_error("the files hold halves of different keys");
     }
-    std::printf("%s and %s hold an RSA key of %lu bits\n", privatePath, publicPath, publicKey->getKeySize());
+    std::printf("%s and %s hold an RSA key of %lu bits\n", privatePath.c_str(), publicPath.c_str(),
+                publicKey->getKeySize());
+}
+
+int run(program::Arguments const& given) {
+    program::require(given.size() == 2);
+    generate(given[0], given[1]);
+    return 0;
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 3) {
-        std::fprintf(stderr, "usage: generate_rsa_key PRIVATE PUBLIC\n");
-        return 2;
-    }
-    try {
-        generate(arguments[1], arguments[2]);
-        return 0;
-    } catch (std::exception const& error) { // the library's own family among them
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return program::run(count, arguments, "usage: generate_rsa_key PRIVATE PUBLIC\n", run);
 }

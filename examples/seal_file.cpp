@@ -4,13 +4,14 @@
 //     seal_file key KEY            draws a new key into the file KEY
 //     seal_file seal KEY IN OUT
 //     seal_file open KEY IN OUT
+//
+// IN and OUT may be the same file.
 #include "Files.h"
+#include "Program.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <exception>
 #include <fstream>
 #include <istream>
 #include <ostream>
@@ -33,17 +34,21 @@ CryptoProvider const provider;
 ByteArray read(std::istream& input, std::size_t size) {
     ByteArray bytes(size);
     if (!input.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size))) {
-        throw std::runtime_error("a file is too short");
+        throw std::runtime_error("the file is too short");
     }
     return bytes;
 }
 
 auto readKey(std::string const& path) {
-    std::ifstream input = files::open(path);
-    ByteArray bytes = read(input, keySize);
-    auto key = provider.createAES256Key(bytes);
-    bytes.assign(bytes.size(), 0); // the key object wipes its own copy
-    return key;
+    return files::loadKey(path, "a file made by seal_file key", "ls -l", [](std::istream& input) {
+        ByteArray bytes = read(input, keySize);
+        if (input.peek() != std::istream::traits_type::eof()) {
+            throw std::runtime_error("the file is too long");
+        }
+        auto key = provider.createAES256Key(bytes);
+        bytes.assign(bytes.size(), 0); // the key object wipes its own copy
+        return key;
+    });
 }
 
 void seal(std::string const& keyPath, std::istream& input, std::ostream& output) {
@@ -62,31 +67,28 @@ void open(std::string const& keyPath, std::istream& input, std::ostream& output)
         ->decrypt(input, output);
 }
 
-int run(int count, char** arguments) {
-    std::string const command = count > 1 ? arguments[1] : "";
-    if (command == "key" && count == 3) {
-        files::writeSecret(arguments[2], provider.createDefaultCryptoPRNG({})->generateRandomBytes(keySize));
+void transformFile(std::string const& command, std::string const& keyPath, std::string const& inputPath,
+                   std::string const& outputPath) {
+    std::ifstream input = files::open(inputPath);
+    std::ostringstream result;
+    (command == "seal" ? seal : open)(keyPath, input, result);
+    files::requireReadToItsEnd(input, inputPath);
+    files::write(outputPath, result);
+}
+
+int run(program::Arguments const& given) {
+    if (given.size() == 2 && given[0] == "key") {
+        files::writeSecret(given[1], provider.createDefaultCryptoPRNG({})->generateRandomBytes(keySize));
         return 0;
     }
-    if ((command != "seal" && command != "open") || count != 5) {
-        std::fprintf(stderr, "usage: seal_file key KEY | seal KEY IN OUT | open KEY IN OUT\n");
-        return 2;
-    }
-    std::ifstream input = files::open(arguments[3]);
-    std::ostringstream result; // so that a failure leaves no half-made file
-    (command == "seal" ? seal : open)(arguments[2], input, result);
-    std::string const content = result.str();
-    files::write(arguments[4], ByteArray(content.begin(), content.end()));
+    program::require(given.size() == 4 && (given[0] == "seal" || given[0] == "open"));
+    files::requireDistinct(given[1], given[3]); // nothing opens a file whose key is gone
+    transformFile(given[0], given[1], given[2], given[3]);
     return 0;
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    try {
-        return run(count, arguments);
-    } catch (std::exception const& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return program::run(count, arguments, "usage: seal_file key KEY | seal KEY IN OUT | open KEY IN OUT\n", run);
 }

@@ -9,12 +9,13 @@
 //     openssl dgst -sha256 $pss -sign private.pem -out SIGNATURE FILE
 //     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
 #include "Files.h"
+#include "Program.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <cstdio>
-#include <exception>
 #include <fstream>
+#include <istream>
 #include <string>
 
 namespace {
@@ -23,9 +24,10 @@ using namespace foundation::crypto;
 
 openssl::CryptoProvider const provider;
 
-int sign(char const* keyPath, char const* path, char const* signaturePath) {
-    std::ifstream keyFile = files::open(keyPath);
-    auto const key = provider.createRSA2048PrivateKey(keyFile, ""); // or the password that protects it
+int sign(std::string const& keyPath, std::string const& path, std::string const& signaturePath) {
+    auto const key = files::loadKey(
+        keyPath, "the private half of an RSA key of 2048 bits, without a password", "openssl pkey -noout -text -in",
+        [](std::istream& file) { return provider.createRSA2048PrivateKey(file, ""); }); // or the key's password
     auto const signer =
         provider.createRSA2048Signer(key, utils::RSAPaddingMode::PSS, provider.createDefaultCryptoPRNG({}));
 
@@ -36,9 +38,10 @@ int sign(char const* keyPath, char const* path, char const* signaturePath) {
     return 0;
 }
 
-int verify(char const* keyPath, char const* path, char const* signaturePath) {
-    std::ifstream keyFile = files::open(keyPath);
-    auto const key = provider.createRSA2048PublicKey(keyFile);
+int verify(std::string const& keyPath, std::string const& path, std::string const& signaturePath) {
+    auto const key =
+        files::loadKey(keyPath, "the public half of an RSA key of 2048 bits", "openssl pkey -noout -text -pubin -in",
+                       [](std::istream& file) { return provider.createRSA2048PublicKey(file); });
     auto const verifier =
         provider.createRSA2048Verifier(key, utils::RSAPaddingMode::PSS, provider.createDefaultCryptoPRNG({}));
 
@@ -50,18 +53,16 @@ int verify(char const* keyPath, char const* path, char const* signaturePath) {
     return valid ? 0 : 1;
 }
 
+int run(program::Arguments const& given) {
+    program::require(given.size() == 4 && (given[0] == "sign" || given[0] == "verify"));
+    for (auto const& kept : {given[1], given[2]}) {
+        files::requireDistinct(kept, given[3]);
+    }
+    return (given[0] == "sign" ? sign : verify)(given[1], given[2], given[3]);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    std::string const what = count == 5 ? arguments[1] : "";
-    if (what != "sign" && what != "verify") {
-        std::fprintf(stderr, "usage: sign_file sign|verify KEY FILE SIGNATURE\n");
-        return 2;
-    }
-    try {
-        return (what == "sign" ? sign : verify)(arguments[2], arguments[3], arguments[4]);
-    } catch (std::exception const& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return program::run(count, arguments, "usage: sign_file sign|verify KEY FILE SIGNATURE\n", run);
 }

@@ -9,18 +9,19 @@
 //     pss='-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32'
 //     openssl dgst -sha256 $pss -verify public.pem -signature SIGNATURE FILE
 #include "Files.h"
+#include "Program.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
-#include <cstdio>
-#include <exception>
 #include <fstream>
+#include <string>
 
 namespace {
 
 using namespace foundation::crypto;
 
-void sign(char const* module, char const* uri, char const* path, char const* signaturePath) {
+void sign(std::string const& module, std::string const& uri, std::string const& path,
+          std::string const& signaturePath) {
     std::ifstream file = files::open(path);
     openssl::CryptoProvider const provider;
     // A program with several threads wraps the signer: see SerializedHSMSigner.h.
@@ -30,18 +31,17 @@ void sign(char const* module, char const* uri, char const* path, char const* sig
     files::write(signaturePath, signature);
 }
 
+int run(program::Arguments const& given) {
+    program::require(given.size() == 4);
+    for (auto const& kept : {given[0], given[2]}) {
+        files::requireDistinct(kept, given[3]);
+    }
+    sign(given[0], given[1], given[2], given[3]);
+    return 0;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 5) {
-        std::fprintf(stderr, "usage: sign_with_hsm MODULE URI FILE SIGNATURE\n");
-        return 2;
-    }
-    try {
-        sign(arguments[1], arguments[2], arguments[3], arguments[4]);
-        return 0;
-    } catch (std::exception const& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 1;
-    }
+    return program::run(count, arguments, "usage: sign_with_hsm MODULE URI FILE SIGNATURE\n", run);
 }

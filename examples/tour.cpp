@@ -1,6 +1,7 @@
 // A tour of the library on real input: takes files and shows what the library does with each, checking every result a
 // second way. It ends with 1 when anything disagrees or a file cannot be read.
 #include "Files.h"
+#include "Program.h"
 #include "TemporaryToken.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -394,14 +395,8 @@ bool visit(std::string const& path) {
     return tour.allRight();
 }
 
-} // namespace
-
-int main(int count, char** arguments) {
-    std::vector<std::string> const paths(arguments + 1, arguments + count);
-    if (paths.empty()) {
-        std::fprintf(stderr, "usage: tour FILE...\n");
-        return 2;
-    }
+int run(program::Arguments const& paths) {
+    program::require(!paths.empty());
     bool allRight = true;
     for (std::string const& path : paths) {
         try {
@@ -412,4 +407,10 @@ int main(int count, char** arguments) {
         }
     }
     return allRight ? 0 : 1;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    return program::run(count, arguments, "usage: tour FILE...\n", run);
 }

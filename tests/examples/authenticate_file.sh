@@ -14,4 +14,7 @@ refuse "file: NOT GENUINE" key file "$code"
 refuse "cannot open missing" key missing
 refuse "cannot open missing" missing file
 refuse "cannot read . to its end" key .
+refuse "cannot read . to its end" . file
+: >empty
+refuse "empty: the key is empty; try: head -c 32 /dev/urandom >empty" empty file
 misuse key

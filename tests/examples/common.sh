@@ -4,6 +4,7 @@
 set -euo pipefail
 
 program=$1
+name=${name:-$(basename "$0" .sh)}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -27,4 +28,29 @@ end() {
 
 expect() { end 0 "$@"; }                                # PATTERN ARGUMENT...
 refuse() { end 1 "*$1*" "${@:2}"; }                     # TEXT ARGUMENT...
-misuse() { end 2 "usage: $(basename "$0" .sh)*" "$@"; } # ARGUMENT...
+misuse() { end 2 "usage: $name*" "$@"; } # ARGUMENT...
+
+# rejects TEXT ARGUMENT...: as refuse, and no file in the folder was made, changed or removed.
+rejects() {
+    local before after
+    before=$(files)
+    refuse "$@"
+    after=$(files)
+    [[ $before == "$after" ]] || fail "with the arguments '${*:2}' files changed: $(diff <(echo "$before") <(echo "$after"))"
+}
+
+files() { find . -mindepth 1 -printf '%p %y %m %i %l ' \( -type f -exec sha256sum {} \; -o -printf '\n' \) | sort; }
+
+# Every example tells how it is used, on the standard output alone, and is not misled by files of that name.
+for option in --help -h; do
+    touch -- "$option"
+    for arguments in "$option" "first $option"; do
+        # shellcheck disable=SC2086 # several words
+        [[ $("$program" $arguments 2>standard_error </dev/null) == "usage: $name "* && ! -s standard_error ]] ||
+            fail "the arguments '$arguments' do not show the usage"
+    done
+    rm -- "$option" standard_error
+done
+if [[ $("$program" --help 2>&1 >/dev/full) != "cannot write to the standard output"* ]]; then
+    fail "a standard output that takes nothing is not reported"
+fi

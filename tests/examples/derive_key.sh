@@ -14,4 +14,9 @@ salt=$(sed -n 's/^salt //p' <<<"$first")
 expect "$first" "$salt" <password
 [[ $("$program" <password) != "$first" ]] || fail "the same salt was drawn twice"
 refuse "Salt is longer than the allowed size of 65535" "$(printf '%065536d' 0)" <password
+echo >line
+for empty in /dev/null line .; do
+    refuse "there is no password on the standard input; try: derive_key <PASSWORDFILE" <"$empty"
+    refuse "there is no password on the standard input; try: derive_key <PASSWORDFILE" salt <"$empty"
+done
 misuse salt and more

@@ -14,12 +14,30 @@ head -c 256 encrypted | openssl pkeyutl -decrypt -inkey private.pem "${oaep[@]}"
 expect "" decrypt private.pem encrypted decrypted
 cmp file decrypted
 
-printf x | dd of=encrypted bs=1 seek=1000 conv=notrunc 2>/dev/null
-refuse "EVP_PKEY_decrypt failed to generate the decrypted text." decrypt private.pem encrypted altered
-[[ ! -e altered ]] || fail "a part of the file was left"
-refuse "Fail to create EVP_PKEYUPtr" encrypt private.pem file nothing
-refuse "cannot open missing" encrypt public.pem missing nothing
-refuse "cannot read . to its end" encrypt public.pem . nothing
-[[ ! -e nothing ]] || fail "an empty file was left"
-refuse "cannot write missing/file" encrypt public.pem file missing/file
+cp encrypted whole
+for byte in x y; do # one of them is another than the byte that is there
+    printf $byte | dd of=encrypted bs=1 seek=1000 conv=notrunc 2>/dev/null
+    cmp -s whole encrypted || break
+done
+echo earlier >there
+for output in altered there; do
+    rejects "EVP_PKEY_decrypt failed to generate the decrypted text." decrypt private.pem encrypted "$output"
+    rejects "private.pem: Fail to create EVP_PKEYUPtr*; is it the public half of an RSA key of 2048 bits? try: openssl pkey" \
+        encrypt private.pem file "$output"
+    rejects "public.pem: *; is it the private half of an RSA key of 2048 bits, without a password? try: openssl pkey" \
+        decrypt public.pem encrypted "$output"
+    rejects "cannot open missing: No such file or directory" encrypt public.pem missing "$output"
+    rejects "cannot open missing: No such file or directory" encrypt missing file "$output"
+    rejects "cannot read . to its end" encrypt public.pem . "$output"
+    rejects "cannot read . to its end" encrypt . file "$output"
+done
+rejects "cannot write missing/file: No such file or directory" encrypt public.pem file missing/file
+rejects "cannot write .: Is a directory" encrypt public.pem file .
+rejects "public.pem and ./public.pem are the same file" encrypt public.pem file ./public.pem
+
+cp file same
+expect "" encrypt public.pem same same
+[[ $(stat -c %s same) == $((53 * 256)) ]] || fail "not 53 blocks"
+expect "" decrypt private.pem same ./same
+cmp file same
 misuse encrypt public.pem file

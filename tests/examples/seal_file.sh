@@ -24,5 +24,18 @@ head -c 20 sealed >short
 refuse "smaller than the tag" open key short opened
 head -c 5 sealed >short
 refuse "too short" open key short opened
-refuse "cannot open missing" seal key missing sealed
+rejects "cannot open missing: No such file or directory" seal key missing sealed
+rejects "" seal key . sealed
+rejects "cannot open missing: No such file or directory" seal missing plain sealed
+head -c 31 /dev/urandom >short
+rejects "short: the file is too short; is it a file made by seal_file key? try: ls -l short" seal short plain sealed
+rejects "plain: the file is too long; is it a file made by seal_file key? try: ls -l plain" seal plain plain sealed
+rejects "Tag verification failed" open other sealed plain
+rejects "key and ./key are the same file" seal key plain ./key
+
+cp plain same
+expect "" seal key same same
+! cmp -s plain same || fail "nothing was sealed"
+expect "" open key same same
+cmp plain same
 misuse

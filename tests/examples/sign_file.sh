@@ -15,6 +15,14 @@ openssl dgst "${pss[@]}" -sign private.pem -out signature file
 expect "valid" verify public.pem file signature
 echo more >>file
 refuse "NOT VALID" verify public.pem file signature
-refuse "cannot open missing" sign private.pem missing signature
-refuse "cannot read . to its end" sign private.pem . signature
+rejects "cannot open missing: No such file or directory" sign private.pem missing signature
+rejects "cannot open missing: No such file or directory" sign missing file signature
+rejects "cannot read . to its end" sign private.pem . signature
+rejects "public.pem: *; is it the private half of an RSA key of 2048 bits, without a password? try: openssl pkey" \
+    sign public.pem file signature
+rejects "private.pem: *; is it the public half of an RSA key of 2048 bits? try: openssl pkey" \
+    verify private.pem file signature
+rejects "private.pem and ./private.pem are the same file" sign private.pem file ./private.pem
+rejects "file and ./file are the same file" sign private.pem file ./file
+rejects "cannot write /dev/full: No space left on device" sign private.pem file /dev/full
 misuse sign private.pem file

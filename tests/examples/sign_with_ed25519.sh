@@ -24,6 +24,16 @@ expect "valid" verify public.pem empty signature
 
 openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out other.pem 2>/dev/null
 refuse "Actual curve (P256) does not match expected curve (Curve25519)" sign other.pem file signature
-refuse "cannot open missing" sign private.pem missing signature
-refuse "cannot read . to its end" sign private.pem . signature
+rejects "cannot open missing: No such file or directory" sign private.pem missing signature
+rejects "cannot open missing: No such file or directory" sign missing file signature
+rejects "cannot read . to its end" sign private.pem . signature
+rejects "public.pem: *; is it the private half of an Ed25519 key as PEM, without a password? try: openssl pkey" \
+    sign public.pem file signature
+rejects "private.pem: *; is it the public half of an Ed25519 key as PEM? try: openssl pkey" \
+    verify private.pem file signature
+rejects "private.pem and ./private.pem are the same file" sign private.pem file ./private.pem
+rejects "file and ./file are the same file" sign private.pem file ./file
+rejects "cannot write /dev/full: No space left on device" sign private.pem file /dev/full
+rejects "private.pem and ./private.pem are the same file" generate private.pem ./private.pem
+rejects "cannot write missing/public.pem: No such file or directory" generate private.pem missing/public.pem
 misuse

@@ -1,0 +1,51 @@
+#ifndef ZRFL_EXAMPLES_PROGRAM_H
+#define ZRFL_EXAMPLES_PROGRAM_H
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+/// What the examples' main() functions have in common.
+namespace program {
+
+using Arguments = std::vector<std::string>;
+
+/// Not the arguments that the program takes.
+class Misuse : public std::exception {};
+
+inline void require(bool areTaken) {
+    if (!areTaken) {
+        throw Misuse();
+    }
+}
+
+/// Runs `work(arguments)` and returns what the program is to end with: the result, 1 for a failure, which is reported,
+/// or 2 for arguments that it does not take. Whoever asks for help gets the usage and nothing else.
+template <class Work> int run(int count, char** arguments, char const* usage, Work&& work) {
+    try {
+        Arguments const given(arguments + std::min(count, 1), arguments + count);
+        bool const asksForHelp = std::any_of(given.begin(), given.end(), [](std::string const& argument) {
+            return argument == "--help" || argument == "-h";
+        });
+        int const result = asksForHelp ? (std::fputs(usage, stdout), 0) : std::forward<Work>(work)(given);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            throw std::system_error(errno, std::generic_category(), "cannot write to the standard output");
+        }
+        return result;
+    } catch (Misuse const&) {
+        std::fputs(usage, stderr);
+        return 2;
+    } catch (std::exception const& error) { // the library's own family among them
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}
+
+} // namespace program
+
+#endif
