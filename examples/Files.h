@@ -71,9 +71,9 @@ auto loadKey(std::string const& path, std::string const& wanted, std::string con
 // Writing. A file is written whole under a name of its own beside its target, and then renamed to it, so that the
 // target is the old file or the new one at every moment: when the disk is full, when the program is killed (a file
 // ".new-..." may stay then), and for the one who reads it meanwhile. It may be the file that was read. The folder must
-// be writable; other hard links to the old file keep the old content. A symbolic link stays, and the file that it leads to is replaced; one that leads
-// nowhere is refused, as are a folder and a file that may not be written. A device, a FIFO and the program's own
-// standard output (/dev/stdout, wherever it leads) are written to as they are.
+// be writable; other hard links to the old file keep the old content. A symbolic link stays, and the file that it leads
+// to is replaced; one that leads nowhere is refused, as are a folder and a file that may not be written. A device, a
+// FIFO and the program's own standard output (/dev/stdout, wherever it leads) are written to as they are.
 
 enum class Access {
     usual,     // a new file gets what the umask leaves; one that is replaced hands its owner, group and mode on
