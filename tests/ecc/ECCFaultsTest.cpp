@@ -78,7 +78,13 @@ std::string const noVerifying = "Failed while doing setup to verify signature";
 /// The operations, each over keys made beforehand.
 template <class Factory> struct Operations {
     static auto const& pair() {
-        static auto const made = Factory::generateKeyPair();
+        static auto const made = [] { // one whose integer has no leading zero byte, which few have
+            auto generated = Factory::generateKeyPair();
+            while (generated->getPrivateKey()->getPrivateInteger().size() != 32) {
+                generated = Factory::generateKeyPair();
+            }
+            return generated;
+        }();
         return *made;
     }
 
