@@ -145,7 +145,7 @@ TEST(HostsErrorMark, SurvivesEveryOperationWhoseCallsFail) {
         ready[bits] = readPrivate(text(readRSAKey(bits, "private.pem")));
     }
     using Generate = EVP_PKEY*(OSSL_LIB_CTX*, char const*, char const*, std::size_t);
-    Replacing<Generate> const known("EVP_PKEY_Q_keygen", [&](auto, auto*, char const*, char const* /*type*/, std::size_t bits) {
+    Replacing<Generate> const known("EVP_PKEY_Q_keygen", [&](auto, auto*, char const*, char const*, std::size_t bits) {
         EVP_PKEY_up_ref(ready.at(bits).get());
         return ready.at(bits).get();
     });
