@@ -14,6 +14,7 @@
 #include <openssl/pem.h>
 
 #include <algorithm>
+#include <climits>
 #include <functional>
 #include <optional>
 #include <string>
@@ -140,6 +141,36 @@ TEST_P(ConversionFaults, LeakNothing) {
     if (GetParam().call == "OSSL_PARAM_locate_const" || GetParam().call == "OSSL_PARAM_get_utf8_string_ptr") {
         EXPECT_EQ(recording.count("OSSL_PARAM_free"), 1U);
     }
+}
+
+TEST(ConversionFault, OfATextThatIsTooLongForItsLengthIsReported) {
+    struct {
+        std::size_t size;
+        int given; // its lowest 32 bits
+        std::string text;
+    } const rows[] = {
+        {(std::size_t(1) << 32U) + 5, 5, "Expected 4294967301 bytes written to BIO. Found 5 bytes."},
+        {std::size_t(1) << 32U, 0, noTextWritten},
+        {(std::size_t(1) << 32U) - 1, -1, noTextWritten},
+        {std::size_t(1) << 31U, INT_MIN, noTextWritten},
+    };
+
+    std::string const five = "12345"; // only these are ever looked at
+    for (auto const& [size, given, text] : rows) {
+        Recording const recording;
+        EXPECT_THROWS(InternalException, text, write({five.data(), size}, bio.get()));
+        ASSERT_EQ(recording.count("BIO_write"), 1U);
+        EXPECT_EQ(recording.calls().at(0).arguments,
+                  (std::vector<std::intptr_t>{asNumber(bio.get()), asNumber(five.data()), given}));
+    }
+}
+
+TEST(ConversionCalls, WriteATextOfTheLargestLengthWhole) {
+    std::string const five = "12345";
+    Replacing<decltype(BIO_write)> const all("BIO_write", [](auto, BIO*, void const*, int size) { return size; });
+    Recording const recording;
+    EXPECT_NO_THROW(write({five.data(), INT_MAX}, bio.get()));
+    EXPECT_EQ(recording.calls().at(0).arguments.at(2), INT_MAX);
 }
 
 TEST(ConversionFault, OfTheReadersIsOfTheEncoding) {

@@ -66,6 +66,16 @@ TEST(Handles, ReleaseTheirObjectOnce) {
     EXPECT_EQ(recording.callsOf("BIO_free_all")[0].arguments[0], asNumber(raw));
 }
 
+TEST(Handles, ReleaseAConfigurationWithItsValues) {
+    CONF* const raw = NCONF_new(nullptr);
+    Recording const recording;
+    {
+        CONFUPtr const configuration(raw);
+    }
+    EXPECT_EQ(recording.functions(), std::vector<std::string>{"NCONF_free"});
+    EXPECT_EQ(recording.calls().at(0).arguments.at(0), asNumber(raw));
+}
+
 TEST(Handles, ReleaseWhatTheyHeldWhenAssigned) {
     Recording const recording;
     BNUPtr target(BN_new());

@@ -124,6 +124,16 @@ TYPED_TEST(RSAEncryptionObjects, KeepTheirKeyAndGenerator) {
     EXPECT_EQ(text(decryptor->decrypt(encryptor->encrypt(bytes("message")))), "message");
 }
 
+TYPED_TEST(RSAEncryptionObjects, AsAnEncryptorHoldKeyAndGeneratorForItsLife) {
+    expectKept([](auto const& ofKey, auto const& with) { return TypeParam::encryptor(ofKey, oaep1, with); },
+               this->publicKey, this->prng);
+}
+
+TYPED_TEST(RSAEncryptionObjects, AsADecryptorHoldKeyAndGeneratorForItsLife) {
+    expectKept([](auto const& ofKey, auto const& with) { return TypeParam::decryptor(ofKey, oaep1, with); },
+               this->privateKey, this->prng);
+}
+
 // One block
 
 TEST(RSABlocks, HoldExactlyWhatTheirPaddingLeaves) {

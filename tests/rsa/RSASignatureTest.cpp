@@ -111,6 +111,16 @@ TYPED_TEST(RSASignatureObjects, KeepTheirKeyAndGenerator) {
     EXPECT_TRUE(verify(*verifier, bytes("message"), sign(*signer, bytes("message"))));
 }
 
+TYPED_TEST(RSASignatureObjects, AsASignerHoldKeyAndGeneratorForItsLife) {
+    expectKept([](auto const& ofKey, auto const& with) { return TypeParam::signer(ofKey, pss, with); },
+               this->privateKey, this->prng);
+}
+
+TYPED_TEST(RSASignatureObjects, AsAVerifierHoldKeyAndGeneratorForItsLife) {
+    expectKept([](auto const& ofKey, auto const& with) { return TypeParam::verifier(ofKey, pss, with); },
+               this->publicKey, this->prng);
+}
+
 // Signatures
 
 TEST(RSASignatures, AreAsLongAsTheModulusAndVerifyAlikeFromBytesAndStreams) {

@@ -3,6 +3,7 @@
 
 #include "Bytes.h"
 #include "Engines.h"
+#include "Provider.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
@@ -32,31 +33,31 @@ template <EllipticCurve C> struct ECCFactory;
     using PublicKey = std::shared_ptr<IECCPublicKey<curve>>;                                                           \
     using KeyPair = std::shared_ptr<IECCKeyPair<curve>>;                                                               \
     static KeyPair generateKeyPair() {                                                                                 \
-        return CryptoProvider().generateECC##curveName##KeyPair();                                                     \
+        return readyProvider.generateECC##curveName##KeyPair();                                                        \
     }                                                                                                                  \
     static PrivateKey privateKey(ByteArray const& encoded) {                                                           \
-        return CryptoProvider().createECC##curveName##PrivateKey(encoded);                                             \
+        return readyProvider.createECC##curveName##PrivateKey(encoded);                                                \
     }                                                                                                                  \
     static PrivateKey privateKey(std::istream& encoded, std::string const& password) {                                 \
-        return CryptoProvider().createECC##curveName##PrivateKey(encoded, password);                                   \
+        return readyProvider.createECC##curveName##PrivateKey(encoded, password);                                      \
     }                                                                                                                  \
     static PrivateKey privateKeyFromInteger(ByteArray const& integer) {                                                \
-        return CryptoProvider().createECC##curveName##PrivateKeyFromInteger(integer);                                  \
+        return readyProvider.createECC##curveName##PrivateKeyFromInteger(integer);                                     \
     }                                                                                                                  \
     static PublicKey publicKey(ByteArray const& encoded) {                                                             \
-        return CryptoProvider().createECC##curveName##PublicKey(encoded);                                              \
+        return readyProvider.createECC##curveName##PublicKey(encoded);                                                 \
     }                                                                                                                  \
     static PublicKey publicKey(std::istream& encoded) {                                                                \
-        return CryptoProvider().createECC##curveName##PublicKey(encoded);                                              \
+        return readyProvider.createECC##curveName##PublicKey(encoded);                                                 \
     }                                                                                                                  \
     static PublicKey publicKeyFromPoint(ByteArray const& point) {                                                      \
-        return CryptoProvider().createECC##curveName##PublicKeyFromPoint(point);                                       \
+        return readyProvider.createECC##curveName##PublicKeyFromPoint(point);                                          \
     }                                                                                                                  \
     static std::shared_ptr<IECCSigner> signer(PrivateKey key) {                                                        \
-        return CryptoProvider().createECC##curveName##Signer(std::move(key));                                          \
+        return readyProvider.createECC##curveName##Signer(std::move(key));                                             \
     }                                                                                                                  \
     static std::shared_ptr<IECCVerifier> verifier(PublicKey key) {                                                     \
-        return CryptoProvider().createECC##curveName##Verifier(std::move(key));                                        \
+        return readyProvider.createECC##curveName##Verifier(std::move(key));                                           \
     }
 
 template <> struct ECCFactory<EllipticCurve::P256> {
@@ -65,7 +66,7 @@ template <> struct ECCFactory<EllipticCurve::P256> {
     static constexpr std::size_t pointSize = 65;
 
     /// An engine that the curve accepts.
-    static std::shared_ptr<IDigestEngine> engine() { return CryptoProvider().createSHA256DigestEngine(); }
+    static std::shared_ptr<IDigestEngine> engine() { return readyProvider.createSHA256DigestEngine(); }
 };
 
 template <> struct ECCFactory<EllipticCurve::Curve25519> {
@@ -73,7 +74,7 @@ template <> struct ECCFactory<EllipticCurve::Curve25519> {
     using Other = ECCFactory<EllipticCurve::P256>;
     static constexpr std::size_t pointSize = 32;
 
-    static std::shared_ptr<IDigestEngine> engine() { return CryptoProvider().createSHA512DigestEngine(); }
+    static std::shared_ptr<IDigestEngine> engine() { return readyProvider.createSHA512DigestEngine(); }
 };
 
 #undef ZRFL_ECC_FACTORY

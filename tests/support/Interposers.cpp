@@ -3,6 +3,7 @@
 
 #include <openssl/bio.h>
 #include <openssl/bn.h>
+#include <openssl/conf.h>
 #include <openssl/crypto.h>
 #include <openssl/ec.h>
 #include <openssl/evp.h>
@@ -43,6 +44,9 @@ ZRFL_INTERPOSE(int, BIO_write, (BIO* bio, void const* data, int size), (bio, dat
 ZRFL_INTERPOSE(int, BIO_read, (BIO* bio, void* data, int size), (bio, data, size), -1)
 ZRFL_INTERPOSE(long, BIO_ctrl, (BIO* bio, int command, long number, void* pointer), (bio, command, number, pointer), 0)
 ZRFL_OBSERVE(BIO_free_all, BIO)
+
+// Configurations
+ZRFL_OBSERVE(NCONF_free, CONF)
 
 // Numbers and points
 ZRFL_INTERPOSE(BIGNUM*, BN_new, (), (), 0)

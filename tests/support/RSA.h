@@ -112,6 +112,26 @@ protected:
     std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
 };
 
+/// The object that `make(key, prng)` makes holds both, once each and for as long as it lives. They are released here.
+template <class Make, class Key>
+void expectKept(Make make, std::shared_ptr<Key>& key, std::shared_ptr<ICryptoPRNG>& prng) {
+    std::weak_ptr<Key> const keptKey = key;
+    std::weak_ptr<ICryptoPRNG> const keptPRNG = prng;
+    ASSERT_EQ(key.use_count(), 1);
+    ASSERT_EQ(prng.use_count(), 1);
+    auto object = make(key, prng);
+    EXPECT_EQ(key.use_count(), 2);
+    EXPECT_EQ(prng.use_count(), 2);
+    key.reset();
+    prng.reset();
+    object->getKeySize();
+    EXPECT_FALSE(keptKey.expired());
+    EXPECT_FALSE(keptPRNG.expired());
+    object.reset();
+    EXPECT_TRUE(keptKey.expired());
+    EXPECT_TRUE(keptPRNG.expired());
+}
+
 /// A value that the enumeration may or may not have.
 inline RSAPaddingMode rsaPadding(int value) {
     return static_cast<RSAPaddingMode>(value);

@@ -1,6 +1,7 @@
 #ifndef ZRFL_TESTS_SUPPORT_RSAKEYS_H
 #define ZRFL_TESTS_SUPPORT_RSAKEYS_H
 
+#include "Provider.h"
 #include "Vectors.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -44,25 +45,25 @@ template <unsigned long N> struct RSAKeys;
         using PRNG = std::shared_ptr<ICryptoPRNG>;                                                                     \
         static constexpr unsigned long bits = N;                                                                       \
         static auto generateKeyPair(PRNG prng) {                                                                       \
-            return CryptoProvider().generateRSA##N##KeyPair(std::move(prng));                                          \
+            return readyProvider.generateRSA##N##KeyPair(std::move(prng));                                             \
         }                                                                                                              \
         template <class... Arguments> static PrivateKey createPrivateKey(Arguments&&... arguments) {                   \
-            return CryptoProvider().createRSA##N##PrivateKey(std::forward<Arguments>(arguments)...);                   \
+            return readyProvider.createRSA##N##PrivateKey(std::forward<Arguments>(arguments)...);                      \
         }                                                                                                              \
         template <class... Arguments> static PublicKey createPublicKey(Arguments&&... arguments) {                     \
-            return CryptoProvider().createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                    \
+            return readyProvider.createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                       \
         }                                                                                                              \
         static std::shared_ptr<IRSASigner> signer(PrivateKey key, RSAPaddingMode padding, PRNG prng) {                 \
-            return CryptoProvider().createRSA##N##Signer(std::move(key), padding, std::move(prng));                    \
+            return readyProvider.createRSA##N##Signer(std::move(key), padding, std::move(prng));                       \
         }                                                                                                              \
         static std::shared_ptr<IRSAVerifier> verifier(PublicKey key, RSAPaddingMode padding, PRNG prng) {              \
-            return CryptoProvider().createRSA##N##Verifier(std::move(key), padding, std::move(prng));                  \
+            return readyProvider.createRSA##N##Verifier(std::move(key), padding, std::move(prng));                     \
         }                                                                                                              \
         static std::shared_ptr<IRSAEncryptor> encryptor(PublicKey key, RSAPaddingMode padding, PRNG prng) {            \
-            return CryptoProvider().createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                 \
+            return readyProvider.createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                    \
         }                                                                                                              \
         static std::shared_ptr<IRSADecryptor> decryptor(PrivateKey key, RSAPaddingMode padding, PRNG prng) {           \
-            return CryptoProvider().createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                 \
+            return readyProvider.createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                    \
         }                                                                                                              \
     }
 

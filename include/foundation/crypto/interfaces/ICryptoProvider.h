@@ -37,7 +37,10 @@ namespace foundation::crypto::interfaces {
 /// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; standard
 /// exceptions met on the way arrive as `utils::InternalException` with their text, except that `std::bad_alloc` may
 /// leave any operation that makes an object. An operation that fails leaves nothing behind. One that succeeds leaves
-/// the calling thread's libcrypto error queue as it was.
+/// the calling thread's libcrypto error queue as it was; the entries of one that fails may stay there, and stand in the
+/// text of a later exception.
+///
+/// Join the threads that use the library before `exit`: libcrypto cleans up under them.
 ///
 /// Operations are called by position: the declarations stand in the order of the binary interface, which never changes.
 class ICryptoProvider {
@@ -110,6 +113,10 @@ public:
     /// Reads a private key. `encodedKey` is PEM when "-----BEGIN " stands in it before "-----END "; otherwise it is
     /// DER, PKCS #8 (RFC 5208) or PKCS #1 (RFC 8017, appendix A.1.2). Text before a PEM block, and bytes after a DER
     /// one, are skipped. An encrypted key opens only if its password is the empty one.
+    ///
+    /// The input decides what reading it costs: the iterations of an encrypted key, tried with the empty password, may
+    /// be billions, and a DSA key of 9 KB takes 8 s. Read private keys from sources you trust, or with a time limit;
+    /// this holds for all readers of private keys and their queries.
     ///
     /// @throws utils::Exception for a key of another size ("The input data corresponds to a private key of size 2048
     ///         instead of the expected size 1024").
@@ -281,7 +288,8 @@ public:
     virtual ECCKeyPairPtr<utils::EllipticCurve::Curve25519> generateECCCurve25519KeyPair() const = 0;
 
     /// Reads a private key on P-256 from PEM text (RFC 7468); text and other blocks before it are skipped. DER is not
-    /// supported. An encrypted key opens only if its password is the empty one.
+    /// supported. An encrypted key opens only if its password is the empty one. What reading costs is said with
+    /// `createRSA1024PrivateKey`: read private keys from sources you trust, or with a time limit.
     ///
     /// @throws utils::InvalidKeyEncoding for anything but a readable PEM private key, or for a password other than the
     ///         key's.

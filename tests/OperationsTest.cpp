@@ -1,0 +1,258 @@
+// What holds for every operation of the public interface alike.
+#include "support/Operations.h"
+#include "support/AES.h"
+#include "support/Allocations.h"
+#include "support/Faults.h"
+#include "support/PEM.h"
+#include "support/RSA.h"
+#include "support/RSAKeys.h"
+#include "support/Throws.h"
+
+#include <foundation/crypto/openssl/CryptoProvider.h>
+
+#include <gtest/gtest.h>
+
+#include <openssl/err.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace support;
+
+// The list
+
+TEST(Operations, AreAllListed) {
+    std::map<std::string, std::size_t> const slots{
+        // without the two of the destructor
+        {"ICryptoProvider", 78}, {"IDigestEngine", 8}, {"ICryptoPRNG", 4},    {"IAESKey", 2},
+        {"IAESEncryptor", 3},    {"IAESDecryptor", 3}, {"IRSAKeyPair", 2},    {"IRSAPrivateKey", 4},
+        {"IRSAPublicKey", 4},    {"IRSAEncryptor", 3}, {"IRSADecryptor", 3},  {"IRSASigner", 3},
+        {"IRSAVerifier", 3},     {"IECCKeyPair", 2},   {"IECCPrivateKey", 2}, {"IECCPublicKey", 2},
+        {"IECCSigner", 3},       {"IECCVerifier", 3}};
+    std::map<std::string, std::set<std::string>> names;
+    std::map<std::string, std::set<std::string>> kinds;
+    std::set<std::string> descriptions;
+    for (Operation const& operation : operations()) {
+        names[operation.interface].insert(operation.name);
+        kinds[operation.interface].insert(operation.kind);
+        EXPECT_TRUE(descriptions.insert(operation.description()).second) << operation.description();
+    }
+    EXPECT_EQ(names.size(), slots.size());
+    for (auto const& [interface, number] : slots) {
+        EXPECT_EQ(names[interface].size(), number) << interface;
+        if (interface != "ICryptoProvider") { // each kind has all the members
+            auto const rows = std::count_if(operations().begin(), operations().end(),
+                                            [&, of = interface](Operation const& row) { return row.interface == of; });
+            EXPECT_EQ(static_cast<std::size_t>(rows), number * kinds[interface].size()) << interface;
+        }
+    }
+}
+
+ByteArray outcomeOf(Operation const& operation) {
+    OperationRun const run = operation.prepare();
+    run.call();
+    return run.outcome();
+}
+
+TEST(Operations, GiveTheSameWithFreshObjects) {
+    for (Operation const& operation : operations()) {
+        ByteArray const outcome = outcomeOf(operation);
+        EXPECT_EQ(outcome, outcomeOf(operation)) << operation.description();
+        EXPECT_NE(outcome, bytes("0")) << operation.description(); // no signature is wrong, and no size is 0
+    }
+}
+
+// Memory
+
+TEST(Factories, MakeEachObjectInOneAllocationWithItsCount) {
+    std::size_t objects = 0;
+    for (Operation const& operation : operations()) {
+        if (operation.interface != "ICryptoProvider") {
+            continue;
+        }
+        OperationRun const run = operation.prepare();
+        AllocationRecording recording;
+        run.call();
+        recording.stop();
+        for (void const* const object : run.made()) {
+            auto const* const address = static_cast<char const*>(object);
+            auto const home =
+                std::find_if(recording.blocks().begin(), recording.blocks().end(), [&](auto const& block) {
+                    auto const* const begin = static_cast<char const*>(block.address);
+                    return !block.released && begin <= address && address < begin + block.size;
+                });
+            ASSERT_NE(home, recording.blocks().end()) << operation.description();
+            EXPECT_LT(home->address, object) << operation.description() << ": the count is elsewhere";
+            ++objects;
+        }
+    }
+    EXPECT_GE(objects, 73U); // of the 78 operations, 5 make none
+}
+
+// The host's mark in the error queue
+
+constexpr int hostsReason = 77;
+
+/// A mark as a host sets it, on an error of its own.
+class HostsMark {
+public:
+    HostsMark() {
+        ERR_clear_error();
+        ERR_raise(ERR_LIB_USER, hostsReason);
+        ERR_set_mark();
+    }
+
+    /// The mark is found once more, with the host's error beneath it and nothing else.
+    static testing::AssertionResult isThere() {
+        if (ERR_pop_to_mark() != 1) {
+            return testing::AssertionFailure() << "the mark is gone";
+        }
+        unsigned long const beneath = ERR_get_error();
+        if (ERR_GET_LIB(beneath) != ERR_LIB_USER || ERR_GET_REASON(beneath) != hostsReason || ERR_peek_error() != 0) {
+            return testing::AssertionFailure() << "other errors are beneath the mark";
+        }
+        return testing::AssertionSuccess();
+    }
+};
+
+TEST(HostsErrorMark, SurvivesEveryOperation) {
+    for (Operation const& operation : operations()) {
+        OperationRun const run = operation.prepare();
+        HostsMark const mark;
+        run.call();
+        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), hostsReason) << operation.description();
+        EXPECT_TRUE(mark.isThere()) << operation.description();
+    }
+}
+
+/// Whether an exception's text carries libcrypto's. Collecting it empties the queue, the host's errors and mark as
+/// well.
+bool isExplained(std::string const& text) {
+    return text.find("error:") != std::string::npos || text.find("No OpenSSL errors.") != std::string::npos;
+}
+
+TEST(HostsErrorMark, SurvivesEveryOperationWhoseCallsFail) {
+    // Finding primes takes seconds and is not what is looked at, so the keys are there already.
+    std::map<std::size_t, RawKey> ready;
+    for (std::size_t const bits : {1024U, 2048U, 4096U}) {
+        ready[bits] = readPrivate(text(readRSAKey(bits, "private.pem")));
+    }
+    using Generate = EVP_PKEY*(OSSL_LIB_CTX*, char const*, char const*, std::size_t);
+    Replacing<Generate> const known("EVP_PKEY_Q_keygen", [&](auto, auto*, char const*, char const*, std::size_t bits) {
+        EVP_PKEY_up_ref(ready.at(bits).get());
+        return ready.at(bits).get();
+    });
+
+    std::size_t failed = 0;
+    for (Operation const& operation : operations()) {
+        std::vector<std::string> functions;
+        {
+            OperationRun const run = operation.prepare();
+            Recording const recording;
+            run.call();
+            functions = recording.functions();
+        }
+        std::map<std::string, int> calls;
+        for (std::string const& function : functions) {
+            int const nth = ++calls[function];
+            SCOPED_TRACE(operation.description() + ", " + function + " " + std::to_string(nth));
+            OperationRun const run = operation.prepare();
+            HostsMark const mark;
+            Thrown thrown;
+            {
+                Failing failing(function, nth);
+                failing.withError("out of order");
+                thrown = catchFrom(run.call);
+            }
+            if (isExplained(thrown.text)) {
+                EXPECT_EQ(ERR_peek_error(), 0U);
+            } else {
+                EXPECT_TRUE(mark.isThere()) << thrown.type << " " << thrown.text;
+            }
+            failed += thrown.type == "nothing" ? 0U : 1U;
+        }
+    }
+    EXPECT_GT(failed, 1000U);
+}
+
+struct Refusal {
+    std::string name;
+    std::function<void()> operation; ///< Throws, though libcrypto is well.
+};
+
+/// Inputs that libcrypto itself refuses, mostly deep inside.
+std::vector<Refusal> const& refusals() {
+    using Key = RSAKeys<2048>;
+    static CryptoProvider const provider;
+    static auto const prng = provider.createDefaultCryptoPRNG({});
+    static auto const aesKey = provider.createAES256Key(ByteArray(32));
+    static auto const decrypt = [](AESMode mode, std::size_t size) {
+        return provider.createAES256Decryptor(aesKey, ByteArray(16), mode, AESPaddingMode::PKCS7, {})
+            ->decrypt(ByteArray(size));
+    };
+    static std::vector<Refusal> const rows{
+        {"wrong tag", [] { decrypt(AESMode::GCM, 20); }},
+        {"wrong padding", [] { decrypt(AESMode::CBC, 16); }},
+        {"no whole blocks", [] { decrypt(AESMode::CBC, 17); }},
+        {"BLAKE2b key too long", [] { provider.createBlake2bDigestEngine(ByteArray(65), {}); }},
+        {"key length 0", [] { provider.deriveKeyUsingPBKDF2("password", "salt", 0, 1); }},
+        {"no DER", [] { Key::createPrivateKey(bytes("no key")); }},
+        {"no PEM", [] { Key::createPublicKey(bytes("-----BEGIN PUBLIC KEY-----\nAAAA\n-----END PUBLIC KEY-----\n")); }},
+        {"wrong password",
+         [] {
+             std::istringstream file(text(readRSAKey(2048, "encrypted.pem")));
+             Key::createPrivateKey(file, "wrong");
+         }},
+        {"wrong password of DER",
+         [] {
+             std::istringstream file(text(readRSAKey(2048, "encrypted.der")));
+             provider.getPrivateKeySignatureMethod(file, "wrong");
+         }},
+        {"another size", [] { Key::createPublicKey(readRSAKey(1024, "public.pem")); }},
+        {"exponent too long", [] { Key::createPrivateKey(ByteArray(256, 255), ByteArray(300, 255), ByteArray{3}); }},
+        {"another size of numbers", [] { Key::createPublicKey(ByteArray(), ByteArray()); }},
+        {"no OAEP block",
+         [] {
+             auto const key = Key::createPrivateKey(readRSAKey(2048, "private.der"));
+             Key::decryptor(key, RSAPaddingMode::OAEP_SHA1, prng)->decrypt(ByteArray(256, 1));
+         }},
+        {"no hash for RSA",
+         [] {
+             auto const key = Key::createPrivateKey(readRSAKey(2048, "private.der"));
+             Key::signer(key, RSAPaddingMode::PSS, prng)->sign({}, provider.createBlake2bDigestEngine({}, {}));
+         }},
+        {"DER for PEM", [] { provider.createECCP256PrivateKey(readRSAKey(2048, "private.der")); }},
+        {"another kind of key", [] { provider.createECCP256PublicKey(readRSAKey(2048, "public.pem")); }},
+        {"another curve", [] { provider.createECCP256PrivateKey(readKey("ed25519-private.pem")); }},
+        {"no point", [] { provider.createECCP256PublicKeyFromPoint(ByteArray(65, 4)); }},
+        {"31 bytes", [] { provider.createECCCurve25519PrivateKeyFromInteger(ByteArray(31)); }},
+        {"no key", [] { provider.createECCP256Signer(nullptr)->sign({}, provider.createSHA256DigestEngine()); }},
+    };
+    return rows;
+}
+
+TEST(HostsErrorMark, SurvivesInputsThatLibcryptoRefuses) {
+    for (Refusal const& refusal : refusals()) {
+        HostsMark const mark;
+        Thrown const thrown = catchFrom(refusal.operation);
+        EXPECT_NE(thrown.type, "nothing") << refusal.name;
+        EXPECT_FALSE(isExplained(thrown.text)) << refusal.name;
+        EXPECT_TRUE(mark.isThere()) << refusal.name << ": " << thrown.text;
+    }
+}
+
+TEST(HostsErrorMark, GoesWithTheErrorsThatATextCollects) {
+    HostsMark const mark;
+    EXPECT_TRUE(isExplained(catchFrom([] { CryptoProvider().createHMACSHA256DigestEngine({}); }).text));
+    EXPECT_EQ(ERR_peek_error(), 0U);
+    EXPECT_EQ(ERR_pop_to_mark(), 0);
+}
+
+} // namespace
