@@ -10,6 +10,7 @@
 #include <foundation/crypto/utils/ByteArray.h>
 #include <foundation/crypto/utils/KeySizes.h>
 
+#include <cstddef>
 #include <istream>
 #include <memory>
 #include <string>
@@ -37,6 +38,9 @@ EVP_PKEYUPtr loadRSAPublicKey(std::istream& encodedKey);
 ///
 /// @throws utils::InternalException "Unsupported Key size" when it has none of them.
 interfaces::KeySignatureMethod getKeySignatureMethod(EVP_PKEY const* key);
+
+/// The bytes of the modulus of a key whose size is `KeySize`.
+template <class KeySize> constexpr std::size_t modulusBytes = bitsOf(KeySize()) / 8;
 
 /// An RSA private key (RFC 8017) whose modulus has as many bits as `KeySize` says.
 template <class KeySize> class RSAPrivateKey final : public interfaces::IRSAPrivateKey<KeySize> {
