@@ -2,12 +2,16 @@
 #define ZRFL_OPENSSL_CONVERSIONS_H
 
 #include "common/Handles.h"
+#include "common/Secrets.h"
 
 #include <foundation/crypto/utils/ByteArray.h>
 #include <foundation/crypto/utils/EllipticCurve.h>
 
+#include <openssl/pem.h>
+
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -58,9 +62,31 @@ EVP_PKEYUPtr readPEMPrivateKey(BIO* bio, std::string const& password);
 /// @throws utils::KeyAndCurveMismatch when it lies on another curve or is no elliptic-curve key.
 void checkCurve(EVP_PKEY const* key, utils::EllipticCurve expected);
 
-/// A pass phrase in the form of libcrypto's user data. Without any, libcrypto would ask for one on the terminal.
-inline void* passPhrase(std::string const& password) {
-    return const_cast<char*>(password.c_str());
+/// A pass phrase in the form of libcrypto's user data, for as long as it and `password` live. libcrypto takes no more
+/// than 1024 bytes of it, but counts them in 32 bits before: what is longer is cut here.
+class PassPhrase {
+public:
+    explicit PassPhrase(std::string const& password) : start_(password.c_str()) {
+        if (password.size() > PEM_BUFSIZE) {
+            cut_.assign(start_, start_ + PEM_BUFSIZE);
+            cut_.push_back('\0');
+            start_ = cut_.data();
+        }
+    }
+
+    PassPhrase(PassPhrase const&) = delete;
+    PassPhrase& operator=(PassPhrase const&) = delete;
+
+    operator void*() const noexcept { return const_cast<char*>(start_); }
+
+private:
+    std::vector<char, WipingAllocator<char>> cut_;
+    char const* start_;
+};
+
+/// Without a pass phrase in a call, libcrypto would ask for one on the terminal.
+inline PassPhrase passPhrase(std::string const& password) {
+    return PassPhrase(password);
 }
 
 /// The pass phrase for readers that take none: the empty one, so that an encrypted block fails instead of prompting.
