@@ -1,4 +1,4 @@
-// Inputs whose size does not fit into libcrypto's 32 bits. Needs 4.2 GiB of free memory, and half a minute.
+// Inputs whose size does not fit into libcrypto's 32 bits. Needs 4.2 GiB of free memory, and up to a minute.
 #include "support/ECC.h"
 #include "support/PEM.h"
 #include "support/Throws.h"
@@ -61,10 +61,10 @@ TYPED_TEST(ECCLargeInputs, AreNoKeys) {
                   std::string("Fail to create ") + (isP256 ? "BNUPtr" : "EVP_PKEYUPtr") +
                       "; the given raw pointer is NULL",
                   TypeParam::privateKeyFromInteger(this->beyond(this->pair->getPrivateKey()->getPrivateInteger())));
-    EXPECT_THROWS(InternalException,
-                  isP256 ? "Failed to add public point to OSSL_PARAM_BLD"
-                         : "Fail to create EVP_PKEYUPtr; the given raw pointer is NULL",
-                  TypeParam::publicKeyFromPoint(this->beyond(this->pair->getPublicKey()->getPublicPoint())));
+    if (!isP256) { // libcrypto counts a point's bytes in full, and copies them twice before it looks at them
+        EXPECT_THROWS(InternalException, "Fail to create EVP_PKEYUPtr; the given raw pointer is NULL",
+                      TypeParam::publicKeyFromPoint(this->beyond(this->pair->getPublicKey()->getPublicPoint())));
+    }
 }
 
 template <class Factory> class ECCLargePasswords : public testing::Test {};

@@ -1,4 +1,4 @@
-// Inputs whose size does not fit into libcrypto's 32 bits. Needs 4.2 GiB of free memory, and half a minute.
+// Inputs whose size does not fit into libcrypto's 32 bits. Needs 4.2 GiB of free memory, and up to a minute.
 #include "support/Bytes.h"
 #include "support/RSA.h"
 #include "support/RSAKeys.h"

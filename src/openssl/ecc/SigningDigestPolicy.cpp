@@ -21,10 +21,31 @@ template <class... Algorithms> bool isOneOf(std::string const& digestName) {
     return ((digestName == Algorithms::getDigestName()) || ...);
 }
 
-/// The text names the engine's digest as the engine names it then.
-void refuseUnless(bool accepted, char const* refusal, interfaces::IDigestEngine const& engine) {
-    if (!accepted) {
-        throw UnsupportedDigestAlgorithm(refusal + askForName(engine));
+bool isAccepted(std::string const& digestName, EllipticCurve curve) {
+    switch (curve) {
+    case EllipticCurve::P256:
+        return isOneOf<SHA224DigestAlgorithm, SHA256DigestAlgorithm, SHA384DigestAlgorithm, SHA512DigestAlgorithm>(
+            digestName);
+    case EllipticCurve::Curve25519:
+        return isOneOf<SHA512DigestAlgorithm>(digestName);
+    default:
+        return false;
+    }
+}
+
+/// The words for a digest that is not accepted; what everybody thinks insecure is that on every curve.
+char const* getRefusal(std::string const& digestName, EllipticCurve curve) {
+    if (isOneOf<SHA1DigestAlgorithm, MD5DigestAlgorithm>(digestName)) {
+        return "Insecure digest algorithm should not be used for signing/verification: ";
+    }
+    switch (curve) {
+    case EllipticCurve::P256:
+        return "P256 Signing/verification does not support digest algorithm: ";
+    case EllipticCurve::Curve25519:
+        return "Curve25519 signing/verification can only support the SHA-512 digest algorithm. "
+               "Digest algorithm passed: ";
+    default:
+        throw InternalException("Unknown curve");
     }
 }
 
@@ -32,22 +53,9 @@ void refuseUnless(bool accepted, char const* refusal, interfaces::IDigestEngine 
 
 void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine, EllipticCurve curve) {
     std::string const name = askForName(*engine);
-    refuseUnless(!isOneOf<SHA1DigestAlgorithm, MD5DigestAlgorithm>(name),
-                 "Insecure digest algorithm should not be used for signing/verification: ", *engine);
-    switch (curve) {
-    case EllipticCurve::P256:
-        refuseUnless(
-            isOneOf<SHA224DigestAlgorithm, SHA256DigestAlgorithm, SHA384DigestAlgorithm, SHA512DigestAlgorithm>(name),
-            "P256 Signing/verification does not support digest algorithm: ", *engine);
-        break;
-    case EllipticCurve::Curve25519:
-        refuseUnless(isOneOf<SHA512DigestAlgorithm>(name),
-                     "Curve25519 signing/verification can only support the SHA-512 digest algorithm. "
-                     "Digest algorithm passed: ",
-                     *engine);
-        break;
-    default:
-        throw InternalException("Unknown curve");
+    if (!isAccepted(name, curve)) {
+        char const* const refusal = getRefusal(name, curve);
+        throw UnsupportedDigestAlgorithm(refusal + askForName(*engine)); // as the engine names its digest now
     }
 }
 

@@ -39,9 +39,6 @@ EVP_PKEYUPtr loadRSAPublicKey(std::istream& encodedKey);
 /// @throws utils::InternalException "Unsupported Key size" when it has none of them.
 interfaces::KeySignatureMethod getKeySignatureMethod(EVP_PKEY const* key);
 
-/// The bytes of the modulus of a key whose size is `KeySize`.
-template <class KeySize> constexpr std::size_t modulusBytes = bitsOf(KeySize()) / 8;
-
 /// An RSA private key (RFC 8017) whose modulus has as many bits as `KeySize` says.
 template <class KeySize> class RSAPrivateKey final : public interfaces::IRSAPrivateKey<KeySize> {
 public:
@@ -109,6 +106,9 @@ private:
     std::shared_ptr<RSAPrivateKey<KeySize>> privateKey_;
     std::shared_ptr<RSAPublicKey<KeySize>> publicKey_;
 };
+
+/// The bytes of the modulus of a key whose size is `KeySize`.
+template <class KeySize> constexpr std::size_t modulusBytes = bitsOf(KeySize()) / 8;
 
 extern template class RSAPrivateKey<utils::RSAKeySize<1024>>;
 extern template class RSAPrivateKey<utils::RSAKeySize<2048>>;
