@@ -31,6 +31,7 @@ protected:
 
     /// `bytes` and four gibibytes more, in memory that the tests share.
     static ByteArray& beyond(ByteArray const& bytes) {
+        large.reserve(fourGiB + 10000); // so that it never moves
         large.resize(fourGiB + bytes.size(), '\n');
         std::copy(bytes.begin(), bytes.end(), large.begin());
         return large;
