@@ -649,6 +649,37 @@ TYPED_TEST(ECCCalls, OfAVerificationAreThoseThatTheWorkNeeds) {
     EXPECT_EQ(recording.calls().at(1).arguments.at(2) != 0, TypeParam::curve == EllipticCurve::P256);
 }
 
+// libcrypto cuts the size of an ECDSA signature to 32 bits.
+TYPED_TEST(ECCCalls, ThatVerifyNeverSeeASignatureLongerThanTheKeyMakes) {
+    auto const key = Operations<TypeParam>::pair().getPublicKey();
+    auto const verifier = TypeParam::verifier(key);
+    auto const longest = static_cast<std::size_t>(
+        EVP_PKEY_get_size(std::dynamic_pointer_cast<openssl::ECCPublicKey<TypeParam::curve>>(key)->get()));
+    int asked = 0;
+    auto const engine = std::make_shared<HostEngine>([] { return "SHA512"; },
+                                                     [&] {
+                                                         ++asked;
+                                                         return "sha512";
+                                                     });
+    for (std::size_t const size : {longest, longest + 1, std::size_t(100000)}) {
+        ByteArray const signature(size, 0x30);
+        std::istringstream stream("abc");
+        asked = 0;
+        Recording const recording;
+        EXPECT_FALSE(verifier->verify(bytes("abc"), signature, engine).isValid());
+        EXPECT_FALSE(verifier->verify(stream, signature, engine).isValid());
+        EXPECT_EQ(recording.count("EVP_DigestVerify"), size == longest ? 2U : 0U);
+        EXPECT_EQ(recording.functions().empty(), size != longest);
+        EXPECT_EQ(asked, 2);
+    }
+    ByteArray const tooLong(longest + 1);
+    EXPECT_THROWS(utils::UnsupportedDigestAlgorithm,
+                  "Insecure digest algorithm should not be used for signing/verification: SHA1",
+                  verifier->verify(bytes("abc"), tooLong, engineNamed("sha1")));
+    EXPECT_THROWS(InternalException, noVerifying, // without a key that is told, whatever the signature
+                  TypeParam::verifier(nullptr)->verify(bytes("abc"), tooLong, engine));
+}
+
 TEST(ECCSignatureCalls, NameTheDigestOfTheEngineOnP256) {
     for (std::string const name : {"sha224", "sha256", "sha384", "sha512"}) {
         std::string named;

@@ -418,6 +418,42 @@ TEST(RSAEncryptionCalls, StopBeforeSeedingWhenThePaddingIsUnknown) {
                                         "EVP_PKEY_CTX_new", "EVP_PKEY_decrypt_init", "EVP_PKEY_CTX_free"}));
 }
 
+// libcrypto cuts sizes to 32 bits, and writes past its buffer for a message of 2 GiB.
+TEST(RSAEncryptionCalls, NeverSeeMoreThanTheModulusHas) {
+    struct {
+        std::string transform;
+        std::string text;
+        std::string unknownSize;
+        std::function<void(RSAPaddingMode, ByteArray const&)> operation;
+    } const rows[]{
+        {"EVP_PKEY_encrypt",
+         "EVP_PKEY_encrypt failed to generate the encrypted text. Please try using streams for this operation.",
+         "Failed to obtain the output length for encryption.",
+         [](RSAPaddingMode padding, ByteArray const& block) { user().encryptor(padding)->encrypt(block); }},
+        {"EVP_PKEY_decrypt", "EVP_PKEY_decrypt failed to generate the decrypted text.",
+         "Failed to obtain the output length for decryption.",
+         [](RSAPaddingMode padding, ByteArray const& block) { user().decryptor(padding)->decrypt(block); }}};
+
+    for (auto const& [transform, text, unknownSize, operation] : rows) {
+        for (RSAPaddingMode const padding : all) {
+            for (std::size_t const size : {256U, 257U, 512U, 100000U}) {
+                ByteArray const block(size, 0xff); // no number below the modulus
+                Recording const recording;
+                EXPECT_THROWS(InternalException, text, operation(padding, block));
+                std::vector<Call> const calls = recording.callsOf(transform);
+                EXPECT_EQ(calls.size(), size == 256 ? 2U : 1U); // the one that asks for the result's size is made
+                for (Call const& call : calls) {
+                    EXPECT_EQ(call.arguments.at(4), 256);
+                }
+                EXPECT_EQ(recording.count("RAND_seed"), 1U);
+                ERR_clear_error();
+            }
+            Failing const failing(transform); // of too many bytes this is told first
+            EXPECT_THROWS(InternalException, unknownSize, operation(padding, ByteArray(257)));
+        }
+    }
+}
+
 TEST(RSAEncryptionCalls, TakeTheFinalSizeOfTheResult) {
     Replacing<decltype(EVP_PKEY_encrypt)> const shrinking(
         "EVP_PKEY_encrypt", [](auto real, EVP_PKEY_CTX* context, unsigned char* out, std::size_t* outSize,

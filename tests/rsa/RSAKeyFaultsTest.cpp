@@ -12,6 +12,7 @@
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 
+#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -468,6 +469,30 @@ TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
         EXPECT_EQ(arguments.at(2), 0) << function;
         EXPECT_NE(arguments.at(3), 0) << function;
     }
+}
+
+// libcrypto takes no more of it, but counts it in 32 bits before.
+TEST(RSAKeyCalls, SeeNoMoreThan1024CharactersOfAPassPhrase) {
+    std::vector<std::size_t> sizes;
+    auto const look = [&](auto real, auto input, auto key, auto callback, void* phrase) {
+        EXPECT_EQ(callback, nullptr);
+        sizes.push_back(std::strlen(static_cast<char const*>(phrase)));
+        return real(input, key, callback, phrase);
+    };
+    Replacing<decltype(PEM_read_bio_PrivateKey)> const pem("PEM_read_bio_PrivateKey", look);
+    Replacing<decltype(d2i_PKCS8PrivateKey_bio)> const der("d2i_PKCS8PrivateKey_bio", look);
+    for (char const* const form : {"encrypted.pem", "encrypted.der"}) {
+        for (std::size_t const size : {0U, 8U, 1023U, 1024U, 1025U, 100000U}) {
+            std::istringstream stream(text(key(form)));
+            catchFrom([&] { PrivateKey const loaded(stream, std::string(size, 'p')); });
+        }
+    }
+    std::vector<std::size_t> const expected{0, 8, 1023, 1024, 1024, 1024};
+    EXPECT_EQ(std::vector<std::size_t>(sizes.begin(), sizes.begin() + 6), expected);
+    EXPECT_EQ(std::vector<std::size_t>(sizes.begin() + 6, sizes.end()), expected);
+
+    std::istringstream stream(text(key("encrypted.pem")));
+    EXPECT_NO_THROW(PrivateKey(stream, "password" + std::string(5000, '\0'))); // it ends at the first NUL
 }
 
 TEST(RSAKeyCalls, OfBuildingAreThoseThatTheWorkNeeds) {

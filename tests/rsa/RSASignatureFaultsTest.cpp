@@ -262,6 +262,29 @@ TEST(RSAVerifierCalls, AreThoseThatTheWorkNeeds) {
     }
 }
 
+TEST(RSAVerifierCalls, AreNoneForASignatureOfAnotherSizeThanTheModulus) {
+    for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
+        auto const verifier = rsaTestKeyUser(2048).verifier(padding);
+        ByteArray const signature = sign(padding);
+        int asked = 0;
+        auto const engine = std::make_shared<HostEngine>(nullptr, [&] {
+            ++asked;
+            return "sha256";
+        });
+        for (std::size_t const size : {0U, 1U, 255U, 257U, 512U, 100000U}) {
+            ByteArray other = signature;
+            other.resize(size);
+            asked = 0;
+            Recording const recording;
+            EXPECT_FALSE(verifier->verify(bytes("message"), other, engine).isValid());
+            EXPECT_EQ(recording.functions(), std::vector<std::string>()) << size;
+            EXPECT_EQ(asked, 1);
+        }
+    }
+    EXPECT_THROWS(InternalException, "Cannot use OAEP as Padding Algorithm for Signatures in OpenSSL.",
+                  verify(RSAPaddingMode::OAEP_SHA1, ByteArray(257)));
+}
+
 // Allocations of the library
 
 TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerifying) {

@@ -217,6 +217,32 @@ TEST(RSASignatures, OfAnotherSizeAreRefused) {
     }
 }
 
+// RFC 8017, 8.1.2 and 8.2.2: the length is looked at first. libcrypto alone takes the number for the signature with
+// PSS.
+TEST(RSASignatures, WithoutTheirLeadingZeroByteAreRefused) {
+    for (Vector const& vector : readVectors("rsa_leading_zero.txt")) {
+        SCOPED_TRACE(vector.id());
+        RSAKeyUser const& user = rsaTestKeyUser(vector.number("bits"));
+        ByteArray const message = vector.bytes("msg");
+        ByteArray const signature = vector.bytes("sig");
+        ASSERT_EQ(signature.at(0), 0);
+        ByteArray const shorter(signature.begin() + 1, signature.end());
+        ByteArray longer = signature;
+        longer.insert(longer.begin(), 0);
+        std::vector<RSAPaddingMode> const paddings = vector.word("pad") == "pss"
+                                                         ? std::vector<RSAPaddingMode>{pss, unknown}
+                                                         : std::vector<RSAPaddingMode>{pkcs1};
+        for (RSAPaddingMode const padding : paddings) {
+            auto const verifier = user.verifier(padding);
+            EXPECT_TRUE(verify(*verifier, message, signature));
+            EXPECT_FALSE(verify(*verifier, message, shorter));
+            EXPECT_FALSE(verify(*verifier, message, longer));
+            std::istringstream stream(text(message));
+            EXPECT_FALSE(verifier->verify(stream, shorter, engineNamed("sha256")).isValid());
+        }
+    }
+}
+
 TEST(RSASignatures, AreMadeByAKeyWithoutItsPrimes) {
     auto const whole = provider.createRSA2048PrivateKey(readRSAKey(2048, "private.der"));
     auto const publicKey = provider.createRSA2048PublicKey(readRSAKey(2048, "public.der"));

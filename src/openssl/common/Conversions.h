@@ -2,11 +2,15 @@
 #define ZRFL_OPENSSL_CONVERSIONS_H
 
 #include "common/Handles.h"
+#include "common/Secrets.h"
 
 #include <foundation/crypto/utils/ByteArray.h>
 
+#include <openssl/pem.h>
+
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -35,9 +39,31 @@ template <class Bytes> std::string_view asText(Bytes const& bytes) {
 /// Writes all of `text`, which is not empty, to `bio`.
 void write(std::string_view text, BIO* bio);
 
-/// A pass phrase in the form of libcrypto's user data. Without any, libcrypto would ask for one on the terminal.
-inline void* passPhrase(std::string const& password) {
-    return const_cast<char*>(password.c_str());
+/// A pass phrase in the form of libcrypto's user data, for as long as it and `password` live. libcrypto takes no more
+/// than 1024 bytes of it, but counts them in 32 bits before: what is longer is cut here.
+class PassPhrase {
+public:
+    explicit PassPhrase(std::string const& password) : start_(password.c_str()) {
+        if (password.size() > PEM_BUFSIZE) {
+            cut_.assign(start_, start_ + PEM_BUFSIZE);
+            cut_.push_back('\0');
+            start_ = cut_.data();
+        }
+    }
+
+    PassPhrase(PassPhrase const&) = delete;
+    PassPhrase& operator=(PassPhrase const&) = delete;
+
+    operator void*() const noexcept { return const_cast<char*>(start_); }
+
+private:
+    std::vector<char, WipingAllocator<char>> cut_;
+    char const* start_;
+};
+
+/// Without a pass phrase in a call, libcrypto would ask for one on the terminal.
+inline PassPhrase passPhrase(std::string const& password) {
+    return PassPhrase(password);
 }
 
 /// The pass phrase for readers that take none: the empty one, so that an encrypted block fails instead of prompting.

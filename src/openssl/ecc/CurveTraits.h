@@ -6,6 +6,7 @@
 #include <foundation/crypto/utils/ByteArray.h>
 #include <foundation/crypto/utils/EllipticCurve.h>
 
+#include <cstddef>
 #include <string>
 
 namespace foundation::crypto::openssl {
@@ -17,6 +18,9 @@ template <utils::EllipticCurve C> struct CurveTraits;
 /// NIST P-256 for ECDSA (FIPS 186-5, SP 800-186).
 template <> struct CurveTraits<utils::EllipticCurve::P256> {
     static constexpr int keyType = EVP_PKEY_EC;
+
+    /// The bytes of a signature, as `EVP_PKEY_get_size` tells them of a key: DER with two integers of 33 bytes.
+    static constexpr std::size_t longestSignature = 72;
 
     /// Narrows the key type to the one curve, for a context that generates keys.
     static void chooseCurve(EVP_PKEY_CTX* generation);
@@ -37,6 +41,8 @@ template <> struct CurveTraits<utils::EllipticCurve::P256> {
 /// Curve25519 for Ed25519 (RFC 8032); libcrypto takes and returns its keys as they are, 32 bytes each.
 template <> struct CurveTraits<utils::EllipticCurve::Curve25519> {
     static constexpr int keyType = EVP_PKEY_ED25519;
+
+    static constexpr std::size_t longestSignature = 64;
 
     static void chooseCurve(EVP_PKEY_CTX* /*generation*/) {} // the key type says it all
 

@@ -7,6 +7,7 @@
 #include "ecc/CurveTraits.h"
 #include "ecc/SigningDigestPolicy.h"
 
+#include <cstddef>
 #include <string>
 #include <utility>
 
@@ -26,11 +27,11 @@ long keyBits(EVP_PKEY const* key) {
     return EVP_PKEY_get_bits(key);
 }
 
-/// The digest's name for libcrypto, once the curve has accepted the digest.
+/// The digest's name for libcrypto, once the curve has accepted the digest. What the engine throws is translated.
 std::string getAcceptedDigest(EnginePtr const& engine, utils::EllipticCurve curve) {
     requireDigestEngine(engine);
     checkSigningDigest(engine, curve);
-    return getDigestNameForSignature(engine);
+    return rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(engine); });
 }
 
 ByteArray signECC(EVP_PKEY* key, char const* digest, ByteArray const& message) {
@@ -41,8 +42,11 @@ ByteArray signECC(EVP_PKEY* key, char const* digest, ByteArray const& message) {
     return sign(context.get(), message);
 }
 
-utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, char const* digest, ByteArray const& message,
-                                             ByteArray const& signature) {
+utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, std::size_t longestSignature, char const* digest,
+                                             ByteArray const& message, ByteArray const& signature) {
+    if (key != nullptr && signature.size() > longestSignature) {
+        return utils::makeInvalidSignatureVerificationStatus(); // libcrypto cuts the size of such a one to 32 bits
+    }
     ErrorQueueMark const mark; // a signature that does not match is no error
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     require(EVP_DigestVerifyInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key, nullptr) == 1,
@@ -53,22 +57,23 @@ utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, char const* digest, 
                        : utils::makeInvalidSignatureVerificationStatus();
 }
 
+ByteArray readMessage(std::istream& message) {
+    return rethrowForeignAs<utils::InternalException>([&] { return readExtracted<ByteArray>(message); });
+}
+
 } // namespace
 
 template <utils::EllipticCurve C>
 ECCSigner<C>::ECCSigner(std::shared_ptr<ECCPrivateKey<C>> key) : key_(std::move(key)) {}
 
 template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& message, EnginePtr digest) const {
-    return rethrowForeignAs<utils::InternalException>([&] {
-        std::string const name = getAcceptedDigest(digest, C);
-        return signECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message);
-    });
+    std::string const name = getAcceptedDigest(digest, C);
+    return signECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message);
 }
 
 template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, EnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return rethrowForeignAs<utils::InternalException>(
-        [&] { return sign(readExtracted<ByteArray>(message), std::move(digest)); });
+    return sign(readMessage(message), std::move(digest));
 }
 
 template <utils::EllipticCurve C> long ECCSigner<C>::getKeySize() const {
@@ -81,18 +86,16 @@ ECCVerifier<C>::ECCVerifier(std::shared_ptr<ECCPublicKey<C>> key) : key_(std::mo
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(ByteArray const& message, ByteArray const& signature,
                                                           EnginePtr digest) const {
-    return rethrowForeignAs<utils::InternalException>([&] {
-        std::string const name = getAcceptedDigest(digest, C);
-        return verifyECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message, signature);
-    });
+    std::string const name = getAcceptedDigest(digest, C);
+    return verifyECC(rawKey(key_), CurveTraits<C>::longestSignature, CurveTraits<C>::chooseDigest(name), message,
+                     signature);
 }
 
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message, ByteArray const& signature,
                                                           EnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return rethrowForeignAs<utils::InternalException>(
-        [&] { return verify(readExtracted<ByteArray>(message), signature, std::move(digest)); });
+    return verify(readMessage(message), signature, std::move(digest));
 }
 
 template <utils::EllipticCurve C> long ECCVerifier<C>::getKeySize() const {

@@ -7,6 +7,7 @@
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <istream>
 #include <ostream>
@@ -79,10 +80,11 @@ void reseed(ICryptoPRNG& prng) {
     RAND_seed(seed.data(), static_cast<int>(seed.size()));
 }
 
-/// One RSA operation on one block.
+/// One RSA operation on one block. A block that is longer than the modulus never reaches libcrypto, which cuts sizes to
+/// 32 bits and writes past its buffers for some below.
 template <class Bytes>
-Bytes transformBlock(Direction const& direction, EVP_PKEY* key, RSAPaddingMode padding, ICryptoPRNG& prng,
-                     unsigned char const* data, std::size_t size) {
+Bytes transformBlock(Direction const& direction, EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
+                     ICryptoPRNG& prng, unsigned char const* data, std::size_t size) {
     ErrorQueueMark const mark; // removing PKCS #1 v1.5 padding leaves an entry behind, whether it was right or not
     EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new(key, nullptr));
     require(direction.initialize(context.get()) > 0, direction.notInitialized);
@@ -90,7 +92,9 @@ Bytes transformBlock(Direction const& direction, EVP_PKEY* key, RSAPaddingMode p
     reseed(prng);
 
     std::size_t outSize = 0;
-    require(direction.transform(context.get(), nullptr, &outSize, data, size) > 0, direction.unknownSize);
+    std::size_t const taken = std::min(size, modulusSize);
+    require(direction.transform(context.get(), nullptr, &outSize, data, taken) > 0, direction.unknownSize);
+    require(taken == size, direction.notTransformed);
     Bytes out(outSize);
     require(direction.transform(context.get(), out.data(), &outSize, data, size) > 0, direction.notTransformed);
     out.resize(outSize);
@@ -128,13 +132,14 @@ void write(SecretBytes const& block, std::ostream& output) {
 }
 
 /// One RSA operation for each `chunkLength` bytes of `input`; what it has read and made in between is wiped.
-std::ostream& transformStream(Direction const& direction, EVP_PKEY* key, RSAPaddingMode padding, ICryptoPRNG& prng,
-                              int chunkLength, std::istream& input, std::ostream& output) {
+std::ostream& transformStream(Direction const& direction, EVP_PKEY* key, std::size_t modulusSize,
+                              RSAPaddingMode padding, ICryptoPRNG& prng, int chunkLength, std::istream& input,
+                              std::ostream& output) {
     require(chunkLength != 0, "chunkLength must be greater than zero");
     require(chunkLength > 0, "chunkLength exceeds maximum ByteArray size");
     SecretBytes chunk(static_cast<std::size_t>(chunkLength));
     while (std::size_t const size = readChunk(input, chunk)) {
-        write(transformBlock<SecretBytes>(direction, key, padding, prng, chunk.data(), size), output);
+        write(transformBlock<SecretBytes>(direction, key, modulusSize, padding, prng, chunk.data(), size), output);
     }
     return output;
 }
@@ -151,14 +156,16 @@ RSAEncryptor<KeySize>::RSAEncryptor(std::shared_ptr<RSAPublicKey<KeySize>> key, 
 }
 
 template <class KeySize> ByteArray RSAEncryptor<KeySize>::encrypt(ByteArray const& plainText) const {
-    return transformBlock<ByteArray>(encryption, key_->get(), padding_, *prng_, plainText.data(), plainText.size());
+    return transformBlock<ByteArray>(encryption, key_->get(), modulusBytes<KeySize>, padding_, *prng_, plainText.data(),
+                                     plainText.size());
 }
 
 template <class KeySize>
 std::ostream& RSAEncryptor<KeySize>::encrypt(std::istream& plainText, std::ostream& cipherText) const {
     return rethrowAs<utils::InternalException>([&]() -> std::ostream& {
         int const chunkLength = EVP_PKEY_get_size(key_->get()) - getOverhead(padding_);
-        return transformStream(encryption, key_->get(), padding_, *prng_, chunkLength, plainText, cipherText);
+        return transformStream(encryption, key_->get(), modulusBytes<KeySize>, padding_, *prng_, chunkLength, plainText,
+                               cipherText);
     });
 }
 
@@ -172,14 +179,16 @@ RSADecryptor<KeySize>::RSADecryptor(std::shared_ptr<RSAPrivateKey<KeySize>> key,
 }
 
 template <class KeySize> ByteArray RSADecryptor<KeySize>::decrypt(ByteArray const& cipherText) const {
-    return transformBlock<ByteArray>(decryption, key_->get(), padding_, *prng_, cipherText.data(), cipherText.size());
+    return transformBlock<ByteArray>(decryption, key_->get(), modulusBytes<KeySize>, padding_, *prng_,
+                                     cipherText.data(), cipherText.size());
 }
 
 template <class KeySize>
 std::ostream& RSADecryptor<KeySize>::decrypt(std::istream& cipherText, std::ostream& plainText) const {
     return rethrowAs<utils::InternalException>([&]() -> std::ostream& {
         int const chunkLength = EVP_PKEY_get_size(key_->get());
-        return transformStream(decryption, key_->get(), padding_, *prng_, chunkLength, cipherText, plainText);
+        return transformStream(decryption, key_->get(), modulusBytes<KeySize>, padding_, *prng_, chunkLength,
+                               cipherText, plainText);
     });
 }
 

@@ -9,6 +9,7 @@
 #include <foundation/crypto/utils/ByteArray.h>
 #include <foundation/crypto/utils/KeySizes.h>
 
+#include <cstddef>
 #include <istream>
 #include <memory>
 #include <string>
@@ -82,6 +83,9 @@ private:
     std::shared_ptr<RSAPrivateKey<KeySize>> privateKey_;
     std::shared_ptr<RSAPublicKey<KeySize>> publicKey_;
 };
+
+/// The bytes of the modulus of a key whose size is `KeySize`.
+template <class KeySize> constexpr std::size_t modulusBytes = bitsOf(KeySize()) / 8;
 
 extern template class RSAPrivateKey<utils::RSAKeySize<1024>>;
 extern template class RSAPrivateKey<utils::RSAKeySize<2048>>;

@@ -8,6 +8,7 @@
 
 #include <openssl/rsa.h>
 
+#include <cstddef>
 #include <cxxabi.h>
 #include <string>
 #include <utility>
@@ -58,9 +59,12 @@ ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& messag
     return sign(context.get(), message);
 }
 
-bool isSignedRSA(EVP_PKEY* key, RSAPaddingMode padding, int signaturePadding, ByteArray const& message,
-                 ByteArray const& signature, std::shared_ptr<IDigestEngine> const& digest) {
+bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding, int signaturePadding,
+                 ByteArray const& message, ByteArray const& signature, std::shared_ptr<IDigestEngine> const& digest) {
     std::string const digestName = getDigestNameForSignature(digest);
+    if (signature.size() != modulusSize) {
+        return false; // RFC 8017, 8.1.2 and 8.2.2, step 1, where libcrypto takes any PSS signature of the same number
+    }
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     if (EVP_DigestVerifyInit_ex(context.get(), nullptr, digestName.c_str(), nullptr, nullptr, key, nullptr) != 1) {
         return false;
@@ -71,12 +75,13 @@ bool isSignedRSA(EVP_PKEY* key, RSAPaddingMode padding, int signaturePadding, By
            EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
 }
 
-SignatureVerificationStatus verifyRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message,
-                                      ByteArray const& signature, std::shared_ptr<IDigestEngine> const& digest) {
+SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
+                                      ByteArray const& message, ByteArray const& signature,
+                                      std::shared_ptr<IDigestEngine> const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
     ErrorQueueMark const mark; // outlives the exceptions below, which are no more than an answer
     try {
-        if (isSignedRSA(key, padding, signaturePadding, message, signature, digest)) {
+        if (isSignedRSA(key, modulusSize, padding, signaturePadding, message, signature, digest)) {
             return utils::makeValidSignatureVerificationStatus();
         }
     } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
@@ -122,7 +127,7 @@ RSAVerifier<KeySize>::RSAVerifier(std::shared_ptr<RSAPublicKey<KeySize>> key, RS
 template <class KeySize>
 SignatureVerificationStatus RSAVerifier<KeySize>::verify(ByteArray const& message, ByteArray const& signature,
                                                          std::shared_ptr<IDigestEngine> digest) const {
-    return verifyRSA(key_->get(), padding_, message, signature, digest);
+    return verifyRSA(key_->get(), modulusBytes<KeySize>, padding_, message, signature, digest);
 }
 
 template <class KeySize>
