@@ -225,13 +225,17 @@ TEST(Blake2bFault, OfReinitializationIsReportedByWhatComesNext) {
                       {Mode::MAC, "EVP_MAC_init"}};
 
     for (auto const& row : rows) {
-        SCOPED_TRACE(row.call);
-        Engine engine = engineOf(row.mode);
-        {
-            Failing const failing(row.call);
-            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        bool const makesAnObject = row.call != "EVP_DigestInit_ex2" && row.call != "EVP_MAC_init";
+        for (bool const carriedOut : {false, !makesAnObject}) {
+            SCOPED_TRACE(row.call);
+            Engine engine = engineOf(row.mode);
+            {
+                Failing failing(row.call);
+                failing.carriedOut(carriedOut);
+                EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+            }
+            expectUnusable(engine, row.mode);
         }
-        expectUnusable(engine, row.mode);
     }
 }
 
@@ -267,6 +271,19 @@ TEST_P(Blake2bModes, KeepTheMessageWhenAnUpdateOrTheFinalCallFails) {
         EXPECT_THROW(engine.finalize(), InternalException);
     }
     EXPECT_EQ(engine.computeDigest(bytes("c")), digestOfABC());
+}
+
+TEST_P(Blake2bModes, GiveNoDigestAfterAFinalCallThatWasCarriedOut) {
+    Engine engine = engineOf(GetParam());
+    {
+        Failing failing(either("EVP_DigestFinal_ex", "EVP_MAC_final"));
+        failing.carriedOut();
+        EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+    }
+    char const* const text = either(notFinalized.c_str(), macNotFinalized.c_str());
+    EXPECT_THROWS(InternalException, text, engine.finalize());
+    EXPECT_THROW(engine.update(bytes("abc")), InternalException);
+    EXPECT_THROWS(InternalException, text, engine.finalize());
 }
 
 TEST_P(Blake2bModes, KeepTheTargetOfAnAssignmentThatFails) {

@@ -160,13 +160,16 @@ void expectUnusable(Engine& engine) {
 
 TEST(HMACFault, OfReinitializationIsReportedByWhatComesNext) {
     for (std::string const call : {"EVP_get_digestbyname", "EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_init"}) {
-        SCOPED_TRACE(call);
-        Engine engine(key);
-        {
-            Failing const failing(call);
-            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        for (bool const carriedOut : {false, call == "EVP_MAC_init"}) {
+            SCOPED_TRACE(call);
+            Engine engine(key);
+            {
+                Failing failing(call);
+                failing.carriedOut(carriedOut);
+                EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+            }
+            expectUnusable(engine);
         }
-        expectUnusable(engine);
     }
 }
 
@@ -190,6 +193,18 @@ TEST(HMACFault, OfTheFinalCallLeavesTheContextInPlace) {
         EXPECT_EQ(recording.functions(), std::vector<std::string>{"EVP_MAC_final"});
     }
     EXPECT_EQ(engine.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+}
+
+TEST(HMACFault, OfAFinalCallThatWasCarriedOutLeavesNoCode) {
+    Engine engine(key);
+    {
+        Failing failing("EVP_MAC_final");
+        failing.carriedOut();
+        EXPECT_THROWS(InternalException, notFinalized, engine.computeDigest(bytes("abc")));
+    }
+    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
+    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
 }
 
 TEST(HMACFault, InUpdateLeavesTheMessageAsItWas) {
