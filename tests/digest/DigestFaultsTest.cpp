@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstddef>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -253,6 +255,20 @@ TEST(DigestCalls, FeedAStreamInPiecesOf1024Bytes) {
         }
         EXPECT_EQ(found, pieces) << size;
     }
+}
+
+TEST(DigestCalls, HandOverTheWholeSizeOfAnUpdate) {
+    constexpr std::size_t large = std::size_t(UINT_MAX) + 6;
+    unsigned char const byte = 'a';
+    Replacing<decltype(EVP_DigestUpdate)> const watching(
+        "EVP_DigestUpdate", [&](auto /*real*/, EVP_MD_CTX*, void const* data, std::size_t size) {
+            EXPECT_EQ(data, &byte);
+            EXPECT_EQ(size, large);
+            return 1;
+        });
+    Recording const recording;
+    Engine().update(&byte, large);
+    EXPECT_EQ(recording.count("EVP_DigestUpdate"), 1U);
 }
 
 TEST(DigestCalls, FeedNothingFromAStreamThatIsNotGood) {
