@@ -36,9 +36,9 @@ enum class KeySignatureMethod : int {
 /// use one provider. What it returns is never empty, belongs to the caller, and outlives the provider.
 ///
 /// Keys and random generators handed in must come from this library (from any provider object). One that is null or of
-/// another implementation, another copy of this library in the process included, counts as missing; what then happens is said with each operation. Objects keep shared
-/// references to the keys and generators they were made with, and to nothing else of the caller's. Values outside an
-/// enumeration are passed on, and refused where they are used.
+/// another implementation, another copy of this library in the process included, counts as missing; what then happens
+/// is said with each operation. Objects keep shared references to the keys and generators they were made with, and to
+/// nothing else of the caller's. Values outside an enumeration are passed on, and refused where they are used.
 ///
 /// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; standard
 /// exceptions met on the way arrive as `utils::InternalException` with their text, except that `std::bad_alloc` may
