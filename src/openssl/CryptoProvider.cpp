@@ -21,6 +21,8 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace foundation::crypto::openssl {
@@ -34,9 +36,16 @@ namespace {
 
 using DefaultPRNG = CryptoPRNG<utils::DefaultPRNGAlgorithm>;
 
+/// Whether `object` is of this library's own class. Another copy of the library in the process has classes of the same
+/// names, which count as equal for a cast; but its type information, being hidden as ours is, has other addresses.
+template <class Own, class Interface> bool isOwn(Interface const& object) {
+    static_assert(std::is_final_v<Own>, "a derived class has type information of its own");
+    return &typeid(object) == &typeid(Own);
+}
+
 /// The library's own class behind an interface; empty for a null or a foreign object.
 template <class Own, class Interface> std::shared_ptr<Own> narrow(std::shared_ptr<Interface> const& given) {
-    return std::dynamic_pointer_cast<Own>(given);
+    return given != nullptr && isOwn<Own>(*given) ? std::dynamic_pointer_cast<Own>(given) : nullptr;
 }
 
 // What each kind of argument is narrowed to.

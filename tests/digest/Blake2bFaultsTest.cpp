@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstddef>
 #include <functional>
 #include <sstream>
 #include <string>
@@ -109,6 +111,9 @@ std::vector<Fault> const faults{
     {"ComputeFinal", "EVP_DigestFinal_ex", 1, plain(computeFromBytes), notFinalized},
     {"StreamFinal", "EVP_DigestFinal_ex", 1, plain(computeFromStream), notFinalized},
     {"FinalizeContext", "EVP_MD_CTX_new", 2, plain(finalize), notInitialized},
+    {"CreateSize", "EVP_MD_CTX_get_size_ex", 1, plain(create), notInitialized, false, {-1, 0, 63, 65}},
+    {"CreateSizedSize", "EVP_MD_CTX_get_size_ex", 1, plain(createWithCustomSize), notInitialized, false, {-1, 64}},
+    {"FinalizeSize", "EVP_MD_CTX_get_size_ex", 2, plain(finalize), notInitialized, false, {-1, 64}},
     {"FinalizeInitialize", "EVP_DigestInit_ex2", 2, plain(finalize), notInitialized},
     {"ComputeInitialize", "EVP_DigestInit_ex2", 2, plain(computeFromBytes), notInitialized},
     {"StreamInitialize", "EVP_DigestInit_ex2", 2, plain(computeFromStream), notInitialized},
@@ -218,20 +223,22 @@ TEST(Blake2bFault, OfReinitializationIsReportedByWhatComesNext) {
     struct {
         Mode mode;
         std::string call;
-    } const rows[] = {{Mode::Plain, "EVP_MD_CTX_new"},
-                      {Mode::Plain, "EVP_DigestInit_ex2"},
-                      {Mode::MAC, "EVP_MAC_fetch"},
-                      {Mode::MAC, "EVP_MAC_CTX_new"},
-                      {Mode::MAC, "EVP_MAC_init"}};
+    } const rows[] = {{Mode::Plain, "EVP_MD_CTX_new"},         {Mode::Plain, "EVP_DigestInit_ex2"},
+                      {Mode::Plain, "EVP_MD_CTX_get_size_ex"}, {Mode::MAC, "EVP_MAC_fetch"},
+                      {Mode::MAC, "EVP_MAC_CTX_new"},          {Mode::MAC, "EVP_MAC_init"}};
 
     for (auto const& row : rows) {
-        SCOPED_TRACE(row.call);
-        Engine engine = engineOf(row.mode);
-        {
-            Failing const failing(row.call);
-            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        bool const initializes = row.call == "EVP_DigestInit_ex2" || row.call == "EVP_MAC_init";
+        for (bool const carriedOut : {false, initializes}) {
+            SCOPED_TRACE(row.call);
+            Engine engine = engineOf(row.mode);
+            {
+                Failing failing(row.call);
+                failing.carriedOut(carriedOut);
+                EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+            }
+            expectUnusable(engine, row.mode);
         }
-        expectUnusable(engine, row.mode);
     }
 }
 
@@ -267,6 +274,19 @@ TEST_P(Blake2bModes, KeepTheMessageWhenAnUpdateOrTheFinalCallFails) {
         EXPECT_THROW(engine.finalize(), InternalException);
     }
     EXPECT_EQ(engine.computeDigest(bytes("c")), digestOfABC());
+}
+
+TEST_P(Blake2bModes, GiveNoDigestAfterAFinalCallThatWasCarriedOut) {
+    Engine engine = engineOf(GetParam());
+    {
+        Failing failing(either("EVP_DigestFinal_ex", "EVP_MAC_final"));
+        failing.carriedOut();
+        EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+    }
+    char const* const text = either(notFinalized.c_str(), macNotFinalized.c_str());
+    EXPECT_THROWS(InternalException, text, engine.finalize());
+    EXPECT_THROW(engine.update(bytes("abc")), InternalException);
+    EXPECT_THROWS(InternalException, text, engine.finalize());
 }
 
 TEST_P(Blake2bModes, KeepTheTargetOfAnAssignmentThatFails) {
@@ -314,10 +334,10 @@ TEST_P(Blake2bModes, FeedAStreamInPiecesOf1024Bytes) {
 TEST(Blake2bCalls, OfAPlainHashAreThoseThatTheWorkNeeds) {
     Recording const recording;
     computeFromBytes(Mode::Plain);
-    EXPECT_EQ(
-        recording.functions(),
-        (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestInit_ex2", "EVP_DigestUpdate", "EVP_DigestFinal_ex",
-                                  "EVP_MD_CTX_new", "EVP_MD_CTX_free", "EVP_DigestInit_ex2", "EVP_MD_CTX_free"}));
+    EXPECT_EQ(recording.functions(),
+              (std::vector<std::string>{"EVP_MD_CTX_new", "EVP_DigestInit_ex2", "EVP_MD_CTX_get_size_ex",
+                                        "EVP_DigestUpdate", "EVP_DigestFinal_ex", "EVP_MD_CTX_new", "EVP_MD_CTX_free",
+                                        "EVP_DigestInit_ex2", "EVP_MD_CTX_get_size_ex", "EVP_MD_CTX_free"}));
 }
 
 TEST(Blake2bCalls, OfAMACAreThoseThatTheWorkNeeds) {
@@ -370,6 +390,19 @@ TEST(Blake2bCalls, PassKeySizeAndSaltOfAMACAsParameters) {
         });
         Engine(bytes("key"), bytes(salt), 20).finalize();
         EXPECT_EQ(calls, 2);
+    }
+}
+
+TEST(Blake2bCalls, LeaveTheSizesOfKeyAndSaltToLibcryptoWhichComparesThemInFull) {
+    for (int const grown : {0, 2}) {
+        Replacing<decltype(EVP_MAC_init)> const growing("EVP_MAC_init", [&](auto real, EVP_MAC_CTX* context,
+                                                                            unsigned char const* key, std::size_t size,
+                                                                            OSSL_PARAM const* parameters) {
+            std::vector<OSSL_PARAM> copies(parameters, parameters + 4);
+            copies[static_cast<std::size_t>(grown)].data_size += std::size_t(UINT_MAX) + 1;
+            return real(context, key, size, copies.data());
+        });
+        EXPECT_THROWS(InternalException, macNotInitialized, Engine(bytes("key"), bytes("salt"), 20));
     }
 }
 

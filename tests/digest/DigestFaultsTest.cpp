@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstddef>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -67,26 +69,28 @@ std::string const notUpdated = "Could not update data to the digest state. ";
 std::string const wrongSize = "OpenSSL digest generation API returned digest of incorrect size.";
 std::string const notReconstructed = "Could not reconstruct a Context. ";
 
+std::vector<std::intptr_t> const notOne{0, -1, 2};
+
 std::vector<Fault> const faults{
     {"CreateUnknown", "EVP_get_digestbyname", 1, create, unknown, true},
     {"CreateContext", "EVP_MD_CTX_new", 1, create, noContext, true},
-    {"CreateInitialize", "EVP_DigestInit_ex", 1, create, notInitialized, true},
+    {"CreateInitialize", "EVP_DigestInit_ex", 1, create, notInitialized, true, notOne},
     {"CopyUnknown", "EVP_get_digestbyname", 2, copy, unknown, true},
     {"CopyContext", "EVP_MD_CTX_new", 2, copy, noContext, true},
-    {"Copy", "EVP_MD_CTX_copy_ex", 1, copy, notCopied, true},
+    {"Copy", "EVP_MD_CTX_copy_ex", 1, copy, notCopied, true, notOne},
     {"AssignUnknown", "EVP_get_digestbyname", 3, assign, unknown, true},
     {"AssignContext", "EVP_MD_CTX_new", 3, assign, noContext, true},
-    {"Assign", "EVP_MD_CTX_copy_ex", 1, assign, notCopied, true},
-    {"Update", "EVP_DigestUpdate", 1, update, notUpdated, true},
-    {"UpdateByPointer", "EVP_DigestUpdate", 1, updateByPointer, notUpdated, true},
-    {"ComputeUpdate", "EVP_DigestUpdate", 1, computeFromBytes, notUpdated, true},
-    {"StreamUpdate", "EVP_DigestUpdate", 1, computeFromStream, notUpdated, true},
+    {"Assign", "EVP_MD_CTX_copy_ex", 1, assign, notCopied, true, notOne},
+    {"Update", "EVP_DigestUpdate", 1, update, notUpdated, true, notOne},
+    {"UpdateByPointer", "EVP_DigestUpdate", 1, updateByPointer, notUpdated, true, notOne},
+    {"ComputeUpdate", "EVP_DigestUpdate", 1, computeFromBytes, notUpdated, true, notOne},
+    {"StreamUpdate", "EVP_DigestUpdate", 1, computeFromStream, notUpdated, true, notOne},
     {"FinalizeFinal", "EVP_DigestFinal_ex", 1, finalize, wrongSize, false},
     {"ComputeFinal", "EVP_DigestFinal_ex", 1, computeFromBytes, wrongSize, false},
     {"StreamFinal", "EVP_DigestFinal_ex", 1, computeFromStream, wrongSize, false},
-    {"FinalizeReconstruct", "EVP_DigestInit_ex", 2, finalize, notReconstructed, true},
-    {"ComputeReconstruct", "EVP_DigestInit_ex", 2, computeFromBytes, notReconstructed, true},
-    {"StreamReconstruct", "EVP_DigestInit_ex", 2, computeFromStream, notReconstructed, true},
+    {"FinalizeReconstruct", "EVP_DigestInit_ex", 2, finalize, notReconstructed, true, notOne},
+    {"ComputeReconstruct", "EVP_DigestInit_ex", 2, computeFromBytes, notReconstructed, true, notOne},
+    {"StreamReconstruct", "EVP_DigestInit_ex", 2, computeFromStream, notReconstructed, true, notOne},
 };
 
 class DigestFaults : public testing::TestWithParam<Fault> {};
@@ -123,20 +127,77 @@ TEST(DigestFault, OfTheFinalCallIsJudgedByTheLengthAlone) {
     EXPECT_EQ(hex(Engine().finalize()), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
 }
 
-TEST(DigestFault, OfReconstructionIsReportedByWhatComesNext) {
-    Engine engine;
-    {
-        Failing const failing("EVP_DigestInit_ex");
-        EXPECT_THROWS_PREFIX(InternalException, notReconstructed, engine.finalize());
-    }
+// After a failed finalize() nothing comes out of the engine any more, and libcrypto is not asked for it.
+void expectUsedUp(Engine& engine) {
+    Recording const recording;
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(nullptr, 0));
-    Engine copy(engine);
-    EXPECT_THROWS_PREFIX(InternalException, notUpdated, copy.update(nullptr, 0));
-    EXPECT_THROWS_PREFIX(InternalException, wrongSize, engine.finalize());
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(bytes("abc")));
+    EXPECT_THROWS(InternalException, wrongSize, engine.finalize());
+    EXPECT_THROWS(InternalException, wrongSize, engine.finalize());
     std::istringstream stream("abc");
     EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(stream));
+    std::istringstream spent;
+    spent.setstate(std::ios_base::eofbit);
+    EXPECT_THROWS(InternalException, wrongSize, engine.computeDigest(spent));
+    EXPECT_TRUE(recording.calls().empty()) << "used a context that is used up";
+}
+
+void expectUsedUpWithItsCopies(Engine& engine) {
+    expectUsedUp(engine);
+    Engine copy(engine);
+    expectUsedUp(copy);
+    Engine assigned;
+    assigned = engine;
+    expectUsedUp(assigned);
+    engine = Engine();
+    EXPECT_EQ(engine.computeDigest(bytes("abc")), Engine().computeDigest(bytes("abc")));
+}
+
+TEST(DigestFault, OfReconstructionUsesTheEngineUp) {
+    for (bool const carriedOut : {false, true}) {
+        for (std::intptr_t const result : notOne) {
+            SCOPED_TRACE("result " + std::to_string(result) + (carriedOut ? " of a call that was made" : ""));
+            Engine engine;
+            {
+                Failing failing("EVP_DigestInit_ex");
+                failing.returning(result).carriedOut(carriedOut);
+                EXPECT_THROWS_PREFIX(InternalException, notReconstructed, engine.computeDigest(bytes("abc")));
+            }
+            expectUsedUpWithItsCopies(engine);
+        }
+    }
+}
+
+TEST(DigestFault, OfAnotherSizeUsesTheEngineUp) {
+    {
+        Engine engine;
+        Failing const failing("EVP_DigestFinal_ex"); // writes nothing, and leaves the context as it was
+        EXPECT_THROWS(InternalException, wrongSize, engine.computeDigest(bytes("abc")));
+        expectUsedUpWithItsCopies(engine);
+    }
+    Engine engine;
+    {
+        Replacing<decltype(EVP_DigestFinal_ex)> const shorter(
+            "EVP_DigestFinal_ex", [](auto real, EVP_MD_CTX* context, unsigned char* digest, unsigned int* size) {
+                int const result = real(context, digest, size);
+                --*size;
+                return result;
+            });
+        EXPECT_THROWS(InternalException, wrongSize, engine.computeDigest(bytes("abc")));
+    }
+    expectUsedUpWithItsCopies(engine);
+}
+
+TEST(DigestFault, OfAnUpdateLeavesWhatLibcryptoMadeOfTheMessage) {
+    Engine engine;
+    engine.update(bytes("a"));
+    for (std::intptr_t const result : notOne) {
+        Failing failing("EVP_DigestUpdate");
+        failing.returning(result).carriedOut();
+        EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("b")));
+    }
+    EXPECT_EQ(engine.finalize(), Engine().computeDigest(bytes("abbb")));
 }
 
 TEST(DigestFault, OfAllocationInFinalizeIsTranslated) {
@@ -194,6 +255,20 @@ TEST(DigestCalls, FeedAStreamInPiecesOf1024Bytes) {
         }
         EXPECT_EQ(found, pieces) << size;
     }
+}
+
+TEST(DigestCalls, HandOverTheWholeSizeOfAnUpdate) {
+    constexpr std::size_t large = std::size_t(UINT_MAX) + 6;
+    unsigned char const byte = 'a';
+    Replacing<decltype(EVP_DigestUpdate)> const watching(
+        "EVP_DigestUpdate", [&](auto /*real*/, EVP_MD_CTX*, void const* data, std::size_t size) {
+            EXPECT_EQ(data, &byte);
+            EXPECT_EQ(size, large);
+            return 1;
+        });
+    Recording const recording;
+    Engine().update(&byte, large);
+    EXPECT_EQ(recording.count("EVP_DigestUpdate"), 1U);
 }
 
 TEST(DigestCalls, FeedNothingFromAStreamThatIsNotGood) {

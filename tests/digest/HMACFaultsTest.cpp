@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstddef>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -160,13 +162,16 @@ void expectUnusable(Engine& engine) {
 
 TEST(HMACFault, OfReinitializationIsReportedByWhatComesNext) {
     for (std::string const call : {"EVP_get_digestbyname", "EVP_MAC_fetch", "EVP_MAC_CTX_new", "EVP_MAC_init"}) {
-        SCOPED_TRACE(call);
-        Engine engine(key);
-        {
-            Failing const failing(call);
-            EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+        for (bool const carriedOut : {false, call == "EVP_MAC_init"}) {
+            SCOPED_TRACE(call);
+            Engine engine(key);
+            {
+                Failing failing(call);
+                failing.carriedOut(carriedOut);
+                EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
+            }
+            expectUnusable(engine);
         }
-        expectUnusable(engine);
     }
 }
 
@@ -190,6 +195,18 @@ TEST(HMACFault, OfTheFinalCallLeavesTheContextInPlace) {
         EXPECT_EQ(recording.functions(), std::vector<std::string>{"EVP_MAC_final"});
     }
     EXPECT_EQ(engine.computeDigest(bytes("c")), Engine(key).computeDigest(bytes("abc")));
+}
+
+TEST(HMACFault, OfAFinalCallThatWasCarriedOutLeavesNoCode) {
+    Engine engine(key);
+    {
+        Failing failing("EVP_MAC_final");
+        failing.carriedOut();
+        EXPECT_THROWS(InternalException, notFinalized, engine.computeDigest(bytes("abc")));
+    }
+    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
+    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
+    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
 }
 
 TEST(HMACFault, InUpdateLeavesTheMessageAsItWas) {
@@ -277,6 +294,42 @@ TEST(HMACCalls, PassAnEmptyKeyWithoutData) {
     emptied.clear(); // has an address all the same
     EXPECT_THROWS(InternalException, notInitialized + "No OpenSSL errors.",
                   provider.createHMACSHA256DigestEngine(emptied));
+}
+
+TEST(HMACCalls, ThatStartIncludeNoKeyAboveTheLargestInt) {
+    constexpr std::size_t largest = INT_MAX;
+    unsigned char byte = 'k';
+    openssl::Owned<EVP_MAC_CTX> context;
+    Replacing<decltype(EVP_MAC_init)> const watching(
+        "EVP_MAC_init",
+        [&](auto /*real*/, EVP_MAC_CTX*, unsigned char const*, std::size_t, OSSL_PARAM const* parameters) {
+            EXPECT_EQ(parameters[0].data, &byte);
+            EXPECT_EQ(parameters[0].data_size, largest);
+            return 1;
+        });
+    Recording const recording;
+    openssl::startHMAC(context, EVP_sha256(), &byte, largest);
+    EXPECT_EQ(recording.count("EVP_MAC_init"), 1U);
+    for (std::size_t const size : {largest + 1, std::size_t(UINT_MAX), std::size_t(UINT_MAX) + 1,
+                                   std::size_t(UINT_MAX) + 17, static_cast<std::size_t>(-1)}) {
+        EXPECT_THROWS(InternalException, notInitialized + "No OpenSSL errors.",
+                      openssl::startHMAC(context, EVP_sha256(), &byte, size));
+    }
+    EXPECT_EQ(recording.count("EVP_MAC_init"), 1U);
+}
+
+TEST(HMACCalls, HandOverTheWholeSizeOfAnUpdate) {
+    constexpr std::size_t large = std::size_t(UINT_MAX) + 6;
+    unsigned char const byte = 'a';
+    Replacing<decltype(EVP_MAC_update)> const watching(
+        "EVP_MAC_update", [&](auto /*real*/, EVP_MAC_CTX*, unsigned char const* data, std::size_t size) {
+            EXPECT_EQ(data, &byte);
+            EXPECT_EQ(size, large);
+            return 1;
+        });
+    Recording const recording;
+    Engine(key).update(&byte, large);
+    EXPECT_EQ(recording.count("EVP_MAC_update"), 1U);
 }
 
 TEST(HMACCalls, FeedAStreamInPiecesOf1024Bytes) {

@@ -13,6 +13,9 @@
 #include <openssl/err.h>
 #include <openssl/rand.h>
 
+#include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <new>
 #include <type_traits>
 
@@ -38,6 +41,21 @@ TEST(PRNGCalls, SeedOnceWithTheBytesGivenOrNotAtAll) {
     PRNG const prng(seed);
     ASSERT_EQ(recording.functions(), (std::vector<std::string>{"RAND_seed"}));
     EXPECT_EQ(recording.calls()[0].arguments, (std::vector<std::intptr_t>{asNumber(seed.data()), 4}));
+}
+
+TEST(PRNGCalls, SeedWithNoMoreThanTheirCountHolds) {
+    constexpr std::size_t largest = INT_MAX;
+    unsigned char const byte = 's';
+    int given = 0;
+    Replacing<decltype(RAND_seed)> const watching("RAND_seed", [&](auto /*real*/, void const* data, int size) {
+        EXPECT_EQ(data, &byte);
+        given = size;
+    });
+    for (std::size_t const size : {largest - 1, largest, largest + 1, std::size_t(UINT_MAX), std::size_t(UINT_MAX) + 1,
+                                   std::size_t(UINT_MAX) + 17}) {
+        foundation::crypto::openssl::seedGenerator(&byte, size);
+        EXPECT_EQ(static_cast<std::size_t>(given), std::min(size, largest)) << size;
+    }
 }
 
 TEST(PRNGCalls, DrawPiecesOf32767Bytes) {

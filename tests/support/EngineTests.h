@@ -13,11 +13,16 @@
 
 #include <openssl/err.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 /// What is asked of every digest engine, seen as a host sees it. A test program instantiates the suite
@@ -193,6 +198,56 @@ TEST_P(Engines, ReportStreamsThatThrowInTheirOwnWords) {
         std::istringstream strict("abc");
         strict.exceptions(mask);
         EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear", create()->computeDigest(strict));
+    }
+}
+
+/// A buffer that answers each `xsgetn` with the next of `answers`: it writes the bytes and reports the count.
+class MiscountingBuffer : public std::streambuf {
+public:
+    struct Answer {
+        std::string bytes;
+        std::streamsize count;
+    };
+
+    explicit MiscountingBuffer(std::vector<Answer> answers) : answers_(std::move(answers)) {}
+
+protected:
+    std::streamsize xsgetn(char* data, std::streamsize /*size*/) override {
+        if (next_ == answers_.size()) {
+            return 0;
+        }
+        Answer const& answer = answers_[next_++];
+        std::copy(answer.bytes.begin(), answer.bytes.end(), data);
+        return answer.count;
+    }
+
+private:
+    std::vector<Answer> answers_;
+    std::size_t next_ = 0;
+};
+
+TEST_P(Engines, BelieveNoCountThatCannotBe) {
+    using Limits = std::numeric_limits<std::streamsize>;
+    std::string const whole(1024, 'a');
+    std::string const padded = whole + 'b' + std::string(1023, '\0');
+
+    struct {
+        std::streamsize count;
+        std::string message;
+    } const rows[] = {{-1, whole},
+                      {Limits::min(), whole},
+                      {0, whole},
+                      {1, whole + 'b'},
+                      {1024, padded},
+                      {1025, padded},
+                      {std::streamsize(1) << 40, padded},
+                      {Limits::max(), padded}};
+
+    for (auto const& [count, message] : rows) {
+        MiscountingBuffer buffer({{whole, 1024}, {"b", count}});
+        std::istream stream(&buffer);
+        EXPECT_EQ(create()->computeDigest(stream), digestOf(bytes(message))) << count;
+        EXPECT_TRUE(stream.eof() && stream.fail() && !stream.bad());
     }
 }
 

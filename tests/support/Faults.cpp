@@ -33,11 +33,11 @@ struct FaultState {
             if (!now->error_.empty()) {
                 ERR_raise_data(ERR_LIB_USER, 1, "%s", now->error_.c_str());
             }
-            return {true, now->hasResult_, now->result_, nullptr};
+            return {true, now->hasResult_, now->result_, now->carriedOut_, nullptr};
         }
         for (detail::Replacement* const replacement : replacements) {
             if (replacement->function == function) {
-                return {false, false, 0, replacement->body};
+                return {false, false, 0, false, replacement->body};
             }
         }
         return {};
@@ -100,6 +100,11 @@ Failing& Failing::withError(std::string text) {
 Failing& Failing::returning(std::intptr_t result) {
     hasResult_ = true;
     result_ = result;
+    return *this;
+}
+
+Failing& Failing::carriedOut(bool carriedOut) {
+    carriedOut_ = carriedOut;
     return *this;
 }
 

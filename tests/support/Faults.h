@@ -44,8 +44,8 @@ private:
     std::vector<Call> calls_;
 };
 
-/// Makes the n-th call of `function` that follows (1 is the next) fail: it is not carried out and returns its failure
-/// result. The test that holds it fails if that call is never made.
+/// Makes the n-th call of `function` that follows (1 is the next) fail: it is not carried out, unless the test says so,
+/// and returns its failure result. The test that holds it fails if that call is never made.
 class Failing {
 public:
     explicit Failing(std::string function, int nth = 1);
@@ -57,6 +57,9 @@ public:
     Failing& withError(std::string text);
     /// The call returns `result` in place of the function's usual failure result.
     Failing& returning(std::intptr_t result);
+    /// The call is carried out, effects and all, and reports failure all the same. A function that returns a new object
+    /// would leak it so.
+    Failing& carriedOut(bool carriedOut = true);
 
     bool happened() const { return left_ <= 0; }
 
@@ -67,6 +70,7 @@ private:
     std::string error_;
     bool hasResult_ = false;
     std::intptr_t result_ = 0;
+    bool carriedOut_ = false;
 };
 
 namespace detail {
@@ -104,6 +108,7 @@ struct Verdict {
     bool fails = false;
     bool hasResult = false;
     std::intptr_t result = 0;
+    bool carriedOut = false;
     void* replacement = nullptr;
 };
 
@@ -136,6 +141,9 @@ R intercept(char const* function, void const* caller, R (*real)(A...), std::intp
     Verdict const verdict =
         judge(function, std::apply([](auto... a) { return std::vector<std::intptr_t>{asNumber(a)...}; }, arguments));
     if (verdict.fails) {
+        if (verdict.carriedOut) {
+            std::apply(real, arguments);
+        }
         return fromNumber<R>(verdict.hasResult ? verdict.result : failure);
     }
     if (verdict.replacement != nullptr) {

@@ -66,6 +66,7 @@ ZRFL_OBSERVE(EC_POINT_free, EC_POINT)
 // Digests and MACs
 ZRFL_INTERPOSE(EVP_MD const*, EVP_get_digestbyname, (char const* name), (name), 0)
 ZRFL_INTERPOSE(EVP_MD_CTX*, EVP_MD_CTX_new, (), (), 0)
+ZRFL_INTERPOSE(int, EVP_MD_CTX_get_size_ex, (EVP_MD_CTX const* context), (context), -1)
 ZRFL_INTERPOSE(int, EVP_MD_CTX_copy_ex, (EVP_MD_CTX* target, EVP_MD_CTX const* source), (target, source), 0)
 ZRFL_INTERPOSE(int, EVP_DigestInit_ex, (EVP_MD_CTX* context, EVP_MD const* digest, ENGINE* engine), (context, digest, engine), 0)
 ZRFL_INTERPOSE(int, EVP_DigestInit_ex2, (EVP_MD_CTX* context, EVP_MD const* digest, OSSL_PARAM const* parameters), (context, digest, parameters), 0)

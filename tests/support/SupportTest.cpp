@@ -78,6 +78,17 @@ TEST(Failing, LeavesTheErrorAndTheResultItWasGiven) {
     EXPECT_STREQ(data, "why");
 }
 
+TEST(Failing, CarriesTheCallOutWhereTheTestSaysSo) {
+    EVP_MD_CTX* const context = EVP_MD_CTX_new();
+    for (bool const carriedOut : {false, true}) {
+        Failing failing("EVP_DigestInit_ex");
+        failing.carriedOut(carriedOut);
+        EXPECT_EQ(EVP_DigestInit_ex(context, EVP_sha256(), nullptr), 0);
+        EXPECT_EQ(EVP_MD_CTX_get0_md(context) != nullptr, carriedOut);
+    }
+    EVP_MD_CTX_free(context);
+}
+
 TEST(Failing, ThatNeverHappenedFailsItsTest) {
     EXPECT_NONFATAL_FAILURE({ Failing const failing("EVP_MD_CTX_new"); }, "EVP_MD_CTX_new was to fail");
 }

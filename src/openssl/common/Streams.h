@@ -5,6 +5,7 @@
 
 #include <foundation/crypto/utils/ByteArray.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <istream>
@@ -13,11 +14,14 @@ namespace foundation::crypto::openssl {
 
 /// Hands `input` to `consume(data, size)` in the pieces in which `istream::read` delivers it, 1024 bytes at most, for
 /// as long as the stream's state is good; the last piece may be empty. A stream that is not good on entry is not read.
+/// The count that a stream's buffer reports is not believed beyond what it was asked for, and what it did not write is
+/// zero.
 template <class Consume> void forEachChunk(std::istream& input, Consume&& consume) {
-    std::array<unsigned char, 1024> chunk;
+    constexpr std::streamsize largest = 1024;
     while (input.good()) {
-        input.read(reinterpret_cast<char*>(chunk.data()), chunk.size());
-        consume(chunk.data(), static_cast<std::size_t>(input.gcount()));
+        std::array<unsigned char, largest> chunk{};
+        input.read(reinterpret_cast<char*>(chunk.data()), largest);
+        consume(chunk.data(), static_cast<std::size_t>(std::clamp<std::streamsize>(input.gcount(), 0, largest)));
     }
 }
 

@@ -73,9 +73,10 @@ template <class Algorithm> ByteArray Blake2bDigestEngineImpl<Algorithm>::finaliz
         ByteArray digest(size_);
         if (isMAC()) {
             std::size_t written = 0;
-            require(ready_ && EVP_MAC_final(macContext_.get(), digest.data(), &written, size_) != 0,
-                    "Failed to finalize the digest generation in Blake-2b MAC mode.");
-            ready_ = false;
+            bool const made = ready_ && EVP_MAC_final(macContext_.get(), digest.data(), &written, size_) != 0;
+            // A call that wrote has used the context up, whatever it reports: libcrypto would go on to give zeros.
+            ready_ = ready_ && !made && written == 0;
+            require(made, "Failed to finalize the digest generation in Blake-2b MAC mode.");
             require(written == size_, "OpenSSL Blake-2b MAC digest generation returned digest of incorrect size.");
         } else {
             require(ready_ && EVP_DigestFinal_ex(digestContext_.get(), digest.data(), nullptr) == 1,
@@ -117,7 +118,9 @@ template <class Algorithm> void Blake2bDigestEngineImpl<Algorithm>::initializeDi
     digestContext_.reset(EVP_MD_CTX_new());
     OSSL_PARAM const parameters[] = {OSSL_PARAM_construct_size_t(OSSL_DIGEST_PARAM_SIZE, &size_),
                                      OSSL_PARAM_construct_end()};
-    require(digestContext_ != nullptr && EVP_DigestInit_ex2(digestContext_.get(), EVP_blake2b512(), parameters) == 1,
+    // A provider passes over a parameter that it does not know, and the digest would not fit into its array.
+    require(digestContext_ != nullptr && EVP_DigestInit_ex2(digestContext_.get(), EVP_blake2b512(), parameters) == 1 &&
+                EVP_MD_CTX_get_size_ex(digestContext_.get()) == static_cast<int>(size_),
             "Could not initialize the digest context in non-MAC mode.");
 }
 

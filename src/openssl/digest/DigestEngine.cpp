@@ -50,8 +50,9 @@ template <class Algorithm> ByteArray DigestEngine<Algorithm>::finalize() {
     return rethrowAs<utils::InternalException>([this] {
         ByteArray digest(Algorithm::getDigestSize());
         unsigned int written = 0;
-        ready_ = false;
-        EVP_DigestFinal_ex(context_.get(), digest.data(), &written); // judged by the length it wrote
+        if (std::exchange(ready_, false)) {
+            EVP_DigestFinal_ex(context_.get(), digest.data(), &written); // judged by the length it wrote
+        }
         require(written == Algorithm::getDigestSize(),
                 "OpenSSL digest generation API returned digest of incorrect size.");
         // Naming no digest keeps the context's own: nothing is fetched, and a failure leaves the context in place.

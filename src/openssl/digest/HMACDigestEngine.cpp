@@ -5,14 +5,12 @@
 
 #include <openssl/core_names.h>
 
+#include <limits>
 #include <utility>
 
 namespace foundation::crypto::openssl {
 
-namespace {
-
-/// Puts a new context in place of `context`, for an HMAC with `digest` under `key`.
-void startHMAC(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, SecretBytes& key) {
+void startHMAC(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, unsigned char* key, std::size_t keySize) {
     Owned<EVP_MAC> mac(EVP_MAC_fetch(nullptr, "HMAC", nullptr));
     require(mac != nullptr, "Could not initialize the EVP MAC. ");
     Owned<EVP_MAC_CTX> fresh(EVP_MAC_CTX_new(mac.get()));
@@ -22,12 +20,16 @@ void startHMAC(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, SecretBytes& k
 
     // An empty key goes in as the null pointer that an empty array has: whether to accept it is up to libcrypto.
     OSSL_PARAM const parameters[] = {
-        OSSL_PARAM_construct_octet_string(OSSL_MAC_PARAM_KEY, key.data(), key.size()),
+        OSSL_PARAM_construct_octet_string(OSSL_MAC_PARAM_KEY, key, keySize),
         OSSL_PARAM_construct_utf8_string(OSSL_MAC_PARAM_DIGEST, const_cast<char*>(EVP_MD_get0_name(digest)), 0),
         OSSL_PARAM_construct_end()};
-    requireExplained(EVP_MAC_init(context.get(), nullptr, 0, parameters) != 0,
+    // libcrypto takes the size as it is but computes with an int: of 2^32 + 16 bytes it would use 16.
+    constexpr std::size_t longest = std::numeric_limits<int>::max();
+    requireExplained(keySize <= longest && EVP_MAC_init(context.get(), nullptr, 0, parameters) != 0,
                      "Could not initialize the digest context. ");
 }
+
+namespace {
 
 Owned<EVP_MAC_CTX> duplicate(EVP_MAC_CTX const* source) {
     Owned<EVP_MAC_CTX> copy(EVP_MAC_CTX_dup(source));
@@ -87,7 +89,7 @@ template <class Algorithm> ByteArray HMACDigestEngine<Algorithm>::finalize() {
 }
 
 template <class Algorithm> void HMACDigestEngine<Algorithm>::initialize() {
-    startHMAC(context_, findDigest<Algorithm>(), key_);
+    startHMAC(context_, findDigest<Algorithm>(), key_.data(), key_.size());
     ready_ = true;
 }
 

@@ -7,7 +7,15 @@
 #include <foundation/crypto/interfaces/IDigestEngine.h>
 #include <foundation/crypto/utils/DigestAlgorithms.h>
 
+#include <cstddef>
+
 namespace foundation::crypto::openssl {
+
+/// Puts a new context in place of `context`, for an HMAC with `digest` under the `keySize` bytes at `key`.
+///
+/// @throws utils::InternalException when libcrypto fails, or the key is longer than the `int` in which libcrypto
+/// counts.
+void startHMAC(Owned<EVP_MAC_CTX>& context, EVP_MD const* digest, unsigned char* key, std::size_t keySize);
 
 /// A keyed message authentication code (RFC 2104, FIPS 198-1); `Algorithm` is one of the HMAC descriptors.
 ///

@@ -6,6 +6,7 @@
 #include <openssl/rand.h>
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 namespace foundation::crypto::openssl {
@@ -34,10 +35,15 @@ ByteArray makeRandomBytes(std::size_t size) {
 
 } // namespace
 
+void seedGenerator(unsigned char const* seed, std::size_t size) {
+    constexpr std::size_t largest = std::numeric_limits<int>::max();
+    ErrorQueueMark const mark; // a seed that libcrypto does not take is no failure: the generator seeds itself
+    RAND_seed(seed, static_cast<int>(std::min(size, largest)));
+}
+
 template <class Algorithm> CryptoPRNG<Algorithm>::CryptoPRNG(ByteArray const& seed) : seeded_(!seed.empty()) {
     if (seeded_) {
-        ErrorQueueMark const mark; // a seed that libcrypto does not take is no failure: the generator seeds itself
-        RAND_seed(seed.data(), static_cast<int>(seed.size()));
+        seedGenerator(seed.data(), seed.size());
     }
 }
 

@@ -5,7 +5,12 @@
 #include <foundation/crypto/utils/ByteArray.h>
 #include <foundation/crypto/utils/DefaultPRNGAlgorithm.h>
 
+#include <cstddef>
+
 namespace foundation::crypto::openssl {
+
+/// Mixes the `size` bytes at `seed` into libcrypto's generator, as many of them as it can count in one call.
+void seedGenerator(unsigned char const* seed, std::size_t size);
 
 /// Random bytes from libcrypto's generator, which is the process's and not the object's; `Algorithm` only names it.
 template <class Algorithm> class CryptoPRNG final : public interfaces::ICryptoPRNG {

@@ -30,9 +30,9 @@ namespace foundation::crypto::interfaces {
 /// use one provider. What it returns is never empty, belongs to the caller, and outlives the provider.
 ///
 /// Keys and random generators handed in must come from this library (from any provider object). One that is null or of
-/// another implementation counts as missing; what then happens is said with each operation. Objects keep shared
-/// references to the keys and generators they were made with, and to nothing else of the caller's. Values outside an
-/// enumeration are passed on, and refused where they are used.
+/// another implementation, another copy of this library in the process included, counts as missing; what then happens
+/// is said with each operation. Objects keep shared references to the keys and generators they were made with, and to
+/// nothing else of the caller's. Values outside an enumeration are passed on, and refused where they are used.
 ///
 /// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; standard
 /// exceptions met on the way arrive as `utils::InternalException` with their text, except that `std::bad_alloc` may
@@ -51,6 +51,7 @@ public:
 
     /// Makes a random generator. A `seed` that is not empty is mixed into libcrypto's generator, which the whole
     /// process shares and which is seeded from the operating system anyway; it does not make the output reproducible.
+    /// Of a seed above 2147483647 bytes the first so many count.
     virtual CryptoPRNGPtr createDefaultCryptoPRNG(ByteArray const& seed) const = 0;
 
     // ---- Message digests (FIPS 180-4, RFC 1321), HMAC (RFC 2104) and BLAKE2b (RFC 7693)
@@ -78,8 +79,8 @@ public:
     /// Makes an HMAC engine with SHA-1, 20 bytes. The engine keeps its own copy of `key`, which may have any length but
     /// 0; a key longer than the hash's block counts by its hash.
     ///
-    /// @throws utils::InternalException for an empty key ("Could not initialize the digest context. " and libcrypto's
-    ///         error text), or when libcrypto fails.
+    /// @throws utils::InternalException for an empty key and for one above 2147483647 bytes ("Could not initialize the
+    ///         digest context. " and libcrypto's error text), or when libcrypto fails.
     virtual DigestEnginePtr createHMACSHA1DigestEngine(ByteArray const& key) const = 0;
 
     /// The same with SHA-256, 32 bytes.

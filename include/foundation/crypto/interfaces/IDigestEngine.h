@@ -54,7 +54,7 @@ public:
     /// empty message.
     ///
     /// @throws utils::InternalException when libcrypto fails, makes a digest of another size, or cannot start anew; the
-    ///         engine may then stay unusable.
+    ///         engine may then stay unusable, a plain digest's always does.
     virtual ByteArray finalize() = 0;
 
     /// The algorithm's name: "MD5", "SHA1", "SHA224", "SHA256", "SHA384", "SHA512", "HMAC-SHA1", "HMAC-SHA256",

@@ -2,11 +2,14 @@
 #define FOUNDATION_CRYPTO_OPENSSL_CRYPTOPROVIDER_H
 
 #include "foundation/crypto/interfaces/ICryptoProvider.h"
+#include "foundation/crypto/utils/DefaultPRNGAlgorithm.h"
+#include "foundation/crypto/utils/DigestAlgorithms.h"
+#include "foundation/crypto/utils/SignatureVerificationStatus.h"
 #include "foundation/crypto/utils/Visibility.h"
 
 namespace foundation::crypto::openssl {
 
-/// The provider over OpenSSL 3 libcrypto: where a host begins. The operations are described at
+/// The provider over OpenSSL 3 libcrypto: where a host begins, with this header alone. The operations are described at
 /// `interfaces::ICryptoProvider`.
 ///
 /// Constructing one lets libcrypto register its digests and error texts, once per process however many providers are
