@@ -4,6 +4,7 @@
 #include "support/ECC.h"
 #include "support/LibcryptoHeap.h"
 #include "support/PEM.h"
+#include "support/Throws.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -161,7 +162,8 @@ TYPED_TEST(ECCMemory, HoldsNoMoreOfAnExportThanLibcryptoLeaves) {
 using foundation::crypto::utils::Exception;
 
 /// Runs `operation` with each allocation of `Exhausted`'s heap failing, and hands each result that there is to `judge`.
-/// What is thrown is of the library's own family, or std::bad_alloc where the operation makes an object.
+/// What is thrown is of the library's own family, or std::bad_alloc where the operation makes an object or reads a
+/// stream.
 template <class Exhausted, class Operation, class Judge>
 void exhaust(char const* name, bool makesAnObject, Operation&& operation, Judge&& judge) {
     SCOPED_TRACE(name);
@@ -233,7 +235,7 @@ template <class Exhausted, class Factory> void exhaustEverything() {
             "sign", false, [&] { return signer->sign(message, engine); },
             [&](ByteArray const& made) { EXPECT_TRUE(verifier->verify(message, made, engine).isValid()); });
         exhaust<Exhausted>(
-            "sign stream", false, [&] { return signer->sign(streamOf(message), engine); },
+            "sign stream", true, [&] { return signer->sign(streamOf(message), engine); },
             [&](ByteArray const& made) { EXPECT_TRUE(verifier->verify(message, made, engine).isValid()); });
     }
     EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
@@ -245,6 +247,27 @@ template <class Exhausted, class Factory> void exhaustEverything() {
 
 TYPED_TEST(ECCMemory, ThatRunsOutIsReported) {
     exhaustEverything<FailingAllocation, TypeParam>();
+}
+
+/// What a host's stream throws becomes an exception of the library; the library's own memory does not.
+TYPED_TEST(ECCMemory, ThatRunsOutWhileAStreamIsReadIsNotTranslated) {
+    auto const signer = TypeParam::signer(this->key);
+    auto const verifier = TypeParam::verifier(TypeParam::generateKeyPair()->getPublicKey());
+    auto const engine = TypeParam::engine();
+    ByteArray const signature(64);
+    std::function<void(std::istream&)> const operations[]{
+        [&](std::istream& stream) { signer->sign(stream, engine); },
+        [&](std::istream& stream) { verifier->verify(stream, signature, engine); },
+        [&](std::istream& stream) { TypeParam::privateKey(stream, ""); },
+        [&](std::istream& stream) { TypeParam::publicKey(stream); },
+    };
+    for (auto const& operation : operations) {
+        std::istringstream stream("message");
+        FailingAllocation const exhausts;
+        EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", operation(stream));
+        EXPECT_TRUE(exhausts.happened());
+        EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
+    }
 }
 
 TYPED_TEST(ECCMemory, ThatLibcryptoRunsOutOfIsReported) {

@@ -49,6 +49,25 @@ template <class Target, class Operation> decltype(auto) rethrowForeignAs(Operati
     }
 }
 
+/// The rules above as objects, for a function that runs only some of its steps under its caller's rule.
+template <class Target> struct RethrowAs {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        return rethrowAs<Target>(std::forward<Operation>(operation));
+    }
+};
+
+template <class Target> struct RethrowForeignAs {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        return rethrowForeignAs<Target>(std::forward<Operation>(operation));
+    }
+};
+
+struct RethrowUnchanged {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        return std::forward<Operation>(operation)();
+    }
+};
+
 } // namespace foundation::crypto::openssl
 
 #endif

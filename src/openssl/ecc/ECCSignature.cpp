@@ -53,6 +53,10 @@ utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, char const* digest, 
                        : utils::makeInvalidSignatureVerificationStatus();
 }
 
+ByteArray readMessage(std::istream& message) {
+    return readExtracted<ByteArray>(message, RethrowForeignAs<utils::InternalException>());
+}
+
 } // namespace
 
 template <utils::EllipticCurve C>
@@ -67,8 +71,7 @@ template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& 
 
 template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, EnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return rethrowForeignAs<utils::InternalException>(
-        [&] { return sign(readExtracted<ByteArray>(message), std::move(digest)); });
+    return sign(readMessage(message), std::move(digest));
 }
 
 template <utils::EllipticCurve C> long ECCSigner<C>::getKeySize() const {
@@ -91,8 +94,7 @@ template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message, ByteArray const& signature,
                                                           EnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return rethrowForeignAs<utils::InternalException>(
-        [&] { return verify(readExtracted<ByteArray>(message), signature, std::move(digest)); });
+    return verify(readMessage(message), signature, std::move(digest));
 }
 
 template <utils::EllipticCurve C> long ECCVerifier<C>::getKeySize() const {

@@ -86,7 +86,7 @@ SignatureVerificationStatus verifyRSA(EVP_PKEY* key, RSAPaddingMode padding, Byt
 }
 
 ByteArray readMessage(std::istream& message) {
-    return rethrowForeignAs<utils::InternalException>([&] { return readExtracted<ByteArray>(message); });
+    return readExtracted<ByteArray>(message, RethrowForeignAs<utils::InternalException>());
 }
 
 } // namespace
