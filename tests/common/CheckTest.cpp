@@ -55,6 +55,17 @@ TEST(Translation, MayPassTheLibrarysOwnExceptionsUnchanged) {
                   rethrowForeignAs<InternalException>([] { throw std::runtime_error("foreign"); }));
 }
 
+TEST(Translation, IsARuleThatCanBeHandedOn) {
+    auto const throwOwn = [] { throw InvalidKey("own"); };
+    EXPECT_THROWS(InternalException, "own", RethrowAs<InternalException>()(throwOwn));
+    EXPECT_THROWS(InvalidKey, "own", RethrowForeignAs<InternalException>()(throwOwn));
+    auto const throwStandard = [] { throw std::runtime_error("foreign"); };
+    EXPECT_THROWS(InternalException, "foreign", RethrowAs<InternalException>()(throwStandard));
+    EXPECT_THROWS(InternalException, "foreign", RethrowForeignAs<InternalException>()(throwStandard));
+    EXPECT_THROWS(std::runtime_error, "foreign", RethrowUnchanged()(throwStandard));
+    EXPECT_EQ(RethrowUnchanged()([] { return 7; }), 7);
+}
+
 TEST(Translation, LeavesAloneWhatIsNoStandardException) {
     EXPECT_THROW(rethrowAs<InternalException>([] { throw 7; }), int);
     EXPECT_THROW(rethrowForeignAs<InternalException>([] { throw 7; }), int);

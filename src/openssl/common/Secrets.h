@@ -6,11 +6,8 @@
 #include <openssl/params.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <new>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -39,18 +36,6 @@ template <class Byte> struct WipingAllocator {
 /// Key material and key text that the library itself holds, wiped wherever it is released.
 using SecretBytes = std::vector<unsigned char, WipingAllocator<unsigned char>>;
 
-/// Lets the system have the pages of a large block that is about to be released; the heap might keep them.
-inline void dropPages(void* block, std::size_t size) noexcept {
-    constexpr std::size_t large = std::size_t(1) << 20;
-    if (size < large) {
-        return;
-    }
-    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    std::size_t const before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
-    std::size_t const pages = (size - before) / page;
-    madvise(static_cast<char*>(block) + before, pages * page, MADV_DONTNEED);
-}
-
 /// As `WipingAllocator`, for texts as large as a host's messages: what a vector makes room for it leaves unfilled,
 /// since filling it with zeros first would show.
 template <class Byte> struct UnfilledWipingAllocator : WipingAllocator<Byte> {
@@ -59,12 +44,6 @@ template <class Byte> struct UnfilledWipingAllocator : WipingAllocator<Byte> {
     template <class Other> explicit UnfilledWipingAllocator(UnfilledWipingAllocator<Other> const& /*other*/) noexcept {}
 
     template <class Value> void construct(Value* place) noexcept { ::new (static_cast<void*>(place)) Value; }
-
-    void deallocate(Byte* bytes, std::size_t count) noexcept {
-        OPENSSL_cleanse(bytes, count * sizeof(Byte));
-        dropPages(bytes, count * sizeof(Byte));
-        std::allocator<Byte>().deallocate(bytes, count);
-    }
 };
 
 /// As `SecretBytes`, for messages. Never hand on more of them than was written.

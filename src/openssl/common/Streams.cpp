@@ -1,10 +1,13 @@
 #include "common/Streams.h"
 
+#include <cstdint>
 #include <cstring>
 #include <cxxabi.h>
 #include <fstream>
 #include <sstream>
+#include <sys/mman.h>
 #include <typeinfo>
+#include <unistd.h>
 
 namespace foundation::crypto::openssl {
 
@@ -87,6 +90,16 @@ std::size_t countKnown(std::streambuf& buffer) {
     bool const knows = typeid(buffer) == typeid(std::filebuf) || typeid(buffer) == typeid(std::stringbuf);
     return knows ? std::max(ready, static_cast<std::size_t>(std::max<std::streamsize>(GetArea::ask(buffer), 0)))
                  : ready;
+}
+
+void dropPages(void* block, std::size_t size) noexcept {
+    constexpr std::size_t large = std::size_t(1) << 20;
+    if (size < large) {
+        return;
+    }
+    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t const before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
+    madvise(static_cast<char*>(block) + before, (size - before) / page * page, MADV_DONTNEED);
 }
 
 void beginExtraction(std::istream& input) {

@@ -7,8 +7,8 @@
 #include <array>
 #include <cstddef>
 #include <istream>
+#include <memory>
 #include <streambuf>
-#include <utility>
 #include <vector>
 
 namespace foundation::crypto::openssl {
@@ -27,10 +27,26 @@ template <class Consume> void forEachChunk(std::istream& input, Consume&& consum
 /// `std::stringbuf` says are left. What any other buffer promises (`in_avail()`) is not asked for: it need not be true.
 std::size_t countKnown(std::streambuf& buffer);
 
+/// Returns the pages of a large block to the system; the heap, to which it goes back next, might keep them.
+void dropPages(void* block, std::size_t size) noexcept;
+
+/// For the pieces of a text whose length is not known: what was copied from them is not resident twice.
+template <class Byte> struct PieceAllocator : UnfilledWipingAllocator<Byte> {
+    PieceAllocator() noexcept = default;
+
+    template <class Other> explicit PieceAllocator(PieceAllocator<Other> const& /*other*/) noexcept {}
+
+    void deallocate(Byte* bytes, std::size_t count) noexcept {
+        OPENSSL_cleanse(bytes, count * sizeof(Byte));
+        dropPages(bytes, count * sizeof(Byte));
+        std::allocator<Byte>().deallocate(bytes, count);
+    }
+};
+
 /// Gathers what `read(data, size)` delivers, which stops short at the end and only there, and is not called again then.
 /// `countKnown()` is asked once the first byte is there, since a buffer looks at its source no sooner. Where that tells
-/// the length, the bytes are read into the one block that is returned, which has room for `roomBehind` more; else
-/// pieces are joined, the bytes and one piece being held at most.
+/// the length, the bytes are read into the one block that is returned; else pieces are joined, and no more than all
+/// bytes and one piece are resident meanwhile. The result has room for `roomBehind` more bytes.
 template <class Bytes, class Read, class CountKnown>
 Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     constexpr std::size_t smallestPiece = 4096;
@@ -51,10 +67,10 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     if (size < room) {
         return bytes;
     }
-    std::vector<Bytes> pieces;
-    pieces.push_back(std::move(bytes));
+    using Piece = std::vector<unsigned char, PieceAllocator<unsigned char>>;
+    std::vector<Piece> pieces;
     for (bool ended = false; !ended;) {
-        Bytes& piece = pieces.emplace_back();
+        Piece& piece = pieces.emplace_back();
         piece.resize(std::max(countKnown() + 1, std::clamp(size, smallestPiece, largestPiece)));
         std::size_t const delivered = read(reinterpret_cast<char*>(piece.data()), piece.size());
         ended = delivered < piece.size();
@@ -63,9 +79,10 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     }
     Bytes joined;
     joined.reserve(size + roomBehind);
-    for (Bytes& piece : pieces) {
+    joined.insert(joined.end(), bytes.begin(), bytes.end());
+    for (Piece& piece : pieces) {
         joined.insert(joined.end(), piece.begin(), piece.end());
-        Bytes().swap(piece); // released at once
+        Piece().swap(piece); // released at once
     }
     return joined;
 }
