@@ -331,6 +331,9 @@ StreamState stateAfterCancellation(ByteArray (*reader)(std::istream&), std::ios_
 }
 
 TEST(StreamReaders, LetACancelledThreadGo) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "AddressSanitizer ends the program when a thread that unwinds by force is caught and goes on";
+#endif
     for (auto const mask : {std::ios_base::goodbit, std::ios_base::badbit}) {
         EXPECT_EQ(stateAfterCancellation(extractAtOnce, mask), stateAfterCancellation(extractCharacterwise, mask));
         EXPECT_EQ(stateAfterCancellation(takeAtOnce, mask), stateAfterCancellation(iterateBuffer, mask));

@@ -114,12 +114,10 @@ std::size_t extract(std::istream& input, char* data, std::size_t size) {
     }
     try {
         bump(input, data, size, taken);
-    } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
-        setBadbitQuietly(input);
-        throw;
     } catch (...) {
         setBadbitQuietly(input);
-        if ((input.exceptions() & std::ios_base::badbit) != 0) {
+        // A cancelled thread must keep unwinding; that is an exception without a type.
+        if ((input.exceptions() & std::ios_base::badbit) != 0 || abi::__cxa_current_exception_type() == nullptr) {
             throw;
         }
     }
