@@ -311,6 +311,29 @@ TEST(AESTransformKeys, LiveAsLongAsTheTransform) {
     EXPECT_TRUE(observer.expired());
 }
 
+template <unsigned long Bits, class CreateKey, class Create>
+void expectReferencesKept(CreateKey createKey, Create create) {
+    auto const aesKey = (provider.*createKey)(ByteArray(Bits / 8));
+    auto const prng = provider.createDefaultCryptoPRNG({});
+    for (ByteArray const& vector : {iv, ByteArray()}) { // whether it was drawn from or not
+        auto transform = (provider.*create)(aesKey, vector, AESMode::CBC, AESPaddingMode::PKCS7, prng);
+        EXPECT_EQ(aesKey.use_count(), 2);
+        EXPECT_EQ(prng.use_count(), 2);
+        transform.reset();
+        EXPECT_EQ(aesKey.use_count(), 1);
+        EXPECT_EQ(prng.use_count(), 1);
+    }
+}
+
+TEST(AESTransforms, KeepTheirKeyAndGeneratorForLife) {
+    expectReferencesKept<128>(&CryptoProvider::createAES128Key, &CryptoProvider::createAES128Encryptor);
+    expectReferencesKept<128>(&CryptoProvider::createAES128Key, &CryptoProvider::createAES128Decryptor);
+    expectReferencesKept<192>(&CryptoProvider::createAES192Key, &CryptoProvider::createAES192Encryptor);
+    expectReferencesKept<192>(&CryptoProvider::createAES192Key, &CryptoProvider::createAES192Decryptor);
+    expectReferencesKept<256>(&CryptoProvider::createAES256Key, &CryptoProvider::createAES256Encryptor);
+    expectReferencesKept<256>(&CryptoProvider::createAES256Key, &CryptoProvider::createAES256Decryptor);
+}
+
 TEST(AESTransformKeys, OfAnotherValueDoNotDecrypt) {
     ByteArray other = key;
     other[15] ^= 1U;
@@ -397,6 +420,50 @@ TEST(AESStreams, AreReadFromWhereTheyStand) {
     std::ostringstream second; // the input is at its end
     createAESEncryptor({key, iv})->encrypt(input, second);
     EXPECT_EQ(second.str(), text(encrypt({key, iv}, {})));
+}
+
+TEST(AESStreams, AreReadToTheirEndBeforeAnythingIsRefused) {
+    for (AESSetup const& setup :
+         {AESSetup{key, iv, static_cast<AESMode>(5)}, AESSetup{key, ByteArray(129), AESMode::GCM},
+          AESSetup{key, iv, AESMode::CBC, AESPaddingMode::NoPadding}}) {
+        std::istringstream input("message");
+        std::istringstream encrypted("message");
+        std::ostringstream output;
+        EXPECT_THROW(createAESEncryptor(setup)->encrypt(input, output), InternalException);
+        EXPECT_THROW(createAESDecryptor(setup)->decrypt(encrypted, output), InternalException);
+        EXPECT_EQ(input.tellg(), 7);
+        EXPECT_EQ(encrypted.tellg(), 7);
+    }
+    std::istringstream input("message");
+    std::ostringstream output;
+    auto const keyless = provider.createAES128Encryptor(nullptr, iv, AESMode::CBC, AESPaddingMode::PKCS7, nullptr);
+    EXPECT_THROWS(InternalException, unsupportedKeySize, keyless->encrypt(input, output));
+    EXPECT_EQ(input.tellg(), 7);
+}
+
+TEST(AESStreams, BringWhatBuffersBring) {
+    for (AESFactories const& factories : aesFactories()) {
+        for (NamedAESMode const& mode : aesModes()) {
+            for (auto const padding : {AESPaddingMode::PKCS7, AESPaddingMode::NoPadding}) {
+                for (std::size_t const size : {0U, 1U, 15U, 16U, 17U, 31U, 32U, 1000U, 4096U, 65536U, 100003U}) {
+                    AESSetup const setup{pseudoRandomBytes(factories.keyBytes()), iv, mode.mode, padding};
+                    SCOPED_TRACE(mode.name + std::to_string(factories.bits) + ", " + std::to_string(size));
+                    if (mode.mode == AESMode::CBC && padding == AESPaddingMode::NoPadding && size % 16 != 0) {
+                        continue;
+                    }
+                    ByteArray const message = pseudoRandomBytes(size);
+                    ByteArray const encrypted = encrypt(setup, message);
+                    std::istringstream messageStream(text(message));
+                    std::stringstream encryptedStream;
+                    std::ostringstream decrypted;
+                    createAESEncryptor(setup)->encrypt(messageStream, encryptedStream);
+                    EXPECT_TRUE(encryptedStream.str() == text(encrypted));
+                    createAESDecryptor(setup)->decrypt(encryptedStream, decrypted);
+                    EXPECT_TRUE(decrypted.str() == text(message));
+                }
+            }
+        }
+    }
 }
 
 TEST(AESStreams, WithoutABufferAreEmpty) {

@@ -55,6 +55,17 @@ TEST(Translation, MayPassTheLibrarysOwnExceptionsUnchanged) {
                   rethrowForeignAs<InternalException>([] { throw std::runtime_error("foreign"); }));
 }
 
+TEST(Translation, IsARuleThatCanBeHandedOn) {
+    auto const throwOwn = [] { throw InvalidKey("own"); };
+    EXPECT_THROWS(InternalException, "own", rethrowAs<InternalException>(throwOwn));
+    EXPECT_THROWS(InvalidKey, "own", rethrowForeignAs<InternalException>(throwOwn));
+    auto const throwStandard = [] { throw std::runtime_error("foreign"); };
+    EXPECT_THROWS(InternalException, "foreign", rethrowAs<InternalException>(throwStandard));
+    EXPECT_THROWS(InternalException, "foreign", rethrowForeignAs<InternalException>(throwStandard));
+    EXPECT_THROWS(std::runtime_error, "foreign", rethrowUnchanged(throwStandard));
+    EXPECT_EQ(rethrowUnchanged([] { return 7; }), 7);
+}
+
 TEST(Translation, LeavesAloneWhatIsNoStandardException) {
     EXPECT_THROW(rethrowAs<InternalException>([] { throw 7; }), int);
     EXPECT_THROW(rethrowForeignAs<InternalException>([] { throw 7; }), int);

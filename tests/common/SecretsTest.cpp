@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -49,6 +50,28 @@ TEST(Wiped, WipesWhenAnExceptionEndsTheScope) {
         },
         std::runtime_error);
     EXPECT_EQ(held, ByteArray(secret.size()));
+}
+
+TEST(WipingOnFailure, WipesWhatFailsAndNothingElse) {
+    ByteArray held = secret;
+    EXPECT_EQ(wipingOnFailure(held, [] { return 7; }), 7);
+    EXPECT_EQ(held, secret);
+    EXPECT_THROW(wipingOnFailure(held, [] { throw std::runtime_error("out"); }), std::runtime_error);
+    EXPECT_EQ(held, ByteArray(secret.size()));
+    held = secret;
+    EXPECT_THROW(wipingOnFailure(held, [] { throw 7; }), int);
+    EXPECT_EQ(held, ByteArray(secret.size()));
+}
+
+TEST(UnfilledSecretBytes, AreWipedWhenTheyGrowAndWhenTheyGo) {
+    ReleaseWatch const watch(secret);
+    {
+        UnfilledSecretBytes held(secret.begin(), secret.end());
+        held.resize(1000);
+        EXPECT_TRUE(std::equal(secret.begin(), secret.end(), held.begin()));
+    }
+    EXPECT_EQ(watch.blocks(), 2U);
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
 }
 
 } // namespace

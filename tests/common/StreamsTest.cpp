@@ -1,16 +1,28 @@
 #include "common/Streams.h"
+#include "common/Check.h"
 
+#include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/Streams.h"
+#include "support/Throws.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <iterator>
+#include <locale>
 #include <memory>
-#include <optional>
+#include <new>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -24,62 +36,134 @@ ByteArray extractCharacterwise(std::istream& input) {
     return {std::istream_iterator<unsigned char>(input), std::istream_iterator<unsigned char>()};
 }
 
+/// What `readUnformatted` stands for.
+ByteArray iterateBuffer(std::istream& input) {
+    return {std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
+}
+
+ByteArray extractAtOnce(std::istream& input) {
+    return readExtracted<ByteArray>(input, rethrowUnchanged);
+}
+
+ByteArray takeAtOnce(std::istream& input) {
+    UnfilledSecretBytes const bytes = readUnformatted(input, 16);
+    EXPECT_GE(bytes.capacity(), bytes.empty() ? 0 : bytes.size() + 16);
+    return {bytes.begin(), bytes.end()};
+}
+
 struct Outcome {
     ByteArray bytes;
-    std::string thrown;
+    Thrown thrown;
     StreamState state;
-    std::string rest; // what the buffer still holds
+    std::string rest; // what the buffer still holds, to its next end
 };
 
-Outcome readWith(std::function<ByteArray(std::istream&)> const& reader, std::istream& input) {
+Outcome readWith(ByteArray (*reader)(std::istream&), std::istream& input) {
     ByteArray bytes;
-    std::string thrown;
-    try {
-        bytes = reader(input);
-    } catch (std::exception const& error) {
-        thrown = error.what();
-    }
+    Thrown const thrown = catchFrom([&] { bytes = reader(input); });
     StreamState const state(input);
     std::string rest;
-    try {
-        rest = input.rdbuf() == nullptr ? "" : std::string(std::istreambuf_iterator<char>(input.rdbuf()), {});
-    } catch (std::exception const&) {
+    if (catchFrom([&] { rest = input.rdbuf() == nullptr ? "" : text(iterateBuffer(input)); }).type != "nothing") {
         rest = "(throws)";
     }
     return {bytes, thrown, state, rest};
 }
 
-/// A host's own buffer without a get area: it hands out one character after the other, promises more than it has, and
-/// where `failure` is not empty throws in place of the end.
+void expectSame(Outcome const& found, Outcome const& expected) {
+    EXPECT_EQ(found.bytes, expected.bytes);
+    EXPECT_EQ(found.thrown.type, expected.thrown.type);
+    EXPECT_EQ(found.thrown.text, expected.thrown.text);
+    EXPECT_EQ(found.state, expected.state);
+    EXPECT_EQ(found.rest, expected.rest);
+}
+
+// Buffers of hosts
+
+/// Without a get area: it hands out one character after the other, and where there is a `failure` throws it in place of
+/// the end.
 class UnbufferedBuffer : public std::streambuf {
 public:
-    explicit UnbufferedBuffer(std::string content, std::string failure = "")
+    explicit UnbufferedBuffer(
+        std::string content, std::function<void()> failure = [] {})
         : content_(std::move(content)), failure_(std::move(failure)) {}
 
 protected:
-    std::streamsize showmanyc() override { return 5; }
-
     int_type underflow() override {
         if (next_ < content_.size()) {
             return traits_type::to_int_type(content_[next_]);
         }
-        if (!failure_.empty()) {
-            throw std::runtime_error(failure_);
-        }
+        failure_();
         return traits_type::eof();
     }
 
     int_type uflow() override {
-        int_type const character = underflow();
+        int_type const character = UnbufferedBuffer::underflow();
         next_ += traits_type::eq_int_type(character, traits_type::eof()) ? 0U : 1U;
         return character;
     }
 
 private:
     std::string content_;
-    std::string failure_;
+    std::function<void()> failure_;
     std::size_t next_ = 0;
 };
+
+/// Characters can be taken from it, but not looked at.
+class UflowBuffer : public UnbufferedBuffer {
+public:
+    using UnbufferedBuffer::UnbufferedBuffer;
+
+protected:
+    int_type underflow() override { return traits_type::eof(); }
+};
+
+/// Delivers all before the first bar, then an end, then all before the second, and so on.
+class RecordBuffer : public std::streambuf {
+public:
+    explicit RecordBuffer(std::string records) : records_(std::move(records)) {}
+
+protected:
+    int_type underflow() override {
+        if (gptr() < egptr()) {
+            return traits_type::to_int_type(*gptr());
+        }
+        if (next_ == records_.size() || records_[next_] == '|') {
+            next_ = std::min(next_ + 1, records_.size());
+            return traits_type::eof();
+        }
+        std::size_t const size = std::min(records_.find('|', next_), records_.size()) - next_;
+        char* const start = &records_[next_];
+        setg(start, start, start + size);
+        next_ += size;
+        return traits_type::to_int_type(*start);
+    }
+
+private:
+    std::string records_;
+    std::size_t next_ = 0;
+};
+
+/// Says what it likes when it is asked how many characters there are, and must not be asked for several at once.
+template <class Buffer> class LyingBuffer : public Buffer {
+public:
+    template <class... Arguments>
+    explicit LyingBuffer(std::streamsize promise, std::streamsize count, Arguments&&... arguments)
+        : Buffer(std::forward<Arguments>(arguments)...), promise_(promise), count_(count) {}
+
+protected:
+    std::streamsize showmanyc() override { return promise_; }
+
+    std::streamsize xsgetn(char* /*data*/, std::streamsize size) override {
+        ADD_FAILURE() << "xsgetn was called";
+        return count_ > 0 ? size + count_ : count_;
+    }
+
+private:
+    std::streamsize promise_;
+    std::streamsize count_;
+};
+
+constexpr std::streamsize tebibyte = std::streamsize(1) << 40;
 
 struct Source {
     std::string name;
@@ -88,70 +172,280 @@ struct Source {
 
 std::string const content = " leading\tblanks, \n\r\n lines\0and a NUL \xff and the end \n "s;
 
+template <class Buffer, class... Arguments> Source source(std::string name, Arguments... arguments) {
+    return {std::move(name), [=] { return std::make_unique<Buffer>(arguments...); }};
+}
+
+/// The buffer is a file's own, so that it may be asked how much is left.
+template <class Buffer = std::filebuf, class... Arguments>
+Source fileSource(std::string name, std::string path, Arguments... arguments) {
+    return {std::move(name), [=] {
+                auto file = std::make_unique<Buffer>(arguments...);
+                file->open(path, std::ios::in | std::ios::binary);
+                return file;
+            }};
+}
+
+void throwStandard() {
+    throw std::runtime_error("gone");
+}
+
+void throwOwn() {
+    throw foundation::crypto::utils::InvalidKey("gone");
+}
+
+void throwNumber() {
+    throw 42; // NOLINT(hicpp-exception-baseclass): hosts may
+}
+
 std::vector<Source> const sources{
-    {"a string", [] { return std::make_unique<std::stringbuf>(content, std::ios::in); }},
-    {"an empty string", [] { return std::make_unique<std::stringbuf>("", std::ios::in); }},
-    {"single characters", [] { return std::make_unique<PortionBuffer>(content, 1); }},
-    {"portions", [] { return std::make_unique<PortionBuffer>(text(pseudoRandomBytes(100000)), 4096); }},
-    {"a buffer that throws at once", [] { return std::make_unique<PortionBuffer>("", 1, "gone"); }},
-    {"a buffer that throws later", [] { return std::make_unique<PortionBuffer>(content, 7, "gone"); }},
-    {"a buffer without a get area", [] { return std::make_unique<UnbufferedBuffer>(content); }},
-    {"a buffer without a get area that throws", [] { return std::make_unique<UnbufferedBuffer>(content, "gone"); }},
+    source<std::stringbuf>("a string", content, std::ios::in),
+    source<std::stringbuf>("an empty string", "", std::ios::in),
+    {"a string that was written",
+     [] {
+         auto buffer = std::make_unique<std::stringbuf>();
+         for (int i = 0; i < 1000; ++i) {
+             buffer->sputn(content.data(), static_cast<std::streamsize>(content.size()));
+         }
+         return buffer;
+     }},
+    source<PortionBuffer>("single characters", content, 1),
+    source<PortionBuffer>("portions", text(pseudoRandomBytes(100000)), 4096),
+    source<PortionBuffer>("large portions", text(pseudoRandomBytes(100000)), 50000),
+    source<PortionBuffer>("a buffer that throws at once", "", 1, "gone"),
+    source<PortionBuffer>("a buffer that throws later", content, 7, "gone"),
+    source<UnbufferedBuffer>("a buffer without a get area", content),
+    source<UnbufferedBuffer>("a large buffer without a get area", text(pseudoRandomBytes(20000))),
+    source<UnbufferedBuffer>("a buffer without a get area that throws", content, throwStandard),
+    source<UnbufferedBuffer>("a buffer that throws an exception of the library", content, throwOwn),
+    source<UnbufferedBuffer>("a buffer that throws a number", content, throwNumber),
+    source<UflowBuffer>("a buffer that overrides uflow alone", content),
+    source<UflowBuffer>("a buffer that overrides uflow alone and throws", content, throwStandard),
+    source<RecordBuffer>("records", "first|second|third"),
+    source<RecordBuffer>("an empty record", "|second"),
+    source<LyingBuffer<PortionBuffer>>("xsgetn answers 0", 0, 0, content, 5U),
+    source<LyingBuffer<PortionBuffer>>("xsgetn answers -1", -1, -1, content, 5U),
+    source<LyingBuffer<PortionBuffer>>("xsgetn answers too much", 1000, 1000, content, 5U),
+    source<LyingBuffer<PortionBuffer>>("promises a tebibyte", tebibyte, 0, content, 5U),
+    source<LyingBuffer<UflowBuffer>>("uflow alone, and lies", tebibyte, -1, content),
     {"no buffer", [] { return std::unique_ptr<std::streambuf>(); }},
-    {"a file",
-     [] {
-         auto file = std::make_unique<std::filebuf>();
-         file->open(__FILE__, std::ios::in | std::ios::binary);
-         return file;
-     }},
-    {"a folder",
-     [] {
-         auto file = std::make_unique<std::filebuf>();
-         file->open("/", std::ios::in);
-         return file;
-     }},
+    fileSource("a file", __FILE__),
+    fileSource<LyingBuffer<std::filebuf>>("a file of the host's own kind", __FILE__, tebibyte, -1),
+    fileSource("a file that says it is empty", "/proc/self/cmdline"),
+    fileSource("a file that says it has 4096 bytes", "/sys/kernel/mm/transparent_hugepage/enabled"),
+    fileSource("a folder", "/"),
+    fileSource("no file", "/nowhere"),
+};
+
+/// Turns every letter and sign into another one.
+class Rotating : public std::codecvt<char, char, std::mbstate_t> {
+protected:
+    result do_in(std::mbstate_t& /*state*/, char const* from, char const* fromEnd, char const*& fromNext, char* to,
+                 char* toEnd, char*& toNext) const override {
+        for (fromNext = from, toNext = to; fromNext != fromEnd && toNext != toEnd; ++fromNext, ++toNext) {
+            *toNext = static_cast<char>(*fromNext ^ 1);
+        }
+        return fromNext == fromEnd ? ok : partial;
+    }
+
+    int do_encoding() const noexcept override { return 1; }
+
+    bool do_always_noconv() const noexcept override { return false; }
+};
+
+struct FailingSync : std::stringbuf {
+    int sync() override { throw std::runtime_error("not flushed"); }
 };
 
 std::vector<std::function<void(std::istream&)>> const preparations{
     [](std::istream& /*input*/) {},
     [](std::istream& input) { input >> std::noskipws; },
     [](std::istream& input) { input.width(5); },
+    [](std::istream& input) { input.flags(std::ios_base::hex | std::ios_base::left | std::ios_base::unitbuf); },
     [](std::istream& input) { input.ignore(3); },
+    [](std::istream& input) { input.peek(); },
+    [](std::istream& input) { input.imbue(std::locale(std::locale::classic(), new Rotating)); },
+    [](std::istream& input) {
+        static FailingSync buffer;
+        static std::ostream tied(&buffer);
+        tied.clear();
+        tied.exceptions(std::ios_base::badbit);
+        input.tie(&tied);
+    },
     [](std::istream& input) { input.setstate(std::ios_base::eofbit); },
     [](std::istream& input) { input.setstate(std::ios_base::failbit); },
     [](std::istream& input) { input.setstate(std::ios_base::badbit); },
 };
 
-TEST(ReadExtracted, LeavesAStreamAsCharacterwiseExtractionWould) {
-    using Base = std::ios_base;
+/// Holds `found` against `expected` for every source in every state under every exception mask.
+void compareReaders(ByteArray (*found)(std::istream&), ByteArray (*expected)(std::istream&)) {
     for (Source const& source : sources) {
         for (std::size_t preparation = 0; preparation < preparations.size(); ++preparation) {
-            for (auto const mask : {Base::goodbit, Base::eofbit, Base::failbit, Base::badbit,
-                                    Base::failbit | Base::badbit, Base::eofbit | Base::failbit | Base::badbit}) {
+            for (unsigned int mask = 0; mask < 8; ++mask) {
                 SCOPED_TRACE(source.name + ", preparation " + std::to_string(preparation) + ", mask " +
                              std::to_string(mask));
-                auto const readFresh = [&](std::function<ByteArray(std::istream&)> const& reader) {
+                auto const readFresh = [&](ByteArray (*reader)(std::istream&)) {
                     auto const buffer = source.makeBuffer();
                     std::istream input(buffer.get());
                     try {
                         preparations[preparation](input);
-                        input.exceptions(mask);
+                        input.exceptions(((mask & 1U) != 0 ? std::ios_base::eofbit : std::ios_base::goodbit) |
+                                         ((mask & 2U) != 0 ? std::ios_base::failbit : std::ios_base::goodbit) |
+                                         ((mask & 4U) != 0 ? std::ios_base::badbit : std::ios_base::goodbit));
                     } catch (std::ios_base::failure const&) { // the mask is set all the same
                     }
                     return readWith(reader, input);
                 };
-                Outcome const expected = readFresh(extractCharacterwise);
-                Outcome const found = readFresh(readExtracted<ByteArray>);
-                EXPECT_EQ(found.bytes, expected.bytes);
-                EXPECT_EQ(found.thrown, expected.thrown);
-                EXPECT_EQ(found.state.state, expected.state.state);
-                EXPECT_EQ(found.state.flags, expected.state.flags);
-                EXPECT_EQ(found.state.gcount, expected.state.gcount);
-                EXPECT_EQ(found.state.width, expected.state.width);
-                EXPECT_EQ(found.rest, expected.rest);
+                expectSame(readFresh(found), readFresh(expected));
             }
         }
     }
+}
+
+TEST(ReadExtracted, LeavesAStreamAsCharacterwiseExtractionWould) {
+    compareReaders(extractAtOnce, extractCharacterwise);
+}
+
+TEST(ReadUnformatted, LeavesAStreamAsTheBufferIteratorWould) {
+    compareReaders(takeAtOnce, iterateBuffer);
+}
+
+/// What a thread leaves of a stream that cancels it in mid-read.
+StreamState stateAfterCancellation(ByteArray (*reader)(std::istream&), std::ios_base::iostate mask) {
+    UnbufferedBuffer buffer("abc", [] {
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+    });
+    std::istream input(&buffer);
+    input.exceptions(mask);
+    auto work = [&] { reader(input); };
+    pthread_t thread{};
+    void* result = nullptr;
+    EXPECT_EQ(pthread_create(
+                  &thread, nullptr,
+                  [](void* given) -> void* { return (*static_cast<decltype(work)*>(given))(), nullptr; }, &work),
+              0);
+    EXPECT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    return StreamState(input);
+}
+
+TEST(StreamReaders, LetACancelledThreadGo) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "AddressSanitizer ends the program when a thread that unwinds by force is caught and goes on";
+#endif
+    for (auto const mask : {std::ios_base::goodbit, std::ios_base::badbit}) {
+        EXPECT_EQ(stateAfterCancellation(extractAtOnce, mask), stateAfterCancellation(extractCharacterwise, mask));
+        EXPECT_EQ(stateAfterCancellation(takeAtOnce, mask), stateAfterCancellation(iterateBuffer, mask));
+    }
+}
+
+/// At most what was read and a small piece, whatever the buffer promises.
+TEST(StreamReaders, AllocateNothingForAPromise) {
+    for (auto const reader : {extractAtOnce, takeAtOnce}) {
+        LyingBuffer<PortionBuffer> buffer(std::streamsize(1) << 31, 0, "abc", 1U);
+        std::istream input(&buffer);
+        AllocationRecording recording;
+        EXPECT_EQ(text(reader(input)), "abc");
+        recording.stop();
+        EXPECT_LE(recording.peak(), 8192U);
+    }
+}
+
+/// What was typed at a terminal, up to the first end of file; the next reader gets what came after it.
+TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
+    for (auto const reader : {extractAtOnce, takeAtOnce}) {
+        int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+        ASSERT_GE(terminal, 0);
+        ASSERT_EQ(grantpt(terminal), 0);
+        ASSERT_EQ(unlockpt(terminal), 0);
+        std::filebuf file;
+        int const kept = open(ptsname(terminal), O_RDWR | O_NOCTTY); // what is typed while nobody has it open is lost
+        ASSERT_NE(file.open(ptsname(terminal), std::ios::in | std::ios::binary), nullptr);
+        std::string const typed = "one\ntwo\n\x04three\n\x04\x04";
+        ASSERT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+
+        std::istream input(&file);
+        EXPECT_EQ(text(reader(input)), "one\ntwo\n");
+        input.clear();
+        EXPECT_EQ(text(reader(input)), "three\n");
+        input.clear();
+        EXPECT_EQ(text(reader(input)), "");
+        close(kept);
+        close(terminal);
+    }
+}
+
+TEST(StreamReaders, ReadWhatOneWriterPutsIntoAPipe) {
+    for (auto const reader : {extractAtOnce, takeAtOnce}) {
+        TemporaryDirectory const directory;
+        std::string const path = directory / "pipe";
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        std::promise<void> firstIsRead;
+        std::promise<void> secondWriterIsThere;
+        auto writers = std::async(std::launch::async, [&] {
+            std::ofstream(path) << "first record";
+            firstIsRead.get_future().wait();
+            std::ofstream second(path);
+            secondWriterIsThere.set_value();
+            second << "second record";
+        });
+        std::ifstream input(path, std::ios::binary);
+        EXPECT_EQ(text(reader(input)), "first record");
+        input.clear();
+        firstIsRead.set_value();
+        secondWriterIsThere.get_future().wait();
+        EXPECT_EQ(text(reader(input)), "second record");
+        writers.get();
+    }
+}
+
+/// The same two MiB of memory again and again, so that a large region costs none.
+class RepeatedMemory {
+public:
+    explicit RepeatedMemory(std::size_t blocks) : size_(blocks * blockSize) {
+        int const memory = memfd_create("repeated", 0);
+        EXPECT_EQ(ftruncate(memory, blockSize), 0);
+        data_ = static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+        for (std::size_t at = 0; at < size_; at += blockSize) {
+            EXPECT_NE(mmap(data_ + at, blockSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, memory, 0),
+                      MAP_FAILED);
+        }
+        close(memory);
+    }
+
+    ~RepeatedMemory() { munmap(data_, size_); }
+
+    RepeatedMemory(RepeatedMemory const&) = delete;
+    RepeatedMemory& operator=(RepeatedMemory const&) = delete;
+
+    char* data() const { return data_; }
+
+    std::size_t size() const { return size_; }
+
+private:
+    static constexpr std::size_t blockSize = std::size_t(1) << 21;
+    std::size_t size_;
+    char* data_ = nullptr;
+};
+
+TEST(StreamReaders, TakeAGetAreaAboveTheLimitOfInt) {
+    struct LargeArea : std::streambuf {
+        explicit LargeArea(RepeatedMemory const& memory) {
+            setg(memory.data(), memory.data(), memory.data() + memory.size());
+        }
+    };
+
+    RepeatedMemory const source(1025);
+    RepeatedMemory const target(1025);
+    ASSERT_GT(source.size(), std::size_t(INT_MAX));
+    LargeArea area(source);
+    std::istream input(&area);
+    EXPECT_EQ(countKnown(area), source.size());
+    EXPECT_EQ(extract(input, target.data(), target.size()), source.size());
+    EXPECT_TRUE(input.good());
+    EXPECT_EQ(countKnown(area), 0U);
+    EXPECT_TRUE(input.get() == std::istream::traits_type::eof());
 }
 
 TEST(ReadExtracted, FlushesTheTiedStream) {
@@ -164,72 +458,81 @@ TEST(ReadExtracted, FlushesTheTiedStream) {
     std::ostream tied(&buffer);
     std::istringstream input("abc");
     input.tie(&tied);
-    EXPECT_EQ(text(readExtracted<ByteArray>(input)), "abc");
+    EXPECT_EQ(text(readExtracted<ByteArray>(input, rethrowUnchanged)), "abc");
     EXPECT_GT(buffer.flushes, 0);
 }
 
 TEST(ReadExtracted, ReadsSecretsLikeBytes) {
     std::istringstream input(content);
-    SecretBytes const secret = readExtracted<SecretBytes>(input);
+    SecretBytes const secret = readExtracted<SecretBytes>(input, rethrowUnchanged);
     EXPECT_EQ(std::string(secret.begin(), secret.end()), content);
 }
 
-TEST(ReadUnformatted, ReadsEveryByteAndLeavesTheStateAlone) {
-    for (Source const& source : sources) {
-        if (source.name.find("throws") != std::string::npos || source.name == "a folder") {
-            continue;
-        }
-        SCOPED_TRACE(source.name);
-        for (auto const state : {std::ios_base::goodbit, std::ios_base::failbit, std::ios_base::eofbit}) {
-            auto const buffer = source.makeBuffer();
-            auto const reference = source.makeBuffer();
-            std::istream input(buffer.get());
-            input.clear(state | (buffer ? std::ios_base::goodbit : std::ios_base::badbit));
-            StreamState const before(input);
-            ByteArray const expected =
-                reference ? ByteArray(std::istreambuf_iterator<char>(reference.get()), {}) : ByteArray();
-            EXPECT_EQ(readUnformatted(input), expected);
-            EXPECT_EQ(StreamState(input), before);
+TEST(StreamReaders, ReadWhatArrivesInPortionsOfAnySize) {
+    std::string const large = text(pseudoRandomBytes(6000000));
+    for (auto const reader : {extractAtOnce, takeAtOnce}) {
+        for (std::size_t const portion : {1U, 4095U, 4096U, 4097U, 1048576U, 5000000U}) {
+            PortionBuffer buffer(large, portion);
+            std::istream input(&buffer);
+            EXPECT_EQ(text(reader(input)) == large, true) << portion;
         }
     }
 }
 
-TEST(ReadUnformatted, LetsABufferThrow) {
-    PortionBuffer buffer("abc", 1, "gone");
-    std::istream input(&buffer);
-    EXPECT_THROW(readUnformatted(input), std::runtime_error);
-    EXPECT_TRUE(input.good());
-}
-
-TEST(ReadUnformatted, EndsWithABufferThatPromisesTooMuch) {
-    class Boastful : public PortionBuffer { // as files of the kernel do that state a size of 4096 bytes
-        using PortionBuffer::PortionBuffer;
-
-        std::streamsize showmanyc() override { return 1000; }
-    };
-
-    for (std::size_t const portion : {1U, 5U, 100U}) {
-        Boastful buffer(content, portion);
-        std::istream input(&buffer);
-        EXPECT_EQ(text(readUnformatted(input)), content);
-    }
-}
-
-TEST(ReadUnformatted, ReadsWhatArrivesInPortionsOfAnySize) {
-    std::string const large = text(pseudoRandomBytes(3000000));
-    for (std::size_t const portion : {1U, 4095U, 4096U, 4097U, 1048576U, 2000000U}) {
-        PortionBuffer buffer(large, portion);
-        std::istream input(&buffer);
-        EXPECT_EQ(text(readUnformatted(input)) == large, true) << portion;
-    }
-}
-
-TEST(ReadUnformatted, ReadsAPipe) {
+TEST(StreamReaders, ReadAPipe) {
     TemporaryDirectory const directory;
     std::string const path = directory / "pipe";
-    ASSERT_EQ(run("mkfifo " + path + " && (head -c 3000000 /dev/zero >" + path + " &) >/dev/null").status, 0);
-    std::ifstream input(path, std::ios::binary);
-    EXPECT_EQ(readUnformatted(input), ByteArray(3000000));
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    for (auto const reader : {extractAtOnce, takeAtOnce}) {
+        ASSERT_EQ(run("(head -c 3000000 /dev/zero >" + path + " &) >/dev/null").status, 0);
+        std::ifstream input(path, std::ios::binary);
+        EXPECT_EQ(reader(input), ByteArray(3000000));
+    }
+}
+
+/// What the host's code throws is ruled by whoever reads; what becomes of our own memory is not.
+TEST(ReadExtracted, TranslatesWhatTheHostThrowsAndNothingElse) {
+    using foundation::crypto::utils::InternalException;
+    using foundation::crypto::utils::InvalidKey;
+    auto const read = [](std::streambuf& buffer) {
+        std::istream input(&buffer);
+        input.exceptions(std::ios_base::badbit);
+        readExtracted<SecretBytes>(input, rethrowForeignAs<InternalException>);
+    };
+    UnbufferedBuffer standard("abc", throwStandard);
+    EXPECT_THROWS(InternalException, "gone", read(standard));
+    UnbufferedBuffer exhausted("abc", [] { throw std::bad_alloc(); });
+    EXPECT_THROWS(InternalException, "std::bad_alloc", read(exhausted));
+    UnbufferedBuffer own("abc", throwOwn);
+    EXPECT_THROWS(InvalidKey, "gone", read(own));
+    UnbufferedBuffer number("abc", throwNumber);
+    EXPECT_EQ(catchFrom([&] { read(number); }).type, "something that is no std::exception");
+
+    std::istringstream failed;
+    failed.setstate(std::ios_base::failbit);
+    catchFrom([&] { failed.exceptions(std::ios_base::failbit); });
+    EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear",
+                         readExtracted<SecretBytes>(failed, rethrowForeignAs<InternalException>));
+    std::istringstream ending("abc");
+    ending.exceptions(std::ios_base::eofbit);
+    EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear",
+                         readExtracted<SecretBytes>(ending, rethrowForeignAs<InternalException>));
+
+    std::string const content20000(20000, 'a');
+    int failures = 0;
+    for (int nth = 1;; ++nth) {
+        PortionBuffer buffer(content20000, 100);
+        std::istream input(&buffer);
+        FailingAllocation const exhausts(nth);
+        Thrown const thrown =
+            catchFrom([&] { readExtracted<SecretBytes>(input, rethrowForeignAs<InternalException>); });
+        if (!exhausts.happened()) {
+            break;
+        }
+        ++failures;
+        EXPECT_EQ(thrown.type, typeid(std::bad_alloc).name());
+    }
+    EXPECT_GT(failures, 3);
 }
 
 TEST(ForEachChunk, DeliversPiecesOf1024BytesAndAnEmptyLastOne) {

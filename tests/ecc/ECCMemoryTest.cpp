@@ -313,6 +313,27 @@ TYPED_TEST(ECCMemory, ThatRunsOutIsReported) {
     exhaustEverything<FailingAllocation, TypeParam>();
 }
 
+/// What a host's stream throws becomes an exception of the library; the library's own memory does not.
+TYPED_TEST(ECCMemory, ThatRunsOutWhileAStreamIsReadIsNotTranslated) {
+    auto const signer = TypeParam::signer(this->key);
+    auto const verifier = TypeParam::verifier(TypeParam::generateKeyPair()->getPublicKey());
+    auto const engine = TypeParam::engine();
+    ByteArray const signature(64);
+    std::function<void(std::istream&)> const operations[]{
+        [&](std::istream& stream) { signer->sign(stream, engine); },
+        [&](std::istream& stream) { verifier->verify(stream, signature, engine); },
+        [&](std::istream& stream) { TypeParam::privateKey(stream, ""); },
+        [&](std::istream& stream) { TypeParam::publicKey(stream); },
+    };
+    for (auto const& operation : operations) {
+        std::istringstream stream("message");
+        FailingAllocation const exhausts;
+        EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", operation(stream));
+        EXPECT_TRUE(exhausts.happened());
+        EXPECT_TRUE((stream.flags() & std::ios_base::skipws) != 0);
+    }
+}
+
 TYPED_TEST(ECCMemory, ThatLibcryptoRunsOutOfIsReported) {
     exhaustEverything<ExhaustedLibcrypto, TypeParam>();
 }

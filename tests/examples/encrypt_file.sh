@@ -16,7 +16,7 @@ cmp file decrypted
 
 cp encrypted whole
 for byte in x y; do # one of them is another than the byte that is there
-    printf $byte | dd of=encrypted bs=1 seek=1000 conv=notrunc 2>/dev/null
+    printf %s $byte | dd of=encrypted bs=1 seek=1000 conv=notrunc 2>/dev/null
     cmp -s whole encrypted || break
 done
 echo earlier >there

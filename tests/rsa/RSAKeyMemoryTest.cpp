@@ -7,6 +7,7 @@
 #include "support/Bytes.h"
 #include "support/LibcryptoHeap.h"
 #include "support/RSAKeys.h"
+#include "support/Throws.h"
 
 #include <gtest/gtest.h>
 
@@ -169,6 +170,23 @@ TEST_F(RSAKeyMemory, OfTheLibraryMayRunOut) {
         }
     }
     EXPECT_GT(failures, 10);
+}
+
+/// What a host's stream throws becomes an exception of the library; the library's own memory does not, but where all
+/// that is thrown while a public key is read has a type of its own.
+TEST_F(RSAKeyMemory, ThatRunsOutWhileAStreamIsReadIsTranslatedForPublicKeysAlone) {
+    using utils::NotImplemented;
+    auto const readExhausted = [](auto const& read) {
+        std::istringstream stream("message");
+        FailingAllocation const exhausts;
+        read(stream);
+    };
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", readExhausted([](auto& stream) { PrivateKey(stream, ""); }));
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc",
+                  readExhausted([](auto& stream) { openssl::loadRSAPrivateKey(stream, ""); }));
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc",
+                  readExhausted([](auto& stream) { openssl::loadRSAPublicKey(stream); }));
+    EXPECT_THROWS(NotImplemented, "std::bad_alloc", readExhausted([](auto& stream) { PublicKey key(stream); }));
 }
 
 /// The answer of `work` with each of its allocations by libcrypto failing is `expected`, or an exception.

@@ -324,4 +324,18 @@ TEST(RSASignatureAllocations, ThatFailAreReportedWhenSigningAndInvalidWhenVerify
     EXPECT_GT(failures, 0);
 }
 
+TEST(RSASignatureAllocations, ThatFailWhileAStreamIsReadAreNotTranslated) {
+    auto const signer = rsaTestKeyUser(2048).signer(pss);
+    auto const verifier = rsaTestKeyUser(2048).verifier(pss);
+    ByteArray const signature(256);
+    std::istringstream signedStream("message");
+    std::istringstream verifiedStream("message");
+    {
+        FailingAllocation const exhausts;
+        EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", signer->sign(signedStream, sha256));
+    }
+    FailingAllocation const exhausts;
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", verifier->verify(verifiedStream, signature, sha256));
+}
+
 } // namespace

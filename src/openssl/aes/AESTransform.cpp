@@ -1,7 +1,7 @@
 #include "aes/AESTransform.h"
 
 #include "common/Check.h"
-#include "common/Handles.h"
+#include "common/Secrets.h"
 #include "common/Streams.h"
 
 #include <algorithm>
@@ -84,36 +84,18 @@ struct Setup {
     ByteArray const& iv;
 };
 
-std::size_t update(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char* output, unsigned char const* input,
-                   std::size_t size) {
-    int written = 0;
-    require(calls.update(context, output, &written, input, static_cast<int>(size)) == 1, calls.notUpdated);
-    return static_cast<std::size_t>(written);
-}
-
-std::size_t finalize(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char* output, char const* notFinalized) {
-    int written = 0;
-    require(calls.finalize(context, output, &written) == 1, notFinalized);
-    return static_cast<std::size_t>(written);
-}
-
 /// CBC, CFB, OFB and CTR (NIST SP 800-38A).
-ByteArray transformStandard(Direction const& calls, Setup const& setup, utils::AESPaddingMode padding,
-                            ByteArray const& input, std::size_t slack) {
-    EVP_CIPHER_CTXUPtr const context(EVP_CIPHER_CTX_new());
+EVP_CIPHER_CTXUPtr startStandard(Direction const& calls, Setup const& setup, utils::AESPaddingMode padding) {
+    EVP_CIPHER_CTXUPtr context(EVP_CIPHER_CTX_new());
     require(calls.initialize(context.get(), setup.cipher, nullptr, setup.key, setup.iv.data()) == 1,
             calls.notInitialized);
     if (padding == utils::AESPaddingMode::NoPadding) {
         EVP_CIPHER_CTX_set_padding(context.get(), 0);
     }
-    ByteArray output(input.size() + slack);
-    require(input.size() <= INT_MAX, calls.tooLarge);
-    std::size_t size = update(calls, context.get(), output.data(), input.data(), input.size());
-    size += finalize(calls, context.get(), output.data() + size, calls.notFinalized);
-    output.resize(size);
-    return output;
+    return context;
 }
 
+/// GCM (NIST SP 800-38D) without additional data.
 EVP_CIPHER_CTXUPtr startGCM(Direction const& calls, Setup const& setup) {
     constexpr std::size_t defaultNonceSize = 12;
 
@@ -128,33 +110,51 @@ EVP_CIPHER_CTXUPtr startGCM(Direction const& calls, Setup const& setup) {
     return context;
 }
 
-/// GCM (NIST SP 800-38D) without additional data: the cipher text, and the tag behind it.
-ByteArray encryptGCM(Setup const& setup, ByteArray const& plainText, std::size_t slack, std::size_t tagSize) {
-    EVP_CIPHER_CTXUPtr const context = startGCM(encryption, setup);
-    ByteArray output(plainText.size() + slack);
-    require(plainText.size() <= INT_MAX, encryption.tooLargeGCM);
-    std::size_t size = update(encryption, context.get(), output.data(), plainText.data(), plainText.size());
-    size += finalize(encryption, context.get(), output.data() + size, encryption.notFinalizedGCM);
-    output.resize(size + tagSize); // as large as it was: the tag takes the room that the cipher did not need
-    require(EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_GET_TAG, static_cast<int>(tagSize), output.data() + size) ==
-                1,
-            "Failed to get GCM tag");
-    return output;
+// The work itself. `output` has room for the input and `slack` bytes more, and may be the same memory as `input`: both
+// directions of all modes are defined for that. Each returns the size of the result.
+
+std::size_t update(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char* output, unsigned char const* input,
+                   std::size_t size) {
+    int written = 0;
+    require(calls.update(context, output, &written, input, static_cast<int>(size)) == 1, calls.notUpdated);
+    return static_cast<std::size_t>(written);
 }
 
-ByteArray decryptGCM(Setup const& setup, ByteArray const& input, std::size_t slack, std::size_t tagSize) {
-    EVP_CIPHER_CTXUPtr const context = startGCM(decryption, setup);
-    ByteArray output(input.size() + slack);
-    require(input.size() >= tagSize, "Input data is smaller than the tag size");
-    std::size_t const cipherTextSize = input.size() - tagSize;
-    ByteArray tag(input.data() + cipherTextSize, input.data() + input.size());
+std::size_t finalize(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char* output, char const* notFinalized) {
+    int written = 0;
+    require(calls.finalize(context, output, &written) == 1, notFinalized);
+    return static_cast<std::size_t>(written);
+}
+
+std::size_t transformStandard(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char const* input,
+                              std::size_t inputSize, unsigned char* output) {
+    require(inputSize <= INT_MAX, calls.tooLarge);
+    std::size_t const size = update(calls, context, output, input, inputSize);
+    return size + finalize(calls, context, output + size, calls.notFinalized);
+}
+
+/// The result is the cipher text, and the tag behind it.
+std::size_t encryptGCM(EVP_CIPHER_CTX* context, unsigned char const* plainText, std::size_t plainTextSize,
+                       unsigned char* output, unsigned int tagSize) {
+    require(plainTextSize <= INT_MAX, encryption.tooLargeGCM);
+    std::size_t size = update(encryption, context, output, plainText, plainTextSize);
+    size += finalize(encryption, context, output + size, encryption.notFinalizedGCM);
+    require(EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_GET_TAG, static_cast<int>(tagSize), output + size) == 1,
+            "Failed to get GCM tag");
+    return size + tagSize;
+}
+
+std::size_t decryptGCM(EVP_CIPHER_CTX* context, unsigned char const* input, std::size_t inputSize,
+                       unsigned char* output, unsigned int tagSize) {
+    require(inputSize >= tagSize, "Input data is smaller than the tag size");
+    std::size_t const cipherTextSize = inputSize - tagSize;
+    std::array<unsigned char, EVP_MAX_AEAD_TAG_LENGTH> tag{}; // libcrypto wants one that it may write to
+    std::copy_n(input + cipherTextSize, tagSize, tag.begin());
     require(cipherTextSize <= INT_MAX, decryption.tooLargeGCM);
-    std::size_t size = update(decryption, context.get(), output.data(), input.data(), cipherTextSize);
-    require(EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_GCM_SET_TAG, static_cast<int>(tagSize), tag.data()) == 1,
+    std::size_t const size = update(decryption, context, output, input, cipherTextSize);
+    require(EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_GCM_SET_TAG, static_cast<int>(tagSize), tag.data()) == 1,
             "Failed to set GCM tag");
-    size += finalize(decryption, context.get(), output.data() + size, decryption.notFinalizedGCM);
-    output.resize(size);
-    return output;
+    return size + finalize(decryption, context, output + size, decryption.notFinalizedGCM);
 }
 
 } // namespace
@@ -175,26 +175,43 @@ AESTransform<KeySize>::AESTransform(AESDirection direction, std::shared_ptr<AESK
 }
 
 template <class KeySize> ByteArray AESTransform<KeySize>::transform(ByteArray const& input) const {
-    return rethrowAs<utils::InternalException>([&] { return transformMessage(input); });
+    return rethrowAs<utils::InternalException>([&] {
+        EVP_CIPHER_CTXUPtr const context = start();
+        ByteArray output(input.size() + ivLength_);
+        // What is not known to be right yet, a message whose tag is wrong above all, is not left lying about.
+        wipingOnFailure(output, [&] { output.resize(work(context.get(), input.data(), input.size(), output.data())); });
+        return output;
+    });
 }
 
 template <class KeySize>
 std::ostream& AESTransform<KeySize>::transform(std::istream& input, std::ostream& output) const {
     return rethrowAs<utils::InternalException>([&]() -> std::ostream& {
-        ByteArray const result = transformMessage(readUnformatted(input));
-        return output.write(reinterpret_cast<char const*>(result.data()), static_cast<std::streamsize>(result.size()));
+        UnfilledSecretBytes text = readUnformatted(input, ivLength_); // both texts in turn, in the same memory
+        EVP_CIPHER_CTXUPtr const context = start();
+        std::size_t const inputSize = text.size();
+        text.resize(inputSize + ivLength_);
+        std::size_t const size = work(context.get(), text.data(), inputSize, text.data());
+        return output.write(reinterpret_cast<char const*>(text.data()), static_cast<std::streamsize>(size));
     });
 }
 
-template <class KeySize> ByteArray AESTransform<KeySize>::transformMessage(ByteArray const& input) const {
+template <class KeySize> EVP_CIPHER_CTXUPtr AESTransform<KeySize>::start() const {
     EVP_CIPHER const* const cipher = getCipher(key_ != nullptr ? key_->getKeySize() : 0, mode_); // no key, no cipher
     Setup const setup{cipher, key_->data(), iv_};
+    Direction const& calls = direction_ == AESDirection::Encryption ? encryption : decryption;
+    return mode_ == utils::AESMode::GCM ? startGCM(calls, setup) : startStandard(calls, setup, padding_);
+}
+
+template <class KeySize>
+std::size_t AESTransform<KeySize>::work(EVP_CIPHER_CTX* context, unsigned char const* input, std::size_t inputSize,
+                                        unsigned char* output) const {
+    bool const encrypts = direction_ == AESDirection::Encryption;
     if (mode_ != utils::AESMode::GCM) {
-        Direction const& calls = direction_ == AESDirection::Encryption ? encryption : decryption;
-        return transformStandard(calls, setup, padding_, input, ivLength_);
+        return transformStandard(encrypts ? encryption : decryption, context, input, inputSize, output);
     }
-    return direction_ == AESDirection::Encryption ? encryptGCM(setup, input, ivLength_, tagLength_)
-                                                  : decryptGCM(setup, input, ivLength_, tagLength_);
+    return encrypts ? encryptGCM(context, input, inputSize, output, tagLength_)
+                    : decryptGCM(context, input, inputSize, output, tagLength_);
 }
 
 template class AESTransform<utils::AESKeySize<128>>;

@@ -2,6 +2,7 @@
 #define ZRFL_OPENSSL_AESTRANSFORM_H
 
 #include "aes/AESKey.h"
+#include "common/Handles.h"
 
 #include <foundation/crypto/interfaces/IAESTransform.h>
 #include <foundation/crypto/interfaces/ICryptoPRNG.h>
@@ -33,7 +34,12 @@ protected:
     std::ostream& transform(std::istream& input, std::ostream& output) const;
 
 private:
-    ByteArray transformMessage(ByteArray const& input) const;
+    /// A fresh context, set up for one message.
+    EVP_CIPHER_CTXUPtr start() const;
+    /// Transforms one message and returns the result's size. `output` has room for `ivLength_` bytes more than there
+    /// are in `input`, and may be the same memory.
+    std::size_t work(EVP_CIPHER_CTX* context, unsigned char const* input, std::size_t inputSize,
+                     unsigned char* output) const;
 
     AESDirection direction_;
     std::shared_ptr<AESKey<KeySize>> key_;

@@ -30,25 +30,44 @@ template <class Truth> void requireExplained(Truth holds, char const* message) {
     }
 }
 
-/// Runs `operation`; every standard exception that leaves it, ours included, arrives as `Target` with the same text.
-template <class Target, class Operation> decltype(auto) rethrowAs(Operation&& operation) {
-    try {
-        return std::forward<Operation>(operation)();
-    } catch (std::exception const& error) {
-        throw Target(error.what());
+// The guards: what an operation's caller gets to see of the exceptions that leave it. They are objects, so that one can
+// be handed to a function that runs only some of its steps under its caller's rule.
+
+/// `rethrowAs<Target>(operation)` runs `operation`; every standard exception that leaves it, ours included, arrives as
+/// `Target` with the same text.
+template <class Target> struct RethrowAs {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        try {
+            return std::forward<Operation>(operation)();
+        } catch (std::exception const& error) {
+            throw Target(error.what());
+        }
     }
-}
+};
+template <class Target> inline constexpr RethrowAs<Target> rethrowAs{};
 
 /// As `rethrowAs`, but exceptions of the library's own family pass unchanged, their texts whole.
-template <class Target, class Operation> decltype(auto) rethrowForeignAs(Operation&& operation) {
-    try {
-        return std::forward<Operation>(operation)();
-    } catch (utils::Exception const&) {
-        throw;
-    } catch (std::exception const& error) {
-        throw Target(error.what());
+template <class Target> struct RethrowForeignAs {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        try {
+            return std::forward<Operation>(operation)();
+        } catch (utils::Exception const&) {
+            throw;
+        } catch (std::exception const& error) {
+            throw Target(error.what());
+        }
     }
-}
+};
+template <class Target> inline constexpr RethrowForeignAs<Target> rethrowForeignAs{};
+
+/// The rule of a family that translates nothing.
+struct RethrowUnchanged {
+    template <class Operation> decltype(auto) operator()(Operation&& operation) const {
+        return std::forward<Operation>(operation)();
+    }
+};
+
+inline constexpr RethrowUnchanged rethrowUnchanged{};
 
 /// Runs `operation`; memory that runs out arrives as `Target` with what `explain` puts behind the exception's text.
 template <class Target, class Operation, class Explain>
@@ -57,6 +76,15 @@ decltype(auto) rethrowBadAllocAs(Operation&& operation, Explain&& explain) {
         return std::forward<Operation>(operation)();
     } catch (std::bad_alloc const& error) {
         throw Target(error.what() + std::forward<Explain>(explain)());
+    }
+}
+
+/// Whether `operation` says so; a standard exception that leaves it is a no.
+template <class Operation> bool holdsWithoutThrowing(Operation&& operation) {
+    try {
+        return std::forward<Operation>(operation)();
+    } catch (std::exception const&) {
+        return false;
     }
 }
 

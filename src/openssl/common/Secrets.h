@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace foundation::crypto::openssl {
@@ -34,6 +36,19 @@ template <class Byte> struct WipingAllocator {
 /// Key material and key text that the library itself holds, wiped wherever it is released.
 using SecretBytes = std::vector<unsigned char, WipingAllocator<unsigned char>>;
 
+/// As `WipingAllocator`, for texts as large as a host's messages: what a vector makes room for it leaves unfilled,
+/// since filling it with zeros first would show.
+template <class Byte> struct UnfilledWipingAllocator : WipingAllocator<Byte> {
+    UnfilledWipingAllocator() noexcept = default;
+
+    template <class Other> explicit UnfilledWipingAllocator(UnfilledWipingAllocator<Other> const& /*other*/) noexcept {}
+
+    template <class Value> void construct(Value* place) noexcept { ::new (static_cast<void*>(place)) Value; }
+};
+
+/// As `SecretBytes`, for messages. Never hand on more of them than was written.
+using UnfilledSecretBytes = std::vector<unsigned char, UnfilledWipingAllocator<unsigned char>>;
+
 /// Wipes `secret` when the scope ends, by whichever path. The buffer must not grow meanwhile.
 template <class Bytes> class Wiped {
 public:
@@ -47,6 +62,16 @@ public:
 private:
     Bytes& secret_;
 };
+
+/// Runs `operation`; when it fails, `secret` is wiped before the exception goes on.
+template <class Bytes, class Operation> decltype(auto) wipingOnFailure(Bytes& secret, Operation&& operation) {
+    try {
+        return std::forward<Operation>(operation)();
+    } catch (...) {
+        OPENSSL_cleanse(secret.data(), secret.size());
+        throw;
+    }
+}
 
 inline void wipe(BIGNUM* number) noexcept {
     if (number != nullptr) {

@@ -1,125 +1,140 @@
 #include "common/Streams.h"
 
-#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <cxxabi.h>
-#include <streambuf>
-#include <utility>
-#include <vector>
+#include <fstream>
+#include <sstream>
+#include <sys/mman.h>
+#include <typeinfo>
+#include <unistd.h>
 
 namespace foundation::crypto::openssl {
 
 namespace {
 
-/// How many characters a buffer holds ready in memory. Unlike `in_avail()`, which may promise what is still to be read.
+using Traits = std::streambuf::traits_type;
+
+bool isEnd(Traits::int_type character) {
+    return Traits::eq_int_type(character, Traits::eof());
+}
+
+/// The characters that a buffer holds ready in memory; taking them runs none of its code.
 class GetArea : public std::streambuf {
 public:
-    static std::streamsize sizeOf(std::streambuf const& buffer) {
-        return (buffer.*&GetArea::egptr)() - (buffer.*&GetArea::gptr)();
+    static std::size_t sizeOf(std::streambuf& buffer) {
+        return static_cast<std::size_t>(
+            std::max<std::ptrdiff_t>((buffer.*&GetArea::egptr)() - (buffer.*&GetArea::gptr)(), 0));
     }
-};
 
-bool atEnd(std::streambuf& buffer) {
-    using Traits = std::streambuf::traits_type;
-    return Traits::eq_int_type(buffer.sgetc(), Traits::eof());
-}
+    static std::size_t take(std::streambuf& buffer, char* data, std::size_t size) {
+        std::size_t const taken = std::min(sizeOf(buffer), size);
+        if (taken != 0) {
+            char* const next = (buffer.*&GetArea::gptr)();
+            std::memcpy(data, next, taken);
+            // not gbump(), which takes an int
+            (buffer.*&GetArea::setg)((buffer.*&GetArea::eback)(), next + taken, (buffer.*&GetArea::egptr)());
+        }
+        return taken;
+    }
+
+    /// What `in_avail()` says where nothing is held ready.
+    static std::streamsize ask(std::streambuf& buffer) { return (buffer.*&GetArea::showmanyc)(); }
+};
 
 void setBadbitQuietly(std::istream& input) {
     try {
         input.setstate(std::ios_base::badbit);
         // NOLINTNEXTLINE(bugprone-empty-catch): the exception in flight is the one to report
-    } catch (std::ios_base::failure const&) {
-    }
-}
-
-/// One access to the stream's buffer, with a formatted extraction's answer to a buffer that throws: badbit, and the
-/// exception goes on only if the stream's exception mask asks for it. The result is then 0.
-template <class Access> std::streamsize access(std::istream& input, Access&& perform) {
-    try {
-        return perform(*input.rdbuf());
-    } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
-        setBadbitQuietly(input);
-        throw;
     } catch (...) {
-        setBadbitQuietly(input);
-        if ((input.exceptions() & std::ios_base::badbit) != 0) {
-            throw;
+    }
+}
+
+/// Takes characters with `sbumpc()`, which may be the only way into a buffer (one that overrides `uflow` alone), until
+/// `size` of them are there or the end is. `taken` counts them, also when the buffer throws.
+void bump(std::istream const& input, char* data, std::size_t size, std::size_t& taken) {
+    std::streambuf& buffer = *input.rdbuf();
+    while (taken < size && input.good()) {
+        Traits::int_type const character = buffer.sbumpc();
+        if (isEnd(character)) {
+            return;
         }
-        return 0;
+        data[taken++] = Traits::to_char_type(character);
+        taken += GetArea::take(buffer, data + taken, size - taken);
     }
 }
 
-/// Appends what `deliver(data, size)` writes, at most `size` bytes.
-template <class Bytes, class Deliver> void append(Bytes& bytes, std::streamsize size, Deliver&& deliver) {
-    std::size_t const before = bytes.size();
-    bytes.resize(before + static_cast<std::size_t>(size));
-    std::streamsize const delivered = deliver(reinterpret_cast<char*>(bytes.data() + before), size);
-    bytes.resize(before + static_cast<std::size_t>(delivered));
-}
-
-ByteArray join(std::vector<ByteArray> pieces, std::size_t size) {
-    if (pieces.size() == 1) {
-        return std::move(pieces.front());
+/// As `istreambuf_iterator` does, which looks at a character before it takes it.
+std::size_t take(std::streambuf& buffer, char* data, std::size_t size) {
+    std::size_t taken = 0;
+    while (taken < size && !isEnd(buffer.sgetc())) {
+        std::size_t const ready = GetArea::take(buffer, data + taken, size - taken);
+        taken += ready;
+        if (ready == 0) {
+            Traits::int_type const character = buffer.sbumpc();
+            if (isEnd(character)) {
+                break;
+            }
+            data[taken++] = Traits::to_char_type(character);
+        }
     }
-    ByteArray bytes;
-    bytes.reserve(size);
-    for (ByteArray& piece : pieces) {
-        bytes.insert(bytes.end(), piece.begin(), piece.end());
-        ByteArray().swap(piece); // released at once, so that no more than one copy is held
-    }
-    return bytes;
+    return taken;
 }
 
 } // namespace
 
-template <class Bytes> Bytes readExtracted(std::istream& input) {
-    input.unsetf(std::ios_base::skipws);
-    Bytes bytes;
-    std::istream::sentry const good(input, true);
-    while (input.good()) {
-        // Looking at the next character first fills the buffer, so that taking what it holds cannot fail half-way.
-        std::streamsize const ready = access(input, [](std::streambuf& buffer) {
-            return atEnd(buffer) ? 0 : std::max<std::streamsize>(GetArea::sizeOf(buffer), 1);
-        });
-        if (ready == 0) {
-            break;
-        }
-        append(bytes, ready, [&](char* data, std::streamsize size) {
-            return access(input, [&](std::streambuf& buffer) { return buffer.sgetn(data, size); });
-        });
-    }
-    if (input.good()) {
-        input.setstate(std::ios_base::eofbit | std::ios_base::failbit);
-    }
-    return bytes;
+std::size_t countKnown(std::streambuf& buffer) {
+    std::size_t const ready = GetArea::sizeOf(buffer);
+    // Of the standard's own classes the answer is true, and includes what is ready: what is left of a file, and what
+    // was written to a string since its get area was made. A class derived from them may say anything.
+    bool const knows = typeid(buffer) == typeid(std::filebuf) || typeid(buffer) == typeid(std::stringbuf);
+    return knows ? std::max(ready, static_cast<std::size_t>(std::max<std::streamsize>(GetArea::ask(buffer), 0)))
+                 : ready;
 }
 
-template ByteArray readExtracted<ByteArray>(std::istream& input);
-template SecretBytes readExtracted<SecretBytes>(std::istream& input);
-
-ByteArray readUnformatted(std::istream& input) {
-    constexpr std::size_t smallestPiece = 4096;
-    constexpr std::size_t largestPiece = std::size_t(1) << 20;
-    // Whatever a buffer promises, more than a message of the largest size is not asked for in one piece.
-    constexpr std::streamsize largestPromise = (std::streamsize(1) << 31) + 16;
-
-    std::vector<ByteArray> pieces;
-    std::size_t total = 0;
-    bool wasShort = false;
-    for (std::streambuf* const buffer = input.rdbuf(); buffer != nullptr;) {
-        std::streamsize const ready = std::min(buffer->in_avail(), largestPromise);
-        if ((ready <= 0 || wasShort) && atEnd(*buffer)) {
-            break;
-        }
-        // A buffer that tells its length tells it at once. One that knows no further than its next portion is asked for
-        // more and more, which it delivers unless the end comes first.
-        auto const more = static_cast<std::streamsize>(std::clamp(total, smallestPiece, largestPiece));
-        std::streamsize const asked = pieces.empty() && ready > 0 ? ready : std::max(ready, more);
-        append(pieces.emplace_back(), asked,
-               [&](char* data, std::streamsize size) { return buffer->sgetn(data, size); });
-        total += pieces.back().size();
-        wasShort = pieces.back().size() < static_cast<std::size_t>(asked);
+void dropPages(void* block, std::size_t size) noexcept {
+    constexpr std::size_t large = std::size_t(1) << 20;
+    if (size < large) {
+        return;
     }
-    return join(std::move(pieces), total);
+    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::size_t const before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
+    madvise(static_cast<char*>(block) + before, (size - before) / page * page, MADV_DONTNEED);
+}
+
+void beginExtraction(std::istream& input) {
+    input.unsetf(std::ios_base::skipws);
+    std::istream::sentry const flushesAndChecks(input, true);
+}
+
+std::size_t extract(std::istream& input, char* data, std::size_t size) {
+    std::size_t taken = 0;
+    if (!input.good()) {
+        return taken;
+    }
+    try {
+        bump(input, data, size, taken);
+    } catch (...) {
+        setBadbitQuietly(input);
+        // A cancelled thread must keep unwinding; that is an exception without a type.
+        if ((input.exceptions() & std::ios_base::badbit) != 0 || abi::__cxa_current_exception_type() == nullptr) {
+            throw;
+        }
+    }
+    if (taken < size && input.good()) {
+        input.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+    }
+    return taken;
+}
+
+UnfilledSecretBytes readUnformatted(std::istream& input, std::size_t roomBehind) {
+    std::streambuf* const buffer = input.rdbuf();
+    if (buffer == nullptr) {
+        return {};
+    }
+    return gather<UnfilledSecretBytes>(
+        roomBehind, [=](char* data, std::size_t size) { return take(*buffer, data, size); },
+        [=] { return countKnown(*buffer); });
 }
 
 } // namespace foundation::crypto::openssl

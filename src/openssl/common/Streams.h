@@ -3,12 +3,13 @@
 
 #include "common/Secrets.h"
 
-#include <foundation/crypto/utils/ByteArray.h>
-
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <istream>
+#include <memory>
+#include <streambuf>
+#include <vector>
 
 namespace foundation::crypto::openssl {
 
@@ -25,15 +26,90 @@ template <class Consume> void forEachChunk(std::istream& input, Consume&& consum
     }
 }
 
+/// How many bytes are sure to follow in `buffer`: those that it holds ready, and those that a `std::filebuf` or a
+/// `std::stringbuf` says are left. What any other buffer promises (`in_avail()`) is not asked for: it need not be true.
+std::size_t countKnown(std::streambuf& buffer);
+
+/// Returns the pages of a large block to the system; the heap, to which it goes back next, might keep them.
+void dropPages(void* block, std::size_t size) noexcept;
+
+/// For the pieces of a text whose length is not known: what was copied from them is not resident twice.
+template <class Byte> struct PieceAllocator : UnfilledWipingAllocator<Byte> {
+    PieceAllocator() noexcept = default;
+
+    template <class Other> explicit PieceAllocator(PieceAllocator<Other> const& /*other*/) noexcept {}
+
+    void deallocate(Byte* bytes, std::size_t count) noexcept {
+        OPENSSL_cleanse(bytes, count * sizeof(Byte));
+        dropPages(bytes, count * sizeof(Byte));
+        std::allocator<Byte>().deallocate(bytes, count);
+    }
+};
+
+/// Gathers what `read(data, size)` delivers, which stops short at the end and only there, and is not called again then.
+/// `countKnown()` is asked once the first byte is there, since a buffer looks at its source no sooner. Where that tells
+/// the length, the bytes are read into the one block that is returned; else pieces are joined, and no more than all
+/// bytes and one piece are resident meanwhile. The result has room for `roomBehind` more bytes.
+template <class Bytes, class Read, class CountKnown>
+Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
+    constexpr std::size_t smallestPiece = 4096;
+    constexpr std::size_t largestPiece = std::size_t(1) << 22;
+
+    Bytes bytes;
+    char first = 0;
+    if (read(&first, 1) == 0) {
+        return bytes;
+    }
+    std::size_t const known = countKnown();
+    std::size_t const room = 1 + (known != 0 ? known + 1 : smallestPiece); // one more than is known shows the end
+    bytes.reserve(room + roomBehind);
+    bytes.resize(room);
+    bytes[0] = static_cast<unsigned char>(first);
+    std::size_t size = 1 + read(reinterpret_cast<char*>(bytes.data()) + 1, room - 1);
+    bytes.resize(size);
+    if (size < room) {
+        return bytes;
+    }
+    using Piece = std::vector<unsigned char, PieceAllocator<unsigned char>>;
+    std::vector<Piece> pieces;
+    for (bool ended = false; !ended;) {
+        Piece& piece = pieces.emplace_back();
+        piece.resize(std::max(countKnown() + 1, std::clamp(size, smallestPiece, largestPiece)));
+        std::size_t const delivered = read(reinterpret_cast<char*>(piece.data()), piece.size());
+        ended = delivered < piece.size();
+        piece.resize(delivered);
+        size += delivered;
+    }
+    Bytes joined;
+    joined.reserve(size + roomBehind);
+    joined.insert(joined.end(), bytes.begin(), bytes.end());
+    for (Piece& piece : pieces) {
+        joined.insert(joined.end(), piece.begin(), piece.end());
+        Piece().swap(piece); // released at once
+    }
+    return joined;
+}
+
+/// Begins to read `input` as formatted extraction does, white space included: `skipws` is cleared, a tied stream
+/// flushed, and a stream that is not good fails.
+void beginExtraction(std::istream& input);
+
+/// Fills `data` as extraction of one character after the other would. Less than `size` is the end, for which the stream
+/// has set eof and fail; or a buffer that threw, for which it has set badbit. Throws what the stream's exception mask
+/// asks for.
+std::size_t extract(std::istream& input, char* data, std::size_t size);
+
 /// Every byte from the current position to the end, read through the stream, which is left exactly as extraction of one
 /// character after the other would leave it: `skipws` cleared, eof and fail set, `gcount()` and `width()` untouched. A
 /// buffer that throws in mid-read sets badbit and ends the reading with the bytes so far, and a stream with an
-/// exception mask throws what it would throw then. Reads what the stream's buffer holds ready in one piece, so it costs
-/// a copy.
-template <class Bytes> Bytes readExtracted(std::istream& input);
-
-extern template ByteArray readExtracted<ByteArray>(std::istream& input);
-extern template SecretBytes readExtracted<SecretBytes>(std::istream& input);
+/// exception mask throws what it would throw then. The host's code (stream, buffer, tied stream) runs under
+/// `rule(operation)`, such as `rethrowForeignAs<...>`; memory that runs out is not translated.
+template <class Bytes, class Rule> Bytes readExtracted(std::istream& input, Rule const& rule) {
+    rule([&] { beginExtraction(input); });
+    return gather<Bytes>(
+        0, [&](char* data, std::size_t size) { return rule([&] { return extract(input, data, size); }); },
+        [&] { return countKnown(*input.rdbuf()); });
+}
 
 /// Gives a stream back the format flags it has now when the scope ends, by whichever path.
 class FormatFlagsRestorer {
@@ -50,10 +126,10 @@ private:
     std::ios_base::fmtflags flags_;
 };
 
-/// Every byte from the current position to the end, read from the stream's buffer; the stream's state is neither looked
-/// at nor changed. Memory: the bytes alone where the buffer knows how many are left (files, strings); else the bytes
-/// twice while pieces of up to 1 MiB are joined.
-ByteArray readUnformatted(std::istream& input);
+/// Every byte from the current position to the end, taken from the stream's buffer as `istreambuf_iterator` takes them;
+/// the stream's state is neither looked at nor changed. Once an end was seen, the buffer is not asked again. The result
+/// has room for `roomBehind` more bytes.
+UnfilledSecretBytes readUnformatted(std::istream& input, std::size_t roomBehind);
 
 } // namespace foundation::crypto::openssl
 

@@ -35,7 +35,7 @@ EVP_PKEYUPtr publicKeyFromPEM(std::string_view text) {
 /// The whole stream, which keeps its format flags.
 SecretBytes readKeyText(std::istream& encodedKey) {
     FormatFlagsRestorer const restorer(encodedKey);
-    return rethrowForeignAs<utils::InternalException>([&] { return readExtracted<SecretBytes>(encodedKey); });
+    return readExtracted<SecretBytes>(encodedKey, rethrowForeignAs<utils::InternalException>);
 }
 
 OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* failure) {

@@ -58,7 +58,7 @@ utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, std::size_t longestS
 }
 
 ByteArray readMessage(std::istream& message) {
-    return rethrowForeignAs<utils::InternalException>([&] { return readExtracted<ByteArray>(message); });
+    return readExtracted<ByteArray>(message, rethrowForeignAs<utils::InternalException>);
 }
 
 } // namespace

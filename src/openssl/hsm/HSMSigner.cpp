@@ -112,7 +112,7 @@ ByteArray HSMSigner::sign(ByteArray const& message, std::shared_ptr<interfaces::
 }
 
 ByteArray HSMSigner::sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const {
-    return sign(readExtracted<ByteArray>(message), std::move(digest));
+    return sign(readExtracted<ByteArray>(message, rethrowUnchanged), std::move(digest));
 }
 
 unsigned long HSMSigner::getKeySize() const {

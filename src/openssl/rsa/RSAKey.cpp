@@ -22,7 +22,8 @@ namespace {
 /// The stream form of the class's constructor. Other than that of the queries it has a type of its own for a stream
 /// that throws, and sets `skipws` in the end.
 EVP_PKEYUPtr readRSAPublicKey(std::istream& encodedKey) {
-    SecretBytes const text = rethrowAs<utils::NotImplemented>([&] { return readExtracted<SecretBytes>(encodedKey); });
+    SecretBytes const text =
+        rethrowAs<utils::NotImplemented>([&] { return readExtracted<SecretBytes>(encodedKey, rethrowUnchanged); });
     encodedKey.setf(std::ios_base::skipws);
     return loadRSAPublicKey(asText(text));
 }

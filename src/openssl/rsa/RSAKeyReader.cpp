@@ -38,7 +38,7 @@ bool isPEM(std::string_view encodedKey) {
 }
 
 SecretBytes readKeyText(std::istream& encodedKey) {
-    return rethrowAs<utils::InternalException>([&] { return readExtracted<SecretBytes>(encodedKey); });
+    return readExtracted<SecretBytes>(encodedKey, rethrowAs<utils::InternalException>);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <openssl/rsa.h>
 
 #include <cstddef>
-#include <cxxabi.h>
 #include <string>
 #include <utility>
 
@@ -79,21 +78,14 @@ SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RS
                                       ByteArray const& message, ByteArray const& signature,
                                       std::shared_ptr<IDigestEngine> const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
-    ErrorQueueMark const mark; // outlives the exceptions below, which are no more than an answer
-    try {
-        if (isSignedRSA(key, modulusSize, padding, signaturePadding, message, signature, digest)) {
-            return utils::makeValidSignatureVerificationStatus();
-        }
-    } catch (abi::__forced_unwind&) { // a cancelled thread must keep unwinding
-        throw;
-        // NOLINTNEXTLINE(bugprone-empty-catch): whatever hinders the check, nothing was shown to be signed
-    } catch (...) {
-    }
-    return utils::makeInvalidSignatureVerificationStatus();
+    ErrorQueueMark const mark; // what hinders the check is no more than an answer: nothing was shown to be signed
+    bool const isSigned = holdsWithoutThrowing(
+        [&] { return isSignedRSA(key, modulusSize, padding, signaturePadding, message, signature, digest); });
+    return isSigned ? utils::makeValidSignatureVerificationStatus() : utils::makeInvalidSignatureVerificationStatus();
 }
 
 ByteArray readMessage(std::istream& message) {
-    return rethrowForeignAs<utils::InternalException>([&] { return readExtracted<ByteArray>(message); });
+    return readExtracted<ByteArray>(message, rethrowForeignAs<utils::InternalException>);
 }
 
 } // namespace

@@ -34,13 +34,11 @@ namespace foundation::crypto::interfaces {
 /// is said with each operation. Objects keep shared references to the keys and generators they were made with, and to
 /// nothing else of the caller's. Values outside an enumeration are passed on, and refused where they are used.
 ///
-/// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; standard
-/// exceptions met on the way arrive as `utils::InternalException` with their text, except that `std::bad_alloc` may
-/// leave any operation that makes an object. An operation that fails leaves nothing behind. One that succeeds leaves
-/// the calling thread's libcrypto error queue as it was; the entries of one that fails may stay there, and stand in the
-/// text of a later exception.
-///
-/// Join the threads that use the library before `exit`: libcrypto cleans up under them.
+/// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; where
+/// libcrypto fails, every operation throws `utils::InternalException`. Standard exceptions met on the way arrive as the
+/// latter with their text, except that `std::bad_alloc` may leave any operation that makes something. One that succeeds
+/// leaves the thread's libcrypto error queue as it was; the entries of one that fails may stay, and stand in the text
+/// of a later exception. Join the threads that use the library before `exit`: libcrypto cleans up under them.
 ///
 /// Operations are called by position: the declarations stand in the order of the binary interface, which never changes.
 class ICryptoProvider {
@@ -80,7 +78,7 @@ public:
     /// 0; a key longer than the hash's block counts by its hash.
     ///
     /// @throws utils::InternalException for an empty key and for one above 2147483647 bytes ("Could not initialize the
-    ///         digest context. " and libcrypto's error text), or when libcrypto fails.
+    ///         digest context. " and libcrypto's error text).
     virtual DigestEnginePtr createHMACSHA1DigestEngine(ByteArray const& key) const = 0;
 
     /// The same with SHA-256, 32 bytes.
@@ -94,7 +92,7 @@ public:
     /// engine keeps copies of both.
     ///
     /// @throws utils::InternalException for a longer key or salt with a key ("Could not initialize the digest context
-    ///         in MAC mode."), or when libcrypto fails.
+    ///         in MAC mode.").
     virtual DigestEnginePtr createBlake2bDigestEngine(ByteArray const& key, ByteArray const& salt) const = 0;
 
     // ---- RSA keys (RFC 8017) of 1024, 2048 and 4096 bits. RSA-1024 is offered for old data only
@@ -102,7 +100,7 @@ public:
     /// Generates a key pair with the public exponent 65537; for 4096 bits that may take seconds. The random bytes come
     /// from libcrypto's generator: `prng` is kept by the pair but not drawn from, and may be of any implementation.
     ///
-    /// @throws utils::InternalException for an empty `prng` ("The PRNG does not exist."), or when libcrypto fails.
+    /// @throws utils::InternalException for an empty `prng` ("The PRNG does not exist.").
     virtual RSAKeyPairPtr<1024> generateRSA1024KeyPair(CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
@@ -113,11 +111,9 @@ public:
 
     /// Reads a private key. `encodedKey` is PEM when "-----BEGIN " stands in it before "-----END "; otherwise it is
     /// DER, PKCS #8 (RFC 5208) or PKCS #1 (RFC 8017, appendix A.1.2). Text before a PEM block, and bytes after a DER
-    /// one, are skipped. An encrypted key opens only if its password is the empty one.
-    ///
-    /// The input decides what reading it costs: the iterations of an encrypted key, tried with the empty password, may
-    /// be billions, and a DSA key of 9 KB takes 8 s. Read private keys from sources you trust, or with a time limit;
-    /// this holds for all readers of private keys and their queries.
+    /// one, are skipped. An encrypted key opens only if its password is the empty one. The input decides what reading
+    /// costs: an encrypted key may ask for billions of iterations, a DSA key of 9 KB takes 8 s. Read private keys, in
+    /// whatever form, from sources you trust or with a time limit.
     ///
     /// @throws utils::Exception for a key of another size ("The input data corresponds to a private key of size 2048
     ///         instead of the expected size 1024").
@@ -281,21 +277,18 @@ public:
     // ---- Elliptic-curve keys: P-256 (FIPS 186-5, SP 800-186) and Ed25519 (RFC 8032), here called Curve25519
 
     /// Generates a key pair on P-256 with libcrypto's random generator.
-    ///
-    /// @throws utils::InternalException when libcrypto fails.
     virtual ECCKeyPairPtr<utils::EllipticCurve::P256> generateECCP256KeyPair() const = 0;
 
     /// The same on Curve25519.
     virtual ECCKeyPairPtr<utils::EllipticCurve::Curve25519> generateECCCurve25519KeyPair() const = 0;
 
     /// Reads a private key on P-256 from PEM text (RFC 7468); text and other blocks before it are skipped. DER is not
-    /// supported. An encrypted key opens only if its password is the empty one. What reading costs is said with
-    /// `createRSA1024PrivateKey`: read private keys from sources you trust, or with a time limit.
+    /// supported. An encrypted key opens only if its password is the empty one. Mind what reading can cost, as for RSA.
     ///
     /// @throws utils::InvalidKeyEncoding for anything but a readable PEM private key, or for a password other than the
     ///         key's.
     /// @throws utils::KeyAndCurveMismatch for a key on another curve, or of another kind, RSA for instance.
-    /// @throws utils::InternalException for an empty input, or when libcrypto fails.
+    /// @throws utils::InternalException for an empty input.
     virtual ECCPrivateKeyPtr<utils::EllipticCurve::P256> createECCP256PrivateKey(ByteArray const& encodedKey) const = 0;
 
     /// The same on Curve25519.
@@ -346,7 +339,7 @@ public:
     /// hybrid (65). The single byte 00, the point at infinity, is taken too.
     ///
     /// @throws utils::InternalException for a point that is not on the curve or not well formed ("Failed to load key
-    ///         from public point and curve"), or when libcrypto fails.
+    ///         from public point and curve").
     virtual ECCPublicKeyPtr<utils::EllipticCurve::P256>
     createECCP256PublicKeyFromPoint(ByteArray const& publicPoint) const = 0;
 
@@ -463,7 +456,6 @@ public:
     /// @throws std::length_error for a negative `keyLength`.
     /// @throws utils::InternalException for a `keyLength` of 0, fewer than one iteration, or a libcrypto failure ("Key
     ///         derivation is unsuccessful.").
-    /// @throws std::bad_alloc when memory runs out.
     virtual ByteArray deriveKeyUsingPBKDF2(std::string const& password, std::string const& salt, int keyLength,
                                            int iterations) const = 0;
 
