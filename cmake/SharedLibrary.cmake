@@ -14,6 +14,5 @@ function(zrfl_shared_library target)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         LINK_DEPENDS ${version_script}
         INSTALL_RPATH "$ORIGIN"
-        LINKER_LANGUAGE CXX
-        VERIFY_INTERFACE_HEADER_SETS ON)
+        LINKER_LANGUAGE CXX)
 endfunction()
