@@ -310,23 +310,93 @@ TEST(ReadUnformatted, LeavesAStreamAsTheBufferIteratorWould) {
     compareReaders(takeAtOnce, iterateBuffer);
 }
 
-/// What a thread leaves of a stream that cancels it in mid-read.
-StreamState stateAfterCancellation(ByteArray (*reader)(std::istream&), std::ios_base::iostate mask) {
+/// Delivers in portions, and runs `event` before each with the number of characters delivered so far.
+class EventfulBuffer : public std::streambuf {
+public:
+    EventfulBuffer(std::string characters, std::size_t portion, std::function<void(std::size_t)> event)
+        : content_(std::move(characters)), portion_(portion), event_(std::move(event)) {}
+
+protected:
+    int_type underflow() override {
+        event_(next_);
+        std::size_t const size = std::min(portion_, content_.size() - next_);
+        char* const start = &content_[next_];
+        setg(start, start, start + size);
+        next_ += size;
+        return size == 0 ? traits_type::eof() : traits_type::to_int_type(*start);
+    }
+
+private:
+    std::string content_;
+    std::size_t portion_;
+    std::function<void(std::size_t)> event_;
+    std::size_t next_ = 0;
+};
+
+TEST(ReadExtracted, FollowsAStreamThatItsBufferChanges) {
+    std::stringbuf another;
+    std::function<void(std::istream&)> const changes[] = {
+        [](std::istream& input) { input.setstate(std::ios_base::eofbit); },
+        [](std::istream& input) { input.setstate(std::ios_base::failbit); },
+        [](std::istream& input) { input.setstate(std::ios_base::badbit); },
+        [](std::istream& input) { input.rdbuf(nullptr); },
+        [&](std::istream& input) {
+            another.str("another");
+            input.rdbuf(&another);
+        },
+        [](std::istream& input) { input.exceptions(std::ios_base::eofbit); }};
+    for (auto const& change : changes) {
+        for (std::size_t const size : {1U, 4U, 5U, 8U, 9000U}) {
+            for (std::size_t const portion : {1U, 2U, 4U, 10000U}) {
+                for (std::size_t const when : {std::size_t(0), std::size_t(4), size}) {
+                    auto const read = [&](ByteArray (*reader)(std::istream&)) {
+                        std::istream input(nullptr);
+                        EventfulBuffer buffer(std::string(size, 'x'), portion, [&](std::size_t delivered) {
+                            if (delivered == when) {
+                                change(input);
+                            }
+                        });
+                        input.rdbuf(&buffer);
+                        return readWith(reader, input);
+                    };
+                    expectSame(read(extractAtOnce), read(extractCharacterwise));
+                }
+            }
+        }
+    }
+}
+
+/// What a thread leaves of a stream that cancels it in mid-read. A thread that is detached unwinds like any other, but
+/// the system's own record of it differs.
+StreamState stateAfterCancellation(ByteArray (*reader)(std::istream&), std::ios_base::iostate mask, int detachState) {
     UnbufferedBuffer buffer("abc", [] {
         pthread_cancel(pthread_self());
         pthread_testcancel();
     });
     std::istream input(&buffer);
     input.exceptions(mask);
-    auto work = [&] { reader(input); };
+    std::promise<void> returned;
+    std::future<void> const end = returned.get_future();
+    auto work = [&] {
+        std::promise<void> const brokenByUnwinding = std::move(returned);
+        reader(input);
+        ADD_FAILURE() << "not cancelled";
+    };
+    pthread_attr_t attributes{};
+    EXPECT_EQ(pthread_attr_init(&attributes), 0);
+    EXPECT_EQ(pthread_attr_setdetachstate(&attributes, detachState), 0);
     pthread_t thread{};
-    void* result = nullptr;
     EXPECT_EQ(pthread_create(
-                  &thread, nullptr,
+                  &thread, &attributes,
                   [](void* given) -> void* { return (*static_cast<decltype(work)*>(given))(), nullptr; }, &work),
               0);
-    EXPECT_EQ(pthread_join(thread, &result), 0);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
+    end.wait();
+    if (detachState == PTHREAD_CREATE_JOINABLE) {
+        void* result = nullptr;
+        EXPECT_EQ(pthread_join(thread, &result), 0);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+    }
     return StreamState(input);
 }
 
@@ -334,9 +404,13 @@ TEST(StreamReaders, LetACancelledThreadGo) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "AddressSanitizer ends the program when a thread that unwinds by force is caught and goes on";
 #endif
-    for (auto const mask : {std::ios_base::goodbit, std::ios_base::badbit}) {
-        EXPECT_EQ(stateAfterCancellation(extractAtOnce, mask), stateAfterCancellation(extractCharacterwise, mask));
-        EXPECT_EQ(stateAfterCancellation(takeAtOnce, mask), stateAfterCancellation(iterateBuffer, mask));
+    for (int const detachState : {PTHREAD_CREATE_JOINABLE, PTHREAD_CREATE_DETACHED}) {
+        for (auto const mask : {std::ios_base::goodbit, std::ios_base::badbit}) {
+            EXPECT_EQ(stateAfterCancellation(extractAtOnce, mask, detachState),
+                      stateAfterCancellation(extractCharacterwise, mask, detachState));
+            EXPECT_EQ(stateAfterCancellation(takeAtOnce, mask, detachState),
+                      stateAfterCancellation(iterateBuffer, mask, detachState));
+        }
     }
 }
 

@@ -2,6 +2,7 @@
 // its own, since it takes over both heaps.
 #include "support/Allocations.h"
 #include "support/ECC.h"
+#include "support/Faults.h"
 #include "support/LibcryptoHeap.h"
 #include "support/PEM.h"
 #include "support/Throws.h"
@@ -105,6 +106,19 @@ TYPED_TEST(ECCMemory, HoldsNoMoreOfAnExportedIntegerThanLibcryptoLeaves) {
     EXPECT_LE(this->leftBehind(partsOf(this->integer), [&] { result = this->key->getPrivateInteger(); }), byHand);
     EXPECT_LE(byHand, TypeParam::curve == EllipticCurve::P256 ? 0U : 1U);
     EXPECT_EQ(result, this->integer);
+}
+
+TYPED_TEST(ECCMemory, HoldsNoMoreOfAnIntegerWhoseExportFailsInTheEnd) {
+    ByteArray result;
+    std::size_t const afterSuccess =
+        this->leftBehind(partsOf(this->integer), [&] { result = this->key->getPrivateInteger(); });
+    std::size_t const afterFailure = this->leftBehind(partsOf(this->integer), [&] {
+        Failing failing("EVP_PKEY_todata");
+        failing.carriedOut();
+        EXPECT_EQ(catchFrom([&] { this->key->getPrivateInteger(); }).text,
+                  "Failed to extract information from private EVP_PKEY");
+    });
+    EXPECT_LE(afterFailure, afterSuccess);
 }
 
 TYPED_TEST(ECCMemory, HoldsNoSecretAfterASignature) {

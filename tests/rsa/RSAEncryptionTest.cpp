@@ -13,6 +13,7 @@
 
 #include <openssl/err.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iomanip>
 #include <limits>
@@ -21,6 +22,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -367,6 +369,37 @@ TEST(RSAStreams, ComeAndGoInWhateverPortions) {
         std::ostringstream output;
         user.decryptor(pkcs1)->decrypt(cipherInput, output);
         EXPECT_EQ(output.str(), message);
+    }
+}
+
+/// Writes what it is asked for once, and reports `count`; then it is at its end.
+class MiscountingBuffer : public std::streambuf {
+public:
+    explicit MiscountingBuffer(std::streamsize count) : count_(count) {}
+
+protected:
+    std::streamsize xsgetn(char* data, std::streamsize size) override {
+        std::fill_n(data, size, 'm');
+        return std::exchange(count_, 0);
+    }
+
+private:
+    std::streamsize count_;
+};
+
+TEST(RSAStreams, HoldWhatWasAskedForWhateverTheirBufferCounts) {
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    std::streamsize const most = std::numeric_limits<std::streamsize>::max();
+    for (auto const& [count, size] :
+         {std::pair<std::streamsize, std::size_t>(-1, 0), {-most, 0}, {118, 117}, {most, 117}}) {
+        MiscountingBuffer buffer(count);
+        std::istream input(&buffer);
+        std::stringstream cipherText;
+        std::ostringstream output;
+        user.encryptor(pkcs1)->encrypt(input, cipherText);
+        user.decryptor(pkcs1)->decrypt(cipherText, output);
+        EXPECT_EQ(output.str(), std::string(size, 'm'));
+        EXPECT_EQ(input.rdstate(), std::ios_base::eofbit | std::ios_base::failbit);
     }
 }
 

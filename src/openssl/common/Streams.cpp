@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
-#include <cxxabi.h>
+#include <exception>
 #include <fstream>
 #include <sstream>
 #include <sys/mman.h>
@@ -51,17 +51,24 @@ void setBadbitQuietly(std::istream& input) {
 }
 
 /// Takes characters with `sbumpc()`, which may be the only way into a buffer (one that overrides `uflow` alone), until
-/// `size` of them are there or the end is. `taken` counts them, also when the buffer throws.
-void bump(std::istream const& input, char* data, std::size_t size, std::size_t& taken) {
-    std::streambuf& buffer = *input.rdbuf();
+/// `size` of them are there or the stream is no longer good, and says whether the buffer came to its end. `taken`
+/// counts them, also when the buffer throws. Whatever a buffer does to its stream meanwhile, another buffer included,
+/// counts from the next character on.
+bool bump(std::istream const& input, char* data, std::size_t size, std::size_t& taken) {
     while (taken < size && input.good()) {
-        Traits::int_type const character = buffer.sbumpc();
+        Traits::int_type const character = input.rdbuf()->sbumpc();
         if (isEnd(character)) {
-            return;
+            return true;
+        }
+        if (input.fail()) {
+            return false; // an extraction that fails delivers nothing
         }
         data[taken++] = Traits::to_char_type(character);
-        taken += GetArea::take(buffer, data + taken, size - taken);
+        if (input.good()) {
+            taken += GetArea::take(*input.rdbuf(), data + taken, size - taken);
+        }
     }
+    return false;
 }
 
 /// As `istreambuf_iterator` does, which looks at a character before it takes it.
@@ -109,20 +116,20 @@ void beginExtraction(std::istream& input) {
 
 std::size_t extract(std::istream& input, char* data, std::size_t size) {
     std::size_t taken = 0;
-    if (!input.good()) {
-        return taken;
-    }
+    bool isAtEnd = false;
     try {
-        bump(input, data, size, taken);
+        isAtEnd = bump(input, data, size, taken);
     } catch (...) {
         setBadbitQuietly(input);
-        // A cancelled thread must keep unwinding; that is an exception without a type.
-        if ((input.exceptions() & std::ios_base::badbit) != 0 || abi::__cxa_current_exception_type() == nullptr) {
+        // A cancelled thread must keep unwinding; that is no exception of C++'s own.
+        if ((input.exceptions() & std::ios_base::badbit) != 0 || std::current_exception() == nullptr) {
             throw;
         }
     }
-    if (taken < size && input.good()) {
+    if (isAtEnd) {
         input.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+    } else if (taken < size && !input.fail()) {
+        input.setstate(std::ios_base::failbit); // at an end that was set from outside
     }
     return taken;
 }

@@ -13,16 +13,22 @@
 
 namespace foundation::crypto::openssl {
 
+/// Reads `size` bytes as `istream::read` does and returns how many came. The count that a stream's buffer reports is
+/// believed from none to what it was asked for.
+inline std::size_t readPiece(std::istream& input, unsigned char* data, std::size_t size) {
+    auto const asked = static_cast<std::streamsize>(size);
+    input.read(reinterpret_cast<char*>(data), asked);
+    return static_cast<std::size_t>(std::clamp<std::streamsize>(input.gcount(), 0, asked));
+}
+
 /// Hands `input` to `consume(data, size)` in the pieces in which `istream::read` delivers it, 1024 bytes at most, for
 /// as long as the stream's state is good; the last piece may be empty. A stream that is not good on entry is not read.
-/// The count that a stream's buffer reports is not believed beyond what it was asked for, and what it did not write is
-/// zero.
+/// What the stream's buffer counted but did not write is zero.
 template <class Consume> void forEachChunk(std::istream& input, Consume&& consume) {
-    constexpr std::streamsize largest = 1024;
     while (input.good()) {
-        std::array<unsigned char, largest> chunk{};
-        input.read(reinterpret_cast<char*>(chunk.data()), largest);
-        consume(chunk.data(), static_cast<std::size_t>(std::clamp<std::streamsize>(input.gcount(), 0, largest)));
+        std::array<unsigned char, 1024> chunk{};
+        std::size_t const size = readPiece(input, chunk.data(), chunk.size());
+        consume(chunk.data(), size);
     }
 }
 

@@ -40,7 +40,9 @@ SecretBytes readKeyText(std::istream& encodedKey) {
 
 OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* failure) {
     Owned<OSSL_PARAM> parameters;
-    require(EVP_PKEY_todata(key, selection, receive(parameters)) == 1, failure);
+    bool const isExported = EVP_PKEY_todata(key, selection, receive(parameters)) == 1;
+    WipedObject const wipedOnFailure(isExported ? nullptr : parameters.get());
+    require(isExported, failure);
     return OSSL_PARAMUPtr(std::move(parameters));
 }
 

@@ -3,6 +3,7 @@
 #include "common/Check.h"
 #include "common/ErrorQueue.h"
 #include "common/Secrets.h"
+#include "common/Streams.h"
 
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
@@ -110,12 +111,6 @@ int getOverhead(RSAPaddingMode padding) {
     return RSA_PKCS1_PADDING_SIZE;
 }
 
-/// Reads the next `chunk.size()` bytes, or what is left, and returns their number.
-std::size_t readChunk(std::istream& input, SecretBytes& chunk) {
-    input.read(reinterpret_cast<char*>(chunk.data()), static_cast<std::streamsize>(chunk.size()));
-    return static_cast<std::size_t>(input.gcount());
-}
-
 /// Inserts the bytes as characters, to the same effect as one after the other: a field width is for the first, and the
 /// last finds the stream in the state that a failure before it left.
 void write(SecretBytes const& block, std::ostream& output) {
@@ -138,7 +133,7 @@ std::ostream& transformStream(Direction const& direction, EVP_PKEY* key, std::si
     require(chunkLength != 0, "chunkLength must be greater than zero");
     require(chunkLength > 0, "chunkLength exceeds maximum ByteArray size");
     SecretBytes chunk(static_cast<std::size_t>(chunkLength));
-    while (std::size_t const size = readChunk(input, chunk)) {
+    while (std::size_t const size = readPiece(input, chunk.data(), chunk.size())) {
         write(transformBlock<SecretBytes>(direction, key, modulusSize, padding, prng, chunk.data(), size), output);
     }
     return output;
