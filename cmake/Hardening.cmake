@@ -20,11 +20,12 @@ if(ZRFL_HARDENING)
             target_compile_options(zrfl_hardening INTERFACE ${flag})
         endif()
     endforeach()
-    # C libraries before 2.33 take level 3 for 2. Not beside a level of the builder's own, nor under a sanitizer, which
-    # watches the same calls itself; the compiler's own level is replaced.
-    if(NOT CMAKE_CXX_FLAGS MATCHES "_FORTIFY_SOURCE|-fsanitize")
-        target_compile_options(zrfl_hardening INTERFACE
-            $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>)
+    # C libraries before 2.33 take level 3 for 2, and all want optimisation. Not beside a level of the builder's own, nor
+    # under a sanitizer, which watches the same calls itself; the compiler's own level is replaced.
+    string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+    set(builders_flags "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}")
+    if(builders_flags MATCHES "-O([1-3s]|fast)" AND NOT builders_flags MATCHES "_FORTIFY_SOURCE|-fsanitize")
+        target_compile_options(zrfl_hardening INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
     endif()
     target_link_options(zrfl_hardening INTERFACE LINKER:-z,relro LINKER:-z,now)
 endif()

@@ -12,7 +12,8 @@ namespace foundation::crypto::interfaces {
 
 /// Computes a message digest (FIPS 180-4, RFC 1321), an HMAC (RFC 2104) or a BLAKE2b digest (RFC 7693) over a message
 /// that arrives in one piece, in several, or as a stream. Signers and verifiers also take an engine as their choice of
-/// hash: they only ask for its names, and its own state is neither used nor changed.
+/// hash: they only ask for its names, and its own state is neither used nor changed. An engine of the host's own must
+/// not release, while it is asked, the object that asks.
 ///
 /// The engine carries the state of the message in progress, so one engine serves one thread at a time; distinct engines
 /// are independent. It can be used for any number of messages, one after the other. After an operation that failed the
