@@ -12,7 +12,7 @@ using namespace utils;
 
 namespace {
 
-/// What the engine itself throws is translated.
+/// The name of the digest. What an engine of the host throws arrives as InternalException.
 std::string askForName(interfaces::IDigestEngine const& engine) {
     return rethrowForeignAs<InternalException>([&] { return engine.getDigestName(); });
 }
