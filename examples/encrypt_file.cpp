@@ -5,8 +5,8 @@
 //     encrypt_file decrypt private.pem ENCRYPTED FILE
 //
 // This suits what is short, such as a key for a symmetric cipher. For long files a symmetric cipher is thousands of
-// times faster, and one that authenticates (AES-GCM) also shows when something was cut off, moved or put in. INPUT and
-// OUTPUT may be the same file.
+// times faster, and one that authenticates (AES-GCM) also shows when something was cut off, moved or put in. FILE and
+// ENCRYPTED may be the same file.
 #include "Files.h"
 #include "Program.h"
 

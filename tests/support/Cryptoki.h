@@ -33,7 +33,7 @@ struct Attribute {
     Number size;
 };
 
-/// CK_FUNCTION_LIST: 68 functions in their fixed order, those that no test calls left out in numbers.
+/// CK_FUNCTION_LIST: 68 functions in their fixed order, those that no test calls without their names.
 struct FunctionList {
     unsigned char version[2];
     Result (*initialize)(void* arguments);

@@ -23,7 +23,7 @@ using foundation::crypto::interfaces::IECCSigner;
 using foundation::crypto::interfaces::IECCVerifier;
 using foundation::crypto::utils::EllipticCurve;
 
-/// The provider's operations of one curve under names without it, and what a test has to know about the curve.
+/// The provider's operations of one curve, under names that leave the curve out, and what tests know about it.
 template <EllipticCurve C> struct ECCFactory;
 
 #define ZRFL_ECC_FACTORY(curveName)                                                                                    \

@@ -65,7 +65,7 @@ template <class Expected> void expectReported(Fault const& fault) {
 /// Calls that release objects, with the calls that make such an object each.
 using Releases = std::map<std::string, std::vector<std::string>>;
 
-/// As many objects were released as were made; the call `failed` has made none the one time.
+/// As many objects were released as were made, not counting the one call of `failed` that failed.
 inline void expectAllReleased(Recording const& recording, Releases const& releases, std::string const& failed = "") {
     for (auto const& [release, creations] : releases) {
         std::size_t created = 0;

@@ -50,7 +50,7 @@ inline std::string encryptedPEM(RawKey const& key, std::string const& password) 
     });
 }
 
-/// The form of before PKCS #8: "EC PRIVATE KEY" (RFC 5915), encrypted by headers when there is a `password`.
+/// The form that PKCS #8 replaced: "EC PRIVATE KEY" (RFC 5915), encrypted by headers when there is a `password`.
 inline std::string traditionalPEM(RawKey const& key, std::string const& password = "") {
     return detail::written([&](BIO* bio) {
         return PEM_write_bio_PrivateKey_traditional(bio, key.get(), password.empty() ? nullptr : EVP_aes_128_cbc(),

@@ -91,12 +91,12 @@ inline RSAKeyUser const& rsaTestKeyUser(int bits) {
     return bits == 1024 ? users[0] : bits == 2048 ? users[1] : users[2];
 }
 
-/// For a key that passes for an RSA key like others by its size: one bound to PSS.
+/// For a key that loads as any RSA key of its size does, but that may only be used with PSS.
 inline RSAKeyUser makePSSKeyUser() {
     return makeRSAKeyUser(2048, readRSAKey(2048, "pss-private.pem"), readRSAKey(2048, "pss-public.pem"));
 }
 
-/// The same: one for DSA.
+/// For a DSA key, which loads as an RSA key of its size does, too.
 inline RSAKeyUser makeDSAKeyUser() {
     return makeRSAKeyUser(1024, readKey("dsa1024-private.pem"), readKey("dsa1024-public.pem"));
 }

@@ -34,7 +34,7 @@ inline ByteArray readRSAKey(unsigned long bits, std::string const& name) {
     return readKey("rsa" + std::to_string(bits) + "-" + name);
 }
 
-/// The provider's operations of one RSA size under names without it, for tests that take all the sizes.
+/// The provider's operations of one RSA size, under names that leave the size out, for tests that take all sizes.
 template <unsigned long N> struct RSAKeys;
 
 #define ZRFL_RSA_OF_SIZE(N)                                                                                            \

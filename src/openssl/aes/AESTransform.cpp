@@ -110,8 +110,8 @@ EVP_CIPHER_CTXUPtr startGCM(Direction const& calls, Setup const& setup) {
     return context;
 }
 
-// The work itself. `output` has room for the input and `slack` bytes more, and may be the same memory as `input`: both
-// directions of all modes are defined for that. Each returns the size of the result.
+// The work itself. `output` has room for the input and a block more, and may be the same memory as `input`: libcrypto
+// allows that for both directions of all modes. Each function returns the size of the result.
 
 std::size_t update(Direction const& calls, EVP_CIPHER_CTX* context, unsigned char* output, unsigned char const* input,
                    std::size_t size) {
@@ -178,7 +178,7 @@ template <class KeySize> ByteArray AESTransform<KeySize>::transform(ByteArray co
     return rethrowAs<utils::InternalException>([&] {
         EVP_CIPHER_CTXUPtr const context = start();
         ByteArray output(input.size() + ivLength_);
-        // What is not known to be right yet, a message whose tag is wrong above all, is not left lying about.
+        // A message must not stay in memory when its tag, or its padding, turns out to be wrong.
         wipingOnFailure(output, [&] { output.resize(work(context.get(), input.data(), input.size(), output.data())); });
         return output;
     });

@@ -60,7 +60,7 @@ template <class Target> struct RethrowForeignAs {
 };
 template <class Target> inline constexpr RethrowForeignAs<Target> rethrowForeignAs{};
 
-/// The rule of a family that translates nothing.
+/// The guard of a family that translates nothing.
 struct RethrowUnchanged {
     template <class Operation> decltype(auto) operator()(Operation&& operation) const {
         return std::forward<Operation>(operation)();
@@ -79,7 +79,7 @@ decltype(auto) rethrowBadAllocAs(Operation&& operation, Explain&& explain) {
     }
 }
 
-/// Whether `operation` says so; a standard exception that leaves it is a no.
+/// What `operation` answers; `false` where a standard exception leaves it.
 template <class Operation> bool holdsWithoutThrowing(Operation&& operation) {
     try {
         return std::forward<Operation>(operation)();

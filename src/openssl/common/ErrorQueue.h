@@ -9,7 +9,8 @@
 namespace foundation::crypto::openssl {
 
 /// Empties the calling thread's libcrypto error queue into the lines that libcrypto itself prints, one for each error,
-/// with the place in its source; empty when the queue is. No message uses it: it is kept for looking into a failure.
+/// with the place in its source; empty when the queue is. Nothing in the library calls it: it is kept for looking
+/// into a failure by hand.
 ///
 /// @throws utils::InternalException when the lines cannot be collected.
 std::string getOpenSSLErrorLines();

@@ -22,7 +22,7 @@ namespace foundation::crypto::openssl {
 /// How one libcrypto type is released, and what its owner is called in messages. No other place releases these types.
 template <class Object> struct HandleTraits;
 
-// CONF has no user at present; its owner is kept with the others.
+// No family owns a CONF at present; it is kept on purpose, so that whoever reads a configuration finds its owner here.
 // clang-format off
 template <> struct HandleTraits<BIO>             { static constexpr auto release = BIO_free_all;         static constexpr auto name = "BIOUPtr"; };
 template <> struct HandleTraits<BIGNUM>          { static constexpr auto release = BN_free;              static constexpr auto name = "BNUPtr"; };

@@ -36,8 +36,8 @@ template <class Byte> struct WipingAllocator {
 /// Key material and key text that the library itself holds, wiped wherever it is released.
 using SecretBytes = std::vector<unsigned char, WipingAllocator<unsigned char>>;
 
-/// As `WipingAllocator`, for texts as large as a host's messages: what a vector makes room for it leaves unfilled,
-/// since filling it with zeros first would show.
+/// As `WipingAllocator`, for texts as large as a host's messages: a vector that is resized leaves the new bytes as they
+/// are in memory, since filling them with zeros first would take noticeable time.
 template <class Byte> struct UnfilledWipingAllocator : WipingAllocator<Byte> {
     UnfilledWipingAllocator() noexcept = default;
 
@@ -46,7 +46,8 @@ template <class Byte> struct UnfilledWipingAllocator : WipingAllocator<Byte> {
     template <class Value> void construct(Value* place) noexcept { ::new (static_cast<void*>(place)) Value; }
 };
 
-/// As `SecretBytes`, for messages. Never hand on more of them than was written.
+/// As `SecretBytes`, for messages. Only what was written to it may be handed on: the other bytes are whatever the
+/// memory held before.
 using UnfilledSecretBytes = std::vector<unsigned char, UnfilledWipingAllocator<unsigned char>>;
 
 /// Wipes `secret` when the scope ends, by whichever path. The buffer must not grow meanwhile.

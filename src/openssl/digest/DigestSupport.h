@@ -13,7 +13,9 @@
 
 namespace foundation::crypto::openssl {
 
-// What every digest engine of this library has in common, whatever it computes and however it reports failures.
+// What every digest engine of this library has in common, whatever it computes and however it reports failures. An
+// engine can be copied in the middle of a message. Nothing in the library does so; the copies are kept right on
+// purpose.
 
 /// Feeds `data`, then finalises.
 ByteArray updateAndFinalize(interfaces::IDigestEngine& engine, ByteArray const& data);

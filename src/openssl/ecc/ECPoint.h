@@ -9,8 +9,8 @@ namespace foundation::crypto::openssl {
 
 // All failures are utils::InternalException; a null argument is one of them.
 
-/// The point that `bytes` encode (SEC 1, section 2.3.4: compressed or uncompressed). Keys are made without it, since
-/// libcrypto decodes their points itself; it is kept as the other half of the conversion below.
+/// The point that `bytes` encode (SEC 1, section 2.3.4: compressed or uncompressed). Nothing in the library calls
+/// it, since libcrypto decodes the points of keys itself: it is kept as the other half of the conversion below.
 EC_POINTUPtr toECPoint(EC_GROUP const* group, ByteArray const& bytes);
 
 /// The uncompressed encoding of `point` (SEC 1, section 2.3.3): 0x04, X, Y; 65 bytes on P-256.

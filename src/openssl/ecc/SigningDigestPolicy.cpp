@@ -12,7 +12,7 @@ using namespace utils;
 
 namespace {
 
-/// What the engine itself throws is translated.
+/// The name of the digest. What an engine of the host throws arrives as InternalException.
 std::string askForName(interfaces::IDigestEngine const& engine) {
     return rethrowForeignAs<InternalException>([&] { return engine.getDigestName(); });
 }
@@ -33,7 +33,7 @@ bool isAccepted(std::string const& digestName, EllipticCurve curve) {
     }
 }
 
-/// The words for a digest that is not accepted; what everybody thinks insecure is that on every curve.
+/// The words for a digest that is not accepted; those for an insecure one are the same on every curve.
 char const* getRefusal(std::string const& digestName, EllipticCurve curve) {
     if (isOneOf<SHA1DigestAlgorithm, MD5DigestAlgorithm>(digestName)) {
         return "Insecure digest algorithm should not be used for signing/verification: ";

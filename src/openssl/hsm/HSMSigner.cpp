@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::string_view providerFile = ZRFL_PKCS11_PROVIDER_FILE;
 
-/// A key lives in its provider, so it goes first.
+/// A key needs its provider as long as it lives; the last member is released first.
 struct KeyInModule {
     OSSL_PROVIDERUPtr provider;
     EVP_PKEYUPtr key;

@@ -81,8 +81,8 @@ void reseed(ICryptoPRNG& prng) {
     RAND_seed(seed.data(), static_cast<int>(seed.size()));
 }
 
-/// One RSA operation on one block. A block that is longer than the modulus never reaches libcrypto, which cuts sizes to
-/// 32 bits and writes past its buffers for some below.
+/// One RSA operation on one block. A block that is longer than the modulus never reaches libcrypto: it cuts sizes to 32
+/// bits, and with some that it does not have to cut it writes past its buffers.
 template <class Bytes>
 Bytes transformBlock(Direction const& direction, EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
                      ICryptoPRNG& prng, unsigned char const* data, std::size_t size) {
@@ -111,8 +111,8 @@ int getOverhead(RSAPaddingMode padding) {
     return RSA_PKCS1_PADDING_SIZE;
 }
 
-/// Inserts the bytes as characters, to the same effect as one after the other: a field width is for the first, and the
-/// last finds the stream in the state that a failure before it left.
+/// Writes the bytes to the same effect as inserting one character after the other: a field width pads the first, and
+/// the last, inserted by itself, meets whatever state an earlier failure left the stream in.
 void write(SecretBytes const& block, std::ostream& output) {
     if (block.empty()) {
         return;

@@ -10,8 +10,8 @@
 
 namespace foundation::crypto::openssl {
 
-/// Encrypts with an RSA public key. Of the paddings, only `PSS` is refused from the start; one that does not exist is
-/// when it is used.
+/// Encrypts with an RSA public key. The constructor refuses `PSS` alone; a padding outside the enumeration is refused
+/// by each operation.
 template <class KeySize> class RSAEncryptor final : public interfaces::IRSAEncryptor {
 public:
     /// @throws utils::InvalidKey for an empty `key`, utils::InternalException for an empty `prng` or for `PSS`.

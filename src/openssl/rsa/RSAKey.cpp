@@ -19,8 +19,8 @@ namespace foundation::crypto::openssl {
 
 namespace {
 
-/// The stream form of the class's constructor. Other than that of the queries it has a type of its own for a stream
-/// that throws, and sets `skipws` in the end.
+/// For the constructor that takes a stream. Unlike the query it has an exception type of its own for a stream that
+/// throws, and sets `skipws` in the end.
 EVP_PKEYUPtr readRSAPublicKey(std::istream& encodedKey) {
     SecretBytes const text =
         rethrowAs<utils::NotImplemented>([&] { return readExtracted<SecretBytes>(encodedKey, rethrowUnchanged); });

@@ -24,7 +24,7 @@ public:
     virtual ByteArray getKeyBytes() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <unsigned long Bits> using AESKeyPtr = std::shared_ptr<IAESKey<utils::AESKeySize<Bits>>>;
 
 } // namespace foundation::crypto::interfaces

@@ -43,7 +43,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using AESEncryptorPtr = std::shared_ptr<IAESEncryptor>;
 
 /// Decrypts what an `IAESEncryptor` with the same key, initialisation vector, mode and padding has encrypted. Only GCM
@@ -74,7 +74,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using AESDecryptorPtr = std::shared_ptr<IAESDecryptor>;
 
 } // namespace foundation::crypto::interfaces

@@ -38,7 +38,7 @@ public:
     virtual std::string getPRNGName() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using CryptoPRNGPtr = std::shared_ptr<ICryptoPRNG>;
 
 } // namespace foundation::crypto::interfaces

@@ -71,7 +71,7 @@ public:
     virtual std::size_t getDigestSize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using DigestEnginePtr = std::shared_ptr<IDigestEngine>;
 
 } // namespace foundation::crypto::interfaces

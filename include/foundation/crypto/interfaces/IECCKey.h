@@ -29,7 +29,7 @@ public:
     virtual ByteArray getPrivateInteger() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <utils::EllipticCurve C> using ECCPrivateKeyPtr = std::shared_ptr<IECCPrivateKey<C>>;
 
 /// A public key on the curve `C`. It never changes and may be shared between threads.
@@ -51,7 +51,7 @@ public:
     virtual ByteArray getPublicPoint() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <utils::EllipticCurve C> using ECCPublicKeyPtr = std::shared_ptr<IECCPublicKey<C>>;
 
 /// A generated key pair on the curve `C`. The two keys are independent objects, and each may outlive the pair. It never
@@ -67,7 +67,7 @@ public:
     virtual ECCPublicKeyPtr<C> getPublicKey() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <utils::EllipticCurve C> using ECCKeyPairPtr = std::shared_ptr<IECCKeyPair<C>>;
 
 } // namespace foundation::crypto::interfaces

@@ -41,7 +41,7 @@ public:
     virtual long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using ECCSignerPtr = std::shared_ptr<IECCSigner>;
 
 /// Checks the signatures that an `IECCSigner` makes, with the public key and the same hash. It accepts the same digest
@@ -72,7 +72,7 @@ public:
     virtual long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using ECCVerifierPtr = std::shared_ptr<IECCVerifier>;
 
 } // namespace foundation::crypto::interfaces

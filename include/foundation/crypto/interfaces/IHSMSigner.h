@@ -60,7 +60,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using HSMSignerPtr = std::shared_ptr<IHSMSigner>;
 
 } // namespace foundation::crypto::interfaces

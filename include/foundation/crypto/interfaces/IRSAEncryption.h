@@ -49,7 +49,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using RSAEncryptorPtr = std::shared_ptr<IRSAEncryptor>;
 
 /// Decrypts with an RSA private key what an `IRSAEncryptor` with its public key and the same padding has encrypted.
@@ -82,7 +82,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using RSADecryptorPtr = std::shared_ptr<IRSADecryptor>;
 
 } // namespace foundation::crypto::interfaces

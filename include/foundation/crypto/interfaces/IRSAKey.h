@@ -37,7 +37,7 @@ public:
     virtual ByteArray getPrivateExponent() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <unsigned long Bits> using RSAPrivateKeyPtr = std::shared_ptr<IRSAPrivateKey<utils::RSAKeySize<Bits>>>;
 
 /// An RSA public key (RFC 8017); otherwise as `IRSAPrivateKey`.
@@ -64,7 +64,7 @@ public:
     virtual ByteArray getPublicExponent() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <unsigned long Bits> using RSAPublicKeyPtr = std::shared_ptr<IRSAPublicKey<utils::RSAKeySize<Bits>>>;
 
 /// A generated RSA key pair. The two keys are independent objects, and each may outlive the pair. The pair also keeps
@@ -80,7 +80,7 @@ public:
     virtual std::shared_ptr<IRSAPrivateKey<KeySize>> getPrivateKey() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 template <unsigned long Bits> using RSAKeyPairPtr = std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<Bits>>>;
 
 } // namespace foundation::crypto::interfaces

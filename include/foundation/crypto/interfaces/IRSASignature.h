@@ -43,7 +43,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using RSASignerPtr = std::shared_ptr<IRSASigner>;
 
 /// Checks the signatures that an `IRSASigner` makes, with the public key, the same padding and the same hash. The
@@ -73,7 +73,7 @@ public:
     virtual unsigned long getKeySize() const = 0;
 };
 
-/// How one is handed in and out.
+/// The pointer as operations take and return it.
 using RSAVerifierPtr = std::shared_ptr<IRSAVerifier>;
 
 } // namespace foundation::crypto::interfaces
