@@ -3,6 +3,7 @@
 #include "support/AES.h"
 #include "support/Allocations.h"
 #include "support/Faults.h"
+#include "support/HostsMark.h"
 #include "support/PEM.h"
 #include "support/RSA.h"
 #include "support/RSAKeys.h"
@@ -98,36 +99,12 @@ TEST(Factories, MakeEachObjectInOneAllocationWithItsCount) {
 
 // The host's mark in the error queue
 
-constexpr int hostsReason = 77;
-
-/// A mark as a host sets it, on an error of its own.
-class HostsMark {
-public:
-    HostsMark() {
-        ERR_clear_error();
-        ERR_raise(ERR_LIB_USER, hostsReason);
-        ERR_set_mark();
-    }
-
-    /// The mark is found once more, with the host's error beneath it and nothing else.
-    static testing::AssertionResult isThere() {
-        if (ERR_pop_to_mark() != 1) {
-            return testing::AssertionFailure() << "the mark is gone";
-        }
-        unsigned long const beneath = ERR_get_error();
-        if (ERR_GET_LIB(beneath) != ERR_LIB_USER || ERR_GET_REASON(beneath) != hostsReason || ERR_peek_error() != 0) {
-            return testing::AssertionFailure() << "other errors are beneath the mark";
-        }
-        return testing::AssertionSuccess();
-    }
-};
-
 TEST(HostsErrorMark, SurvivesEveryOperation) {
     for (Operation const& operation : operations()) {
         OperationRun const run = operation.prepare();
         HostsMark const mark;
         run.call();
-        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), hostsReason) << operation.description();
+        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), HostsMark::reason) << operation.description();
         EXPECT_TRUE(mark.isThere()) << operation.description();
     }
 }

@@ -3,7 +3,7 @@
 
 #include "support/AES.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -65,141 +66,117 @@ void encryptBuffer(AESMode mode) {
     createAESEncryptor(setupFor(mode))->encrypt(message);
 }
 
+ByteArray const& encrypted(AESMode mode) {
+    static std::map<AESMode, ByteArray> blocks;
+    ByteArray& block = blocks[mode];
+    if (block.empty()) {
+        block = createAESEncryptor(setupFor(mode))->encrypt(message);
+    }
+    return block;
+}
+
 void decryptBuffer(AESMode mode) {
-    static std::vector<ByteArray> const encrypted = [] {
-        std::vector<ByteArray> all;
-        for (int value = 0; value < 5; ++value) { // as the modes are numbered
-            all.push_back(createAESEncryptor(setupFor(static_cast<AESMode>(value)))->encrypt(message));
-        }
-        return all;
-    }();
-    createAESDecryptor(setupFor(mode))->decrypt(encrypted[static_cast<std::size_t>(mode)]);
+    createAESDecryptor(setupFor(mode))->decrypt(encrypted(mode));
+}
+
+/// Nothing of a message that fails comes out.
+template <class Transform> void transformStream(ByteArray const& content, Transform transform) {
+    std::istringstream input(text(content));
+    std::ostringstream output;
+    try {
+        transform(input, output);
+    } catch (...) {
+        EXPECT_EQ(output.str(), "");
+        throw;
+    }
 }
 
 void encryptStream(AESMode mode) {
-    std::istringstream input(text(message));
-    std::ostringstream output;
-    try {
-        createAESEncryptor(setupFor(mode))->encrypt(input, output);
-    } catch (...) {
-        EXPECT_EQ(output.str(), "");
-        throw;
-    }
+    transformStream(message, [&](auto& from, auto& to) { createAESEncryptor(setupFor(mode))->encrypt(from, to); });
 }
 
 void decryptStream(AESMode mode) {
-    std::istringstream input(text(createAESEncryptor(setupFor(mode))->encrypt(message)));
-    std::ostringstream output;
-    try {
-        createAESDecryptor(setupFor(mode))->decrypt(input, output);
-    } catch (...) {
-        EXPECT_EQ(output.str(), "");
-        throw;
-    }
+    transformStream(encrypted(mode),
+                    [&](auto& from, auto& to) { createAESDecryptor(setupFor(mode))->decrypt(from, to); });
 }
 
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    void (*operation)(AESMode);
-    std::vector<AESMode> modes;
-    std::string text;
-};
+using Modes = std::vector<Named<AESMode>>;
 
-std::vector<AESMode> const standard{AESMode::CBC, AESMode::CFB, AESMode::OFB, AESMode::CTR};
-std::vector<AESMode> const gcm{AESMode::GCM};
-std::vector<AESMode> const all{AESMode::CBC, AESMode::CFB, AESMode::OFB, AESMode::GCM, AESMode::CTR};
+Modes const cbc{{"CBC", AESMode::CBC}};
+Modes const cfb{{"CFB", AESMode::CFB}};
+Modes const ofb{{"OFB", AESMode::OFB}};
+Modes const gcm{{"GCM", AESMode::GCM}};
+Modes const ctr{{"CTR", AESMode::CTR}};
+Modes const standard{cbc[0], cfb[0], ofb[0], ctr[0]};
+Modes const all{cbc[0], cfb[0], ofb[0], gcm[0], ctr[0]};
 
 std::string const noContext = "Fail to create EVP_CIPHER_CTXUPtr; the given raw pointer is NULL";
 std::string const noMode = "Failed to get the OpenSSL cipher. Unsupported AES mode";
 std::string const noIVLength = "Failed to initialize the IV length in OpenSSL";
+std::string const noEncryption = "Failed to initialize cipher context in standard AES encryption.";
+std::string const noDecryption = "Failed to initialize cipher context in standard AES decryption.";
+std::string const noGCMEncryption = "Failed to initialize cipher context in AES-GCM encryption.";
+std::string const noGCMDecryption = "Failed to initialize cipher context in AES-GCM decryption.";
+std::string const noEncryptionKey = "Failed to initialize key and iv context in AES-GCM encryption.";
+std::string const noDecryptionKey = "Failed to initialize key and iv context in AES-GCM decryption.";
 std::string const notEncrypted = "Failed to encrypt data";
 std::string const notDecrypted = "Failed to decrypt data";
+std::string const noEncryptedEnd = "Failed to finalize encryption";
+std::string const noDecryptedEnd = "Failed to finalize decryption";
 std::string const wrongTag = "Tag verification failed or decryption error";
+
+std::vector<Result> const notPositive{0, -1, made(0)};
 
 // Nonces of 16 bytes, so the first control call of GCM sets their length and the second is the one of the tag.
 std::vector<Fault> const faults{
-    {"EncryptCBCCipher", "EVP_aes_128_cbc", 1, encryptBuffer, {AESMode::CBC}, noMode},
-    {"EncryptCFBCipher", "EVP_aes_128_cfb128", 1, encryptBuffer, {AESMode::CFB}, noMode},
-    {"EncryptOFBCipher", "EVP_aes_128_ofb", 1, encryptBuffer, {AESMode::OFB}, noMode},
-    {"EncryptGCMCipher", "EVP_aes_128_gcm", 1, encryptBuffer, {AESMode::GCM}, noMode},
-    {"EncryptCTRCipher", "EVP_aes_128_ctr", 1, encryptBuffer, {AESMode::CTR}, noMode},
-    {"DecryptCBCCipher", "EVP_aes_128_cbc", 1, decryptBuffer, {AESMode::CBC}, noMode},
-    {"DecryptGCMCipher", "EVP_aes_128_gcm", 1, decryptBuffer, {AESMode::GCM}, noMode},
+    {"EncryptCipher", "EVP_aes_128_cbc", 1, over(cbc, encryptBuffer), noMode},
+    {"EncryptCipher", "EVP_aes_128_cfb128", 1, over(cfb, encryptBuffer), noMode},
+    {"EncryptCipher", "EVP_aes_128_ofb", 1, over(ofb, encryptBuffer), noMode},
+    {"EncryptCipher", "EVP_aes_128_gcm", 1, over(gcm, encryptBuffer), noMode},
+    {"EncryptCipher", "EVP_aes_128_ctr", 1, over(ctr, encryptBuffer), noMode},
+    {"DecryptCipher", "EVP_aes_128_cbc", 1, over(cbc, decryptBuffer), noMode},
+    {"DecryptCipher", "EVP_aes_128_gcm", 1, over(gcm, decryptBuffer), noMode},
 
-    {"EncryptContext", "EVP_CIPHER_CTX_new", 1, encryptBuffer, all, noContext},
-    {"EncryptInit", "EVP_EncryptInit_ex", 1, encryptBuffer, standard,
-     "Failed to initialize cipher context in standard AES encryption."},
-    {"EncryptUpdate", "EVP_EncryptUpdate", 1, encryptBuffer, all, notEncrypted},
-    {"EncryptFinal", "EVP_EncryptFinal_ex", 1, encryptBuffer, standard, "Failed to finalize encryption"},
-    {"EncryptGCMInit", "EVP_EncryptInit_ex", 1, encryptBuffer, gcm,
-     "Failed to initialize cipher context in AES-GCM encryption."},
-    {"EncryptGCMLength", "EVP_CIPHER_CTX_ctrl", 1, encryptBuffer, gcm, noIVLength},
-    {"EncryptGCMKey", "EVP_EncryptInit_ex", 2, encryptBuffer, gcm,
-     "Failed to initialize key and iv context in AES-GCM encryption."},
-    {"EncryptGCMFinal", "EVP_EncryptFinal_ex", 1, encryptBuffer, gcm, notEncrypted},
-    {"EncryptGCMTag", "EVP_CIPHER_CTX_ctrl", 2, encryptBuffer, gcm, "Failed to get GCM tag"},
+    {"EncryptContext", "EVP_CIPHER_CTX_new", 1, over(all, encryptBuffer), noContext},
+    {"EncryptInit", "EVP_EncryptInit_ex", 1, over(standard, encryptBuffer), noEncryption, notPositive},
+    {"EncryptUpdate", "EVP_EncryptUpdate", 1, over(all, encryptBuffer), notEncrypted, notPositive},
+    {"EncryptFinal", "EVP_EncryptFinal_ex", 1, over(standard, encryptBuffer), noEncryptedEnd, notPositive},
+    {"EncryptInit", "EVP_EncryptInit_ex", 1, over(gcm, encryptBuffer), noGCMEncryption, notPositive},
+    {"EncryptLength", "EVP_CIPHER_CTX_ctrl", 1, over(gcm, encryptBuffer), noIVLength, notPositive},
+    {"EncryptKey", "EVP_EncryptInit_ex", 2, over(gcm, encryptBuffer), noEncryptionKey, notPositive},
+    {"EncryptFinal", "EVP_EncryptFinal_ex", 1, over(gcm, encryptBuffer), notEncrypted, notPositive},
+    {"EncryptTag", "EVP_CIPHER_CTX_ctrl", 2, over(gcm, encryptBuffer), "Failed to get GCM tag", notPositive},
 
-    {"DecryptContext", "EVP_CIPHER_CTX_new", 1, decryptBuffer, all, noContext},
-    {"DecryptInit", "EVP_DecryptInit_ex", 1, decryptBuffer, standard,
-     "Failed to initialize cipher context in standard AES decryption."},
-    {"DecryptUpdate", "EVP_DecryptUpdate", 1, decryptBuffer, all, notDecrypted},
-    {"DecryptFinal", "EVP_DecryptFinal_ex", 1, decryptBuffer, standard, "Failed to finalize decryption"},
-    {"DecryptGCMInit", "EVP_DecryptInit_ex", 1, decryptBuffer, gcm,
-     "Failed to initialize cipher context in AES-GCM decryption."},
-    {"DecryptGCMLength", "EVP_CIPHER_CTX_ctrl", 1, decryptBuffer, gcm, noIVLength},
-    {"DecryptGCMKey", "EVP_DecryptInit_ex", 2, decryptBuffer, gcm,
-     "Failed to initialize key and iv context in AES-GCM decryption."},
-    {"DecryptGCMTag", "EVP_CIPHER_CTX_ctrl", 2, decryptBuffer, gcm, "Failed to set GCM tag"},
-    {"DecryptGCMFinal", "EVP_DecryptFinal_ex", 1, decryptBuffer, gcm, wrongTag},
+    {"DecryptContext", "EVP_CIPHER_CTX_new", 1, over(all, decryptBuffer), noContext},
+    {"DecryptInit", "EVP_DecryptInit_ex", 1, over(standard, decryptBuffer), noDecryption, notPositive},
+    {"DecryptUpdate", "EVP_DecryptUpdate", 1, over(all, decryptBuffer), notDecrypted, notPositive},
+    {"DecryptFinal", "EVP_DecryptFinal_ex", 1, over(standard, decryptBuffer), noDecryptedEnd, notPositive},
+    {"DecryptInit", "EVP_DecryptInit_ex", 1, over(gcm, decryptBuffer), noGCMDecryption, notPositive},
+    {"DecryptLength", "EVP_CIPHER_CTX_ctrl", 1, over(gcm, decryptBuffer), noIVLength, notPositive},
+    {"DecryptKey", "EVP_DecryptInit_ex", 2, over(gcm, decryptBuffer), noDecryptionKey, notPositive},
+    {"DecryptTag", "EVP_CIPHER_CTX_ctrl", 2, over(gcm, decryptBuffer), "Failed to set GCM tag", notPositive},
+    {"DecryptFinal", "EVP_DecryptFinal_ex", 1, over(gcm, decryptBuffer), wrongTag, notPositive},
 
-    {"EncryptStreamInit", "EVP_EncryptInit_ex", 1, encryptStream, standard,
-     "Failed to initialize cipher context in standard AES encryption."},
-    {"EncryptStreamUpdate", "EVP_EncryptUpdate", 1, encryptStream, all, notEncrypted},
-    {"EncryptStreamFinal", "EVP_EncryptFinal_ex", 1, encryptStream, standard, "Failed to finalize encryption"},
-    {"EncryptStreamGCMFinal", "EVP_EncryptFinal_ex", 1, encryptStream, gcm, notEncrypted},
-    {"DecryptStreamInit", "EVP_DecryptInit_ex", 1, decryptStream, standard,
-     "Failed to initialize cipher context in standard AES decryption."},
-    {"DecryptStreamUpdate", "EVP_DecryptUpdate", 1, decryptStream, all, notDecrypted},
-    {"DecryptStreamFinal", "EVP_DecryptFinal_ex", 1, decryptStream, standard, "Failed to finalize decryption"},
-    {"DecryptStreamGCMFinal", "EVP_DecryptFinal_ex", 1, decryptStream, gcm, wrongTag},
+    {"EncryptStreamInit", "EVP_EncryptInit_ex", 1, over(standard, encryptStream), noEncryption, notPositive},
+    {"EncryptStreamUpdate", "EVP_EncryptUpdate", 1, over(all, encryptStream), notEncrypted, notPositive},
+    {"EncryptStreamFinal", "EVP_EncryptFinal_ex", 1, over(standard, encryptStream), noEncryptedEnd, notPositive},
+    {"EncryptStreamFinal", "EVP_EncryptFinal_ex", 1, over(gcm, encryptStream), notEncrypted, notPositive},
+    {"DecryptStreamInit", "EVP_DecryptInit_ex", 1, over(standard, decryptStream), noDecryption, notPositive},
+    {"DecryptStreamUpdate", "EVP_DecryptUpdate", 1, over(all, decryptStream), notDecrypted, notPositive},
+    {"DecryptStreamFinal", "EVP_DecryptFinal_ex", 1, over(standard, decryptStream), noDecryptedEnd, notPositive},
+    {"DecryptStreamFinal", "EVP_DecryptFinal_ex", 1, over(gcm, decryptStream), wrongTag, notPositive},
 };
 
 class AESFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, AESFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, AESFaults, testing::ValuesIn(expanded(faults)), nameOf);
 
 TEST_P(AESFaults, AreReportedInTheirOwnWords) {
-    for (AESMode const mode : GetParam().modes) {
-        GetParam().operation(mode); // also makes what is decrypted, before any call fails
-        Failing failing(GetParam().call, GetParam().nth);
-        failing.withError("not part of the text");
-        EXPECT_THROWS(InternalException, GetParam().text, GetParam().operation(mode));
-    }
-}
-
-TEST_P(AESFaults, AreSeenInNegativeResults) {
-    if (GetParam().call.find("EVP_CIPHER_CTX_new") == 0 || GetParam().call.find("EVP_aes_") == 0) {
-        return; // they return pointers
-    }
-    for (AESMode const mode : GetParam().modes) {
-        GetParam().operation(mode);
-        Failing failing(GetParam().call, GetParam().nth);
-        failing.returning(-1);
-        EXPECT_THROWS(InternalException, GetParam().text, GetParam().operation(mode));
-    }
+    expectReported<InternalException>(GetParam());
 }
 
 TEST_P(AESFaults, LeakNothing) {
-    for (AESMode const mode : GetParam().modes) {
-        GetParam().operation(mode);
-        Recording const recording;
-        Failing const failing(GetParam().call, GetParam().nth);
-        catchFrom([&] { GetParam().operation(mode); });
-        std::size_t const failedCreations = GetParam().call == "EVP_CIPHER_CTX_new" ? 1 : 0;
-        EXPECT_EQ(recording.count("EVP_CIPHER_CTX_free"), recording.count("EVP_CIPHER_CTX_new") - failedCreations);
-    }
+    expectAllReleased(GetParam());
 }
 
 // Ciphers
@@ -226,7 +203,7 @@ TEST(AESCiphers, AreChosenByKeySizeAndMode) {
 // Calls
 
 TEST(AESCalls, OfTheStandardModesAreThoseThatTheWorkNeeds) {
-    for (AESMode const mode : standard) {
+    for (auto const& [name, mode] : standard) {
         for (auto const padding : {AESPaddingMode::PKCS7, AESPaddingMode::NoPadding, static_cast<AESPaddingMode>(2)}) {
             bool const isPadded = padding != AESPaddingMode::NoPadding;
             AESSetup const setup{key, iv, mode, padding};
@@ -322,13 +299,12 @@ TEST(AESChecks, ComeInTheOrderOfTheWork) {
     {
         // the first initialisation before the nonce's length,
         Failing const init("EVP_DecryptInit_ex");
-        EXPECT_THROWS(InternalException, "Failed to initialize cipher context in AES-GCM decryption.",
-                      createAESDecryptor(setup)->decrypt(ByteArray(3)));
+        EXPECT_THROWS(InternalException, noGCMDecryption, createAESDecryptor(setup)->decrypt(ByteArray(3)));
     }
     {
         // key and nonce before the length of the message,
         Failing const keyed("EVP_DecryptInit_ex", 2);
-        EXPECT_THROWS(InternalException, "Failed to initialize key and iv context in AES-GCM decryption.",
+        EXPECT_THROWS(InternalException, noDecryptionKey,
                       createAESDecryptor({key, iv, AESMode::GCM})->decrypt(ByteArray(3)));
     }
     // and that before anything is decrypted.
@@ -342,7 +318,7 @@ TEST(AESChecks, ComeInTheOrderOfTheWork) {
 
 TEST(AESConstruction, DrawsA16ByteVectorOnlyWhenThereIsNone) {
     auto const prng = CryptoProvider().createDefaultCryptoPRNG({});
-    for (AESMode const mode : all) {
+    for (auto const& [name, mode] : all) {
         Recording const recording;
         createAESEncryptor({key, {}, mode, AESPaddingMode::PKCS7, prng});
         createAESDecryptor({key, {}, mode, AESPaddingMode::PKCS7, prng});
@@ -361,7 +337,7 @@ TEST(AESConstruction, UsesTheVectorThatWasDrawn) {
         std::copy(iv.begin(), iv.begin() + size, data);
         return 1;
     });
-    for (AESMode const mode : all) {
+    for (auto const& [name, mode] : all) {
         EXPECT_EQ(createAESEncryptor({key, {}, mode, AESPaddingMode::PKCS7, prng})->encrypt(message),
                   createAESEncryptor({key, iv, mode})->encrypt(message));
     }

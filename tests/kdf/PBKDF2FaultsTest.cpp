@@ -2,7 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -28,19 +28,17 @@ CryptoProvider const provider;
 
 std::string const unsuccessful = "Key derivation is unsuccessful.";
 
+void derive() {
+    provider.deriveKeyUsingPBKDF2("password", "salt", 16, 1);
+}
+
 TEST(PBKDF2Fault, OfLibcryptoIsReportedWithoutItsErrorText) {
-    {
-        Failing const failing("PKCS5_PBKDF2_HMAC");
-        EXPECT_THROWS(InternalException, unsuccessful, provider.deriveKeyUsingPBKDF2("password", "salt", 16, 1));
-    }
-    Failing failing("PKCS5_PBKDF2_HMAC");
-    failing.withError("the engine room is flooded");
-    EXPECT_THROWS(InternalException, unsuccessful, provider.deriveKeyUsingPBKDF2("password", "salt", 16, 1));
+    expectReported<InternalException>({"Derive", "PKCS5_PBKDF2_HMAC", 1, derive, unsuccessful, {0, made(0)}});
 }
 
 TEST(PBKDF2Fault, OfAllocationPassesUnchanged) {
     FailingAllocation const failing;
-    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", provider.deriveKeyUsingPBKDF2("password", "salt", 16, 1));
+    EXPECT_THROWS(std::bad_alloc, "std::bad_alloc", derive());
     EXPECT_TRUE(failing.happened());
 }
 

@@ -2,7 +2,7 @@
 
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -17,7 +17,9 @@
 #include <climits>
 #include <cstddef>
 #include <new>
+#include <string>
 #include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -102,23 +104,30 @@ TEST(PRNGCalls, BringTheBytesOfTheGenerator) {
     EXPECT_EQ(prng->generateRandomByte(), 1);
 }
 
-TEST(PRNGFaults, AreReportedWithTheErrorText) {
-    auto const prng = provider.createDefaultCryptoPRNG({});
-    for (int const piece : {1, 2, 4}) {
-        Failing const failing("RAND_bytes", piece);
-        EXPECT_THROWS(InternalException, notGenerated + "No OpenSSL errors.", prng->generateRandomBytes(100000));
-    }
-    Failing failing("RAND_bytes");
-    failing.withError("no entropy");
-    EXPECT_THROWS_PREFIX(InternalException, notGenerated + "error:40000001", prng->generateRandomByte());
-    EXPECT_EQ(ERR_peek_error(), 0UL);
+void generateByte() {
+    provider.createDefaultCryptoPRNG({})->generateRandomByte();
 }
 
-TEST(PRNGFaults, IncludeAGeneratorThatDoesNotSupportTheCall) {
-    Failing failing("RAND_bytes");
-    failing.returning(-1);
-    EXPECT_THROWS(InternalException, notGenerated + "No OpenSSL errors.",
-                  provider.createDefaultCryptoPRNG({})->generateRandomBytes(16));
+void generateBytes() {
+    provider.createDefaultCryptoPRNG({})->generateRandomBytes(100000);
+}
+
+// -1 is of a generator that does not support the call.
+std::vector<Result> const notOne{0, -1, made(0)};
+
+std::vector<Fault> const faults{
+    {"Byte", "RAND_bytes", 1, generateByte, notGenerated, notOne, true},
+    {"FirstPiece", "RAND_bytes", 1, generateBytes, notGenerated, notOne, true},
+    {"SecondPiece", "RAND_bytes", 2, generateBytes, notGenerated, notOne, true},
+    {"LastPiece", "RAND_bytes", 4, generateBytes, notGenerated, notOne, true},
+};
+
+class PRNGCallFaults : public testing::TestWithParam<Fault> {};
+
+INSTANTIATE_TEST_SUITE_P(, PRNGCallFaults, testing::ValuesIn(expanded(faults)), nameOf);
+
+TEST_P(PRNGCallFaults, AreReportedWithTheErrorText) {
+    expectReported<InternalException>(GetParam());
 }
 
 TEST(PRNGFaults, AreNotTriedAgain) {

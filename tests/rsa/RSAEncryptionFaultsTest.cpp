@@ -1,6 +1,6 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/RSA.h"
 #include "support/Throws.h"
 
@@ -27,16 +27,25 @@ constexpr RSAPaddingMode oaep1 = RSAPaddingMode::OAEP_SHA1;
 constexpr RSAPaddingMode oaep256 = RSAPaddingMode::OAEP_SHA256;
 constexpr RSAPaddingMode oaep512 = RSAPaddingMode::OAEP_SHA512;
 constexpr RSAPaddingMode pkcs1 = RSAPaddingMode::PKCS1_V1_5;
-std::vector<RSAPaddingMode> const all{oaep1, oaep256, oaep512, pkcs1};
-std::vector<RSAPaddingMode> const oaep{oaep1, oaep256, oaep512};
+
+using Paddings = std::vector<Named<RSAPaddingMode>>;
+
+Paddings const oaep{{"OAEP_SHA1", oaep1}, {"OAEP_SHA256", oaep256}, {"OAEP_SHA512", oaep512}};
+Paddings const withPKCS1{{"PKCS1_V1_5", pkcs1}};
+Paddings const withOAEP1{oaep[0]};
+Paddings const all{oaep[0], oaep[1], oaep[2], withPKCS1[0]};
 
 RSAKeyUser const& user() {
     return rsaTestKeyUser(2048);
 }
 
-ByteArray encrypted(RSAPaddingMode padding) {
+ByteArray const& encrypted(RSAPaddingMode padding) {
     static std::map<RSAPaddingMode, ByteArray> blocks;
-    return blocks.try_emplace(padding, user().encryptor(padding)->encrypt(bytes("message"))).first->second;
+    ByteArray& block = blocks[padding];
+    if (block.empty()) {
+        block = user().encryptor(padding)->encrypt(bytes("message"));
+    }
+    return block;
 }
 
 /// Counts what is written and keeps nothing of it.
@@ -56,262 +65,96 @@ protected:
     }
 };
 
-// What an operation is given is made before, so that no call but its own counts.
-using Operation = std::function<void()>;
-
-Operation encryptBlock(RSAPaddingMode padding) {
-    return [encryptor = user().encryptor(padding)] { encryptor->encrypt(bytes("message")); };
+void encryptBlock(RSAPaddingMode padding) {
+    user().encryptor(padding)->encrypt(bytes("message"));
 }
 
-Operation encryptStream(RSAPaddingMode padding) {
-    return [encryptor = user().encryptor(padding)] {
-        std::istringstream input("message");
-        CountingBuffer buffer;
-        std::ostream output(&buffer);
-        encryptor->encrypt(input, output);
-    };
+void encryptStream(RSAPaddingMode padding) {
+    std::istringstream input("message");
+    CountingBuffer buffer;
+    std::ostream output(&buffer);
+    user().encryptor(padding)->encrypt(input, output);
 }
 
-Operation decryptBlock(RSAPaddingMode padding) {
-    return [decryptor = user().decryptor(padding), block = encrypted(padding)] { decryptor->decrypt(block); };
+void decryptBlock(RSAPaddingMode padding) {
+    user().decryptor(padding)->decrypt(encrypted(padding));
 }
 
-Operation decryptStream(RSAPaddingMode padding) {
-    return [decryptor = user().decryptor(padding), block = text(encrypted(padding))] {
-        std::istringstream input(block);
-        CountingBuffer buffer;
-        std::ostream output(&buffer);
-        decryptor->decrypt(input, output);
-    };
+void decryptStream(RSAPaddingMode padding) {
+    std::istringstream input(text(encrypted(padding)));
+    CountingBuffer buffer;
+    std::ostream output(&buffer);
+    user().decryptor(padding)->decrypt(input, output);
 }
 
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::intptr_t result; // of the failing call
-    std::vector<std::function<Operation(RSAPaddingMode)>> operations;
-    std::vector<RSAPaddingMode> paddings;
-    std::string text;
-};
+Variants encryptions(Paddings const& paddings) {
+    return over(paddings, {{"Block", encryptBlock}, {"Stream", encryptStream}});
+}
+
+Variants decryptions(Paddings const& paddings) {
+    return over(paddings, {{"Block", decryptBlock}, {"Stream", decryptStream}});
+}
+
+std::string const noContext = "Fail to create EVP_PKEY_CTXUPtr; the given raw pointer is NULL";
+std::string const notRandom = "Unable to generate random bytes. Error=";
+std::string const noEncryption = "Failed to initializing the EVP_PKEY_CTX for the encryptor.";
+std::string const noEncryptionPadding = "Failed to set the RSA padding mode for the encryptor.";
+std::string const noEncryptedSize = "Failed to obtain the output length for encryption.";
+std::string const notEncrypted =
+    "EVP_PKEY_encrypt failed to generate the encrypted text. Please try using streams for this operation.";
+std::string const noDecryption = "Failed to initializing the EVP_PKEY_CTX for the decryptor.";
+std::string const noDecryptionPadding = "Failed to set the RSA padding mode for the decryptor.";
+std::string const noDecryptedSize = "Failed to obtain the output length for decryption.";
+std::string const notDecrypted = "EVP_PKEY_decrypt failed to generate the decrypted text.";
+std::string const tooLarge = "chunkLength exceeds maximum ByteArray size";
+std::string const notPositiveSize = "chunkLength must be greater than zero";
+
+std::vector<Result> const notPositive{0, -1, -2, made(0)};
 
 std::vector<Fault> const faults{
-    {"NoContext",
-     "EVP_PKEY_CTX_new",
-     1,
-     0,
-     {encryptBlock, encryptStream, decryptBlock, decryptStream},
-     all,
-     "Fail to create EVP_PKEY_CTXUPtr; the given raw pointer is NULL"},
+    {"EncryptContext", "EVP_PKEY_CTX_new", 1, encryptions(all), noContext},
+    {"EncryptInit", "EVP_PKEY_encrypt_init", 1, encryptions(all), noEncryption, notPositive},
+    {"EncryptHash", "EVP_PKEY_CTX_set_rsa_oaep_md", 1, encryptions(oaep), noEncryptionPadding, notPositive},
+    {"EncryptPadding", "EVP_PKEY_CTX_set_rsa_padding", 1, encryptions(all), noEncryptionPadding, notPositive},
+    {"EncryptSeed", "RAND_bytes", 1, encryptions(all), notRandom, asUsual, true},
+    {"EncryptSize", "EVP_PKEY_encrypt", 1, encryptions(all), noEncryptedSize, notPositive},
+    {"Encrypt", "EVP_PKEY_encrypt", 2, encryptions(all), notEncrypted, notPositive},
+    {"EncryptKeyWithoutSize", "EVP_PKEY_get_size", 1, over(all, encryptStream), tooLarge, {0, -1}},
+    {"EncryptKeyOfPaddingsSize", "EVP_PKEY_get_size", 1, over(withOAEP1, encryptStream), notPositiveSize, {42}},
+    {"EncryptKeyOfPaddingsSize", "EVP_PKEY_get_size", 1, over(withPKCS1, encryptStream), notPositiveSize, {11}},
 
-    {"EncryptInit0",
-     "EVP_PKEY_encrypt_init",
-     1,
-     0,
-     {encryptBlock, encryptStream},
-     all,
-     "Failed to initializing the EVP_PKEY_CTX for the encryptor."},
-    {"EncryptInitMinus2",
-     "EVP_PKEY_encrypt_init",
-     1,
-     -2,
-     {encryptBlock},
-     {oaep1},
-     "Failed to initializing the EVP_PKEY_CTX for the encryptor."},
-    {"EncryptHash0",
-     "EVP_PKEY_CTX_set_rsa_oaep_md",
-     1,
-     0,
-     {encryptBlock, encryptStream},
-     oaep,
-     "Failed to set the RSA padding mode for the encryptor."},
-    {"EncryptHashMinus2",
-     "EVP_PKEY_CTX_set_rsa_oaep_md",
-     1,
-     -2,
-     {encryptBlock},
-     {oaep1},
-     "Failed to set the RSA padding mode for the encryptor."},
-    {"EncryptPadding0",
-     "EVP_PKEY_CTX_set_rsa_padding",
-     1,
-     0,
-     {encryptBlock, encryptStream},
-     all,
-     "Failed to set the RSA padding mode for the encryptor."},
-    {"EncryptPaddingMinus2",
-     "EVP_PKEY_CTX_set_rsa_padding",
-     1,
-     -2,
-     {encryptBlock},
-     all,
-     "Failed to set the RSA padding mode for the encryptor."},
-    {"EncryptSize0",
-     "EVP_PKEY_encrypt",
-     1,
-     0,
-     {encryptBlock, encryptStream},
-     all,
-     "Failed to obtain the output length for encryption."},
-    {"EncryptSizeMinus1",
-     "EVP_PKEY_encrypt",
-     1,
-     -1,
-     {encryptBlock},
-     {oaep1},
-     "Failed to obtain the output length for encryption."},
-    {"Encrypt0",
-     "EVP_PKEY_encrypt",
-     2,
-     0,
-     {encryptBlock, encryptStream},
-     all,
-     "EVP_PKEY_encrypt failed to generate the encrypted text. Please try using streams for this operation."},
-    {"EncryptMinus1",
-     "EVP_PKEY_encrypt",
-     2,
-     -1,
-     {encryptBlock},
-     {oaep1},
-     "EVP_PKEY_encrypt failed to generate the encrypted text. Please try using streams for this operation."},
-
-    {"DecryptInit0",
-     "EVP_PKEY_decrypt_init",
-     1,
-     0,
-     {decryptBlock, decryptStream},
-     all,
-     "Failed to initializing the EVP_PKEY_CTX for the decryptor."},
-    {"DecryptInitMinus2",
-     "EVP_PKEY_decrypt_init",
-     1,
-     -2,
-     {decryptBlock},
-     {oaep1},
-     "Failed to initializing the EVP_PKEY_CTX for the decryptor."},
-    {"DecryptHash0",
-     "EVP_PKEY_CTX_set_rsa_oaep_md",
-     1,
-     0,
-     {decryptBlock, decryptStream},
-     oaep,
-     "Failed to set the RSA padding mode for the decryptor."},
-    {"DecryptHashMinus2",
-     "EVP_PKEY_CTX_set_rsa_oaep_md",
-     1,
-     -2,
-     {decryptBlock},
-     {oaep1},
-     "Failed to set the RSA padding mode for the decryptor."},
-    {"DecryptPadding0",
-     "EVP_PKEY_CTX_set_rsa_padding",
-     1,
-     0,
-     {decryptBlock, decryptStream},
-     all,
-     "Failed to set the RSA padding mode for the decryptor."},
-    {"DecryptPaddingMinus2",
-     "EVP_PKEY_CTX_set_rsa_padding",
-     1,
-     -2,
-     {decryptBlock},
-     all,
-     "Failed to set the RSA padding mode for the decryptor."},
-    {"DecryptSize0",
-     "EVP_PKEY_decrypt",
-     1,
-     0,
-     {decryptBlock, decryptStream},
-     all,
-     "Failed to obtain the output length for decryption."},
-    {"DecryptSizeMinus1",
-     "EVP_PKEY_decrypt",
-     1,
-     -1,
-     {decryptBlock},
-     {oaep1},
-     "Failed to obtain the output length for decryption."},
-    {"Decrypt0",
-     "EVP_PKEY_decrypt",
-     2,
-     0,
-     {decryptBlock, decryptStream},
-     all,
-     "EVP_PKEY_decrypt failed to generate the decrypted text."},
-    {"DecryptMinus1",
-     "EVP_PKEY_decrypt",
-     2,
-     -1,
-     {decryptBlock},
-     {oaep1},
-     "EVP_PKEY_decrypt failed to generate the decrypted text."},
-
-    {"EncryptKeyWithoutSize",
-     "EVP_PKEY_get_size",
-     1,
-     0,
-     {encryptStream},
-     all,
-     "chunkLength exceeds maximum ByteArray size"},
-    {"EncryptKeyOfNegativeSize",
-     "EVP_PKEY_get_size",
-     1,
-     -1,
-     {encryptStream},
-     all,
-     "chunkLength exceeds maximum ByteArray size"},
-    {"EncryptKeyAsLargeAsThePadding",
-     "EVP_PKEY_get_size",
-     1,
-     42,
-     {encryptStream},
-     {oaep1},
-     "chunkLength must be greater than zero"},
-    {"EncryptKeyAsLargeAsThePKCS1Padding",
-     "EVP_PKEY_get_size",
-     1,
-     11,
-     {encryptStream},
-     {pkcs1},
-     "chunkLength must be greater than zero"},
-    {"DecryptKeyWithoutSize", "EVP_PKEY_get_size", 1, 0, {decryptStream}, all, "chunkLength must be greater than zero"},
-    {"DecryptKeyOfNegativeSize",
-     "EVP_PKEY_get_size",
-     1,
-     -1,
-     {decryptStream},
-     all,
-     "chunkLength exceeds maximum ByteArray size"},
+    {"DecryptContext", "EVP_PKEY_CTX_new", 1, decryptions(all), noContext},
+    {"DecryptInit", "EVP_PKEY_decrypt_init", 1, decryptions(all), noDecryption, notPositive},
+    {"DecryptHash", "EVP_PKEY_CTX_set_rsa_oaep_md", 1, decryptions(oaep), noDecryptionPadding, notPositive},
+    {"DecryptPadding", "EVP_PKEY_CTX_set_rsa_padding", 1, decryptions(all), noDecryptionPadding, notPositive},
+    {"DecryptSeed", "RAND_bytes", 1, decryptions(all), notRandom, asUsual, true},
+    {"DecryptSize", "EVP_PKEY_decrypt", 1, decryptions(all), noDecryptedSize, notPositive},
+    {"Decrypt", "EVP_PKEY_decrypt", 2, decryptions(all), notDecrypted, notPositive},
+    {"DecryptKeyWithoutSize", "EVP_PKEY_get_size", 1, over(all, decryptStream), notPositiveSize, {0}},
+    {"DecryptKeyOfNegativeSize", "EVP_PKEY_get_size", 1, over(all, decryptStream), tooLarge, {-1}},
 };
 
 class RSAEncryptionFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, RSAEncryptionFaults, testing::ValuesIn(faults),
-                         [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, RSAEncryptionFaults, testing::ValuesIn(expanded(faults)), nameOf);
 
-TEST_P(RSAEncryptionFaults, AreReportedInTheirOwnWordsAndLeakNothing) {
-    for (auto const& makeOperation : GetParam().operations) {
-        for (RSAPaddingMode const padding : GetParam().paddings) {
-            Operation const operation = makeOperation(padding);
-            Recording const recording;
-            Failing failing(GetParam().call, GetParam().nth);
-            failing.returning(GetParam().result).withError("libcrypto's own words do not follow");
-            EXPECT_THROWS(InternalException, GetParam().text, operation());
-            std::size_t const failedCreations = GetParam().call == "EVP_PKEY_CTX_new" ? 1 : 0;
-            EXPECT_EQ(recording.count("EVP_PKEY_CTX_free"), recording.count("EVP_PKEY_CTX_new") - failedCreations);
-        }
-    }
+TEST_P(RSAEncryptionFaults, AreReportedInTheirOwnWords) {
+    expectReported<InternalException>(GetParam());
 }
 
-TEST(RSAEncryptionFault, OfTheGeneratorIsReportedInItsOwnWords) {
-    for (auto const& makeOperation : {encryptBlock, encryptStream, decryptBlock, decryptStream}) {
-        for (RSAPaddingMode const padding : all) {
-            Operation const operation = makeOperation(padding);
+TEST_P(RSAEncryptionFaults, LeakNothing) {
+    expectAllReleased(GetParam());
+}
+
+TEST(RSAEncryptionFault, OfTheGeneratorStopsTheWork) {
+    for (Variants const& operations : {encryptions(all), decryptions(all)}) {
+        for (auto const& [name, operation] : operations.all()) {
+            operation(); // the key and the block are there
             Recording const recording;
             Failing const failing("RAND_bytes");
-            EXPECT_THROWS(InternalException, "Unable to generate random bytes. Error=No OpenSSL errors.", operation());
-            EXPECT_EQ(recording.count("RAND_seed"), 0U);
-            EXPECT_EQ(recording.count("EVP_PKEY_encrypt") + recording.count("EVP_PKEY_decrypt"), 0U);
+            catchFrom(operation);
+            EXPECT_EQ(recording.count("RAND_seed"), 0U) << name;
+            EXPECT_EQ(recording.count("EVP_PKEY_encrypt") + recording.count("EVP_PKEY_decrypt"), 0U) << name;
         }
     }
 }
@@ -322,23 +165,22 @@ TEST(RSAEncryptionFault, InMidStreamLeavesTheBlocksBefore) {
     std::ostringstream output;
     {
         Failing const failing("EVP_PKEY_encrypt", 6); // the third block's second call
-        EXPECT_THROWS_PREFIX(InternalException, "EVP_PKEY_encrypt failed",
-                             user().encryptor(oaep1)->encrypt(input, output));
+        EXPECT_THROWS(InternalException, notEncrypted, user().encryptor(oaep1)->encrypt(input, output));
     }
     EXPECT_EQ(output.str().size(), 2U * 256U);
     std::istringstream cipherText(output.str());
     std::ostringstream plainText;
     Failing const failing("EVP_PKEY_CTX_new", 2);
-    EXPECT_THROWS_PREFIX(InternalException, "Fail to create EVP_PKEY_CTXUPtr",
-                         user().decryptor(oaep1)->decrypt(cipherText, plainText));
+    EXPECT_THROWS(InternalException, noContext, user().decryptor(oaep1)->decrypt(cipherText, plainText));
     EXPECT_EQ(plainText.str(), message.substr(0, 214));
 }
 
 TEST(RSAEncryptionCalls, AreThoseThatTheWorkNeeds) {
-    auto const expectCalls = [](Operation const& operation, RSAPaddingMode padding, std::string const& initialize,
+    auto const expectCalls = [](auto* operation, RSAPaddingMode padding, std::string const& initialize,
                                 std::string const& transform, bool stream) {
+        operation(padding); // the key and the block are there
         Recording const recording;
-        operation();
+        operation(padding);
         std::vector<std::string> expected;
         if (stream) {
             expected.push_back("EVP_PKEY_get_size");
@@ -359,11 +201,11 @@ TEST(RSAEncryptionCalls, AreThoseThatTheWorkNeeds) {
         EXPECT_EQ(recording.callsOf(transform).at(0).arguments.at(1), 0);
         EXPECT_NE(recording.callsOf(transform).at(1).arguments.at(1), 0);
     };
-    for (RSAPaddingMode const padding : all) {
-        expectCalls(encryptBlock(padding), padding, "EVP_PKEY_encrypt_init", "EVP_PKEY_encrypt", false);
-        expectCalls(encryptStream(padding), padding, "EVP_PKEY_encrypt_init", "EVP_PKEY_encrypt", true);
-        expectCalls(decryptBlock(padding), padding, "EVP_PKEY_decrypt_init", "EVP_PKEY_decrypt", false);
-        expectCalls(decryptStream(padding), padding, "EVP_PKEY_decrypt_init", "EVP_PKEY_decrypt", true);
+    for (auto const& [name, padding] : all) {
+        expectCalls(encryptBlock, padding, "EVP_PKEY_encrypt_init", "EVP_PKEY_encrypt", false);
+        expectCalls(encryptStream, padding, "EVP_PKEY_encrypt_init", "EVP_PKEY_encrypt", true);
+        expectCalls(decryptBlock, padding, "EVP_PKEY_decrypt_init", "EVP_PKEY_decrypt", false);
+        expectCalls(decryptStream, padding, "EVP_PKEY_decrypt_init", "EVP_PKEY_decrypt", true);
     }
 }
 
@@ -374,9 +216,8 @@ TEST(RSAEncryptionCalls, GiveOAEPItsHash) {
     } const rows[]{{oaep1, EVP_sha1()}, {oaep256, EVP_sha256()}, {oaep512, EVP_sha512()}};
 
     for (auto const& [padding, digest] : rows) {
-        Operation const operation = encryptBlock(padding);
         Recording const recording;
-        operation();
+        encryptBlock(padding);
         EXPECT_EQ(recording.callsOf("EVP_PKEY_CTX_set_rsa_oaep_md").at(0).arguments.at(1), asNumber(digest));
     }
 }
@@ -425,17 +266,13 @@ TEST(RSAEncryptionCalls, NeverSeeMoreThanTheModulusHas) {
         std::string text;
         std::string unknownSize;
         std::function<void(RSAPaddingMode, ByteArray const&)> operation;
-    } const rows[]{
-        {"EVP_PKEY_encrypt",
-         "EVP_PKEY_encrypt failed to generate the encrypted text. Please try using streams for this operation.",
-         "Failed to obtain the output length for encryption.",
-         [](RSAPaddingMode padding, ByteArray const& block) { user().encryptor(padding)->encrypt(block); }},
-        {"EVP_PKEY_decrypt", "EVP_PKEY_decrypt failed to generate the decrypted text.",
-         "Failed to obtain the output length for decryption.",
-         [](RSAPaddingMode padding, ByteArray const& block) { user().decryptor(padding)->decrypt(block); }}};
+    } const rows[]{{"EVP_PKEY_encrypt", notEncrypted, noEncryptedSize,
+                    [](RSAPaddingMode padding, ByteArray const& block) { user().encryptor(padding)->encrypt(block); }},
+                   {"EVP_PKEY_decrypt", notDecrypted, noDecryptedSize,
+                    [](RSAPaddingMode padding, ByteArray const& block) { user().decryptor(padding)->decrypt(block); }}};
 
     for (auto const& [transform, text, unknownSize, operation] : rows) {
-        for (RSAPaddingMode const padding : all) {
+        for (auto const& [name, padding] : all) {
             for (std::size_t const size : {256U, 257U, 512U, 100000U}) {
                 ByteArray const block(size, 0xff); // no number below the modulus
                 Recording const recording;
@@ -512,10 +349,10 @@ TEST(RSAEncryptionSecrets, IncludeTheSeed) {
         std::memset(data, 0x5a, static_cast<std::size_t>(size));
         return 1;
     });
-    for (auto const& makeOperation : {encryptBlock, encryptStream, decryptBlock, decryptStream}) {
-        Operation const operation = makeOperation(oaep1);
+    for (auto const operation : {encryptBlock, encryptStream, decryptBlock, decryptStream}) {
+        operation(oaep1); // the key and the block are there
         ReleaseWatch const watch(ByteArray(16, 0x5a));
-        operation();
+        operation(oaep1);
         EXPECT_GT(watch.blocks(), 0U);
         EXPECT_EQ(watch.blocksWithSecret(), 0U);
     }
@@ -524,10 +361,22 @@ TEST(RSAEncryptionSecrets, IncludeTheSeed) {
 // Allocations of the library
 
 TEST(RSAEncryptionAllocations, ThatFailAreReported) {
-    for (auto const& makeOperation : {encryptBlock, encryptStream, decryptBlock, decryptStream}) {
-        Operation const operation = makeOperation(oaep1);
+    auto const encryptor = user().encryptor(oaep1);
+    auto const decryptor = user().decryptor(oaep1);
+    ByteArray const message = bytes("message");
+    ByteArray const block = encrypted(oaep1);
+    std::istringstream input;
+    CountingBuffer buffer;
+    std::ostream output(&buffer);
+    std::function<void()> const operations[]{
+        [&] { encryptor->encrypt(message); }, [&] { encryptor->encrypt(input, output); },
+        [&] { decryptor->decrypt(block); }, [&] { decryptor->decrypt(input, output); }};
+
+    for (auto const& operation : operations) {
         int failures = 0;
         for (;; ++failures) {
+            input.str(text(block)); // two blocks to encrypt
+            input.clear();
             FailingAllocation const failing(failures + 1);
             Thrown const thrown = catchFrom(operation);
             if (!failing.happened()) {

@@ -156,6 +156,29 @@ std::string const noBytes = "Error occurred while trying to find number of bytes
                             "Expected one or more bytes to be pending";
 std::string const noPrivateDER = "Failed to convert RSA private key to DER-form BIO.";
 std::string const noPublicDER = "Failed to convert RSA public key to DER-form BIO.";
+std::string const noPrivateBuilder = "Failed to initialize the param builder for RSA private key";
+std::string const privateModulusNotBuilt = "Failed to build the RSA private key with the given modulus";
+std::string const privatePublicExponentNotBuilt = "Failed to build the RSA private key with the given public exponent";
+std::string const privateExponentNotBuilt = "Failed to build the RSA private key with the given private exponent";
+std::string const noPrivateParameters = "Failed to initialize the param for RSA private key";
+std::string const noPrivateContext = "Failed to create the context for RSA private key";
+std::string const privateNotPrepared = "Failed to initialize the context for RSA private key";
+std::string const privateNotBuilt = "Failed to generate the private key from the modulus and the exponents";
+std::string const noPublicBuilder = "Failed to initialize the param builder for RSA public key";
+std::string const publicModulusNotBuilt = "Failed to build the RSA public key with the given modulus";
+std::string const publicExponentNotBuilt = "Failed to build the RSA public key with the given public exponent";
+std::string const noPublicParameters = "Failed to initialize the param for RSA public key";
+std::string const noPublicContext = "Failed to create the context for RSA public key";
+std::string const publicNotPrepared = "Failed to initialize the context for RSA public key";
+std::string const publicNotBuilt = "Failed to generate the public key from the modulus and the exponent";
+std::string const noPrivateModulus = "Failed to get the modulus for the private key";
+std::string const noPrivateExponent = "Failed to get the private exponent for the private key";
+std::string const noPublicModulus = "Failed to get the modulus for the public key";
+std::string const noPublicExponent = "Failed to get the public exponent for the public key";
+std::string const numberNotWhole = "Wrote 127 bytes from BIGNUM to ByteArray. Expected: 128";
+std::string const unsupportedSize = "Unsupported Key size";
+
+std::vector<Result> const notPositive{0, -1, -2, made(0)};
 
 std::vector<Fault> const faults{
     {"GenerateKey", "EVP_PKEY_Q_keygen", 1, generate, noKey},
@@ -167,14 +190,14 @@ std::vector<Fault> const faults{
     {"GenerateReadPrivate", "PEM_read_bio_PrivateKey", 1, generate, noKey},
 
     {"PrivatePEMBIO", "BIO_new", 1, loadPrivatePEM, noBIO},
-    {"PrivatePEMWrite", "BIO_write", 1, loadPrivatePEM, privateNotWritten, false, {0, -1, -2}},
-    {"PrivatePEMWriteWhole", "BIO_write", 1, loadPrivatePEM, privateNotWhole, false, {1, 915, 917}},
+    {"PrivatePEMWrite", "BIO_write", 1, loadPrivatePEM, privateNotWritten, notPositive},
+    {"PrivatePEMWriteWhole", "BIO_write", 1, loadPrivatePEM, privateNotWhole, {1, 915, 917}},
     {"PrivatePEMRead", "PEM_read_bio_PrivateKey", 1, loadPrivatePEM, noKey},
     {"PrivateDERBIO", "BIO_new", 1, loadPrivateDER, noBIO},
-    {"PrivateDERWrite", "BIO_write", 1, loadPrivateDER, privateNotWritten, false, {0, -1}},
-    {"PrivateDERWriteWhole", "BIO_write", 1, loadPrivateDER, privateNotWhole, false, {1, 633}},
-    {"PrivateDERWriteAgain", "BIO_write", 2, loadPrivateDER, privateNotWritten, false, {0, -1}},
-    {"PrivateDERWriteWholeAgain", "BIO_write", 2, loadPrivateDER, privateNotWhole, false, {1, 633}},
+    {"PrivateDERWrite", "BIO_write", 1, loadPrivateDER, privateNotWritten, {0, -1}},
+    {"PrivateDERWriteWhole", "BIO_write", 1, loadPrivateDER, privateNotWhole, {1, 633}},
+    {"PrivateDERWriteAgain", "BIO_write", 2, loadPrivateDER, privateNotWritten, {0, -1}},
+    {"PrivateDERWriteWholeAgain", "BIO_write", 2, loadPrivateDER, privateNotWhole, {1, 633}},
     {"PrivateDERRead", "d2i_PrivateKey_bio", 1, loadPrivateDER, noKey},
     {"EncryptedDERRead", "d2i_PKCS8PrivateKey_bio", 1, loadEncryptedDER, noKey},
     {"PrivateStreamBIO", "BIO_new", 1, readPrivatePEM, noBIO},
@@ -182,136 +205,81 @@ std::vector<Fault> const faults{
     {"PrivateStreamRead", "PEM_read_bio_PrivateKey", 1, readPrivatePEM, noKey},
     {"PrivateQueryWrite", "BIO_write", 1, queryPrivatePEM, privateNotWritten},
     {"PrivateQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivatePEM, noKey},
-    {"PrivateQueryBits", "EVP_PKEY_get_bits", 1, queryPrivatePEM, "Unsupported Key size", false, {0, -1, 1025, 512}},
+    {"PrivateQueryBits", "EVP_PKEY_get_bits", 1, queryPrivatePEM, unsupportedSize, {0, -1, 1025, 512}},
     {"PrivateStreamQueryRead", "PEM_read_bio_PrivateKey", 1, queryPrivateStream, noKey},
-    {"PrivateStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPrivateStream, "Unsupported Key size"},
+    {"PrivateStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPrivateStream, unsupportedSize},
 
     {"PublicPEMBIO", "BIO_new", 1, loadPublicPEM, noBIO},
-    {"PublicPEMWrite", "BIO_write", 1, loadPublicPEM, publicNotWritten, false, {0, -1, -2}},
-    {"PublicPEMWriteWhole", "BIO_write", 1, loadPublicPEM, publicNotWhole, false, {1, 271, 273}},
+    {"PublicPEMWrite", "BIO_write", 1, loadPublicPEM, publicNotWritten, notPositive},
+    {"PublicPEMWriteWhole", "BIO_write", 1, loadPublicPEM, publicNotWhole, {1, 271, 273}},
     {"PublicPEMRead", "PEM_read_bio_PUBKEY", 1, loadPublicPEM, noKey},
     {"PublicDERWrite", "BIO_write", 1, loadPublicDER, publicNotWritten},
-    {"PublicDERWriteWhole", "BIO_write", 1, loadPublicDER, publicNotWhole, false, {161}},
+    {"PublicDERWriteWhole", "BIO_write", 1, loadPublicDER, publicNotWhole, {161}},
     {"PublicDERRead", "d2i_PUBKEY_bio", 1, loadPublicDER, noKey},
     {"PublicStreamBIO", "BIO_new", 1, readPublicPEM, noBIO},
     {"PublicStreamWrite", "BIO_write", 1, readPublicPEM, publicNotWritten},
     {"PublicStreamRead", "PEM_read_bio_PUBKEY", 1, readPublicPEM, noKey},
     {"PublicQueryRead", "d2i_PUBKEY_bio", 1, queryPublicDER, noKey},
-    {"PublicQueryBits", "EVP_PKEY_get_bits", 1, queryPublicDER, "Unsupported Key size"},
+    {"PublicQueryBits", "EVP_PKEY_get_bits", 1, queryPublicDER, unsupportedSize},
     {"PublicStreamQueryRead", "PEM_read_bio_PUBKEY", 1, queryPublicStream, noKey},
-    {"PublicStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPublicStream, "Unsupported Key size"},
+    {"PublicStreamQueryBits", "EVP_PKEY_get_bits", 1, queryPublicStream, unsupportedSize},
 
     {"BuildPrivateKey", "EVP_PKEY_new", 1, buildPrivate, noKey},
     {"BuildPrivateFirstNumber", "BN_bin2bn", 1, buildPrivate, privateNotRead},
     {"BuildPrivateSecondNumber", "BN_bin2bn", 2, buildPrivate, privateNotRead},
     {"BuildPrivateThirdNumber", "BN_bin2bn", 3, buildPrivate, privateNotRead},
-    {"BuildPrivateBuilder", "OSSL_PARAM_BLD_new", 1, buildPrivate,
-     "Failed to initialize the param builder for RSA private key"},
-    {"BuildPrivateModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPrivate,
-     "Failed to build the RSA private key with the given modulus"},
-    {"BuildPrivatePublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPrivate,
-     "Failed to build the RSA private key with the given public exponent"},
-    {"BuildPrivateExponent", "OSSL_PARAM_BLD_push_BN", 3, buildPrivate,
-     "Failed to build the RSA private key with the given private exponent"},
-    {"BuildPrivateParameters", "OSSL_PARAM_BLD_to_param", 1, buildPrivate,
-     "Failed to initialize the param for RSA private key"},
-    {"BuildPrivateContext", "EVP_PKEY_CTX_new_from_name", 1, buildPrivate,
-     "Failed to create the context for RSA private key"},
-    {"BuildPrivateInitialize",
-     "EVP_PKEY_fromdata_init",
-     1,
-     buildPrivate,
-     "Failed to initialize the context for RSA private key",
-     false,
-     {0, -1, -2}},
-    {"BuildPrivateFinish",
-     "EVP_PKEY_fromdata",
-     1,
-     buildPrivate,
-     "Failed to generate the private key from the modulus and the exponents",
-     false,
-     {0, -1, -2}},
-    {"BuildPrivateFinishWithout", "EVP_PKEY_fromdata", 1, buildPrivate, noKey, false, {1}},
+    {"BuildPrivateBuilder", "OSSL_PARAM_BLD_new", 1, buildPrivate, noPrivateBuilder},
+    {"BuildPrivateModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPrivate, privateModulusNotBuilt},
+    {"BuildPrivatePublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPrivate, privatePublicExponentNotBuilt},
+    {"BuildPrivateExponent", "OSSL_PARAM_BLD_push_BN", 3, buildPrivate, privateExponentNotBuilt},
+    {"BuildPrivateParameters", "OSSL_PARAM_BLD_to_param", 1, buildPrivate, noPrivateParameters},
+    {"BuildPrivateContext", "EVP_PKEY_CTX_new_from_name", 1, buildPrivate, noPrivateContext},
+    {"BuildPrivateInitialize", "EVP_PKEY_fromdata_init", 1, buildPrivate, privateNotPrepared, notPositive},
+    {"BuildPrivateFinish", "EVP_PKEY_fromdata", 1, buildPrivate, privateNotBuilt, notPositive},
+    {"BuildPrivateFinishWithout", "EVP_PKEY_fromdata", 1, buildPrivate, noKey, {1}},
 
     {"BuildPublicKey", "EVP_PKEY_new", 1, buildPublic, noKey},
     {"BuildPublicFirstNumber", "BN_bin2bn", 1, buildPublic, publicNotRead},
     {"BuildPublicSecondNumber", "BN_bin2bn", 2, buildPublic, publicNotRead},
-    {"BuildPublicBuilder", "OSSL_PARAM_BLD_new", 1, buildPublic,
-     "Failed to initialize the param builder for RSA public key"},
-    {"BuildPublicModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPublic,
-     "Failed to build the RSA public key with the given modulus"},
-    {"BuildPublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPublic,
-     "Failed to build the RSA public key with the given public exponent"},
-    {"BuildPublicParameters", "OSSL_PARAM_BLD_to_param", 1, buildPublic,
-     "Failed to initialize the param for RSA public key"},
-    {"BuildPublicContext", "EVP_PKEY_CTX_new_from_name", 1, buildPublic,
-     "Failed to create the context for RSA public key"},
-    {"BuildPublicInitialize",
-     "EVP_PKEY_fromdata_init",
-     1,
-     buildPublic,
-     "Failed to initialize the context for RSA public key",
-     false,
-     {0, -1, -2}},
-    {"BuildPublicFinish",
-     "EVP_PKEY_fromdata",
-     1,
-     buildPublic,
-     "Failed to generate the public key from the modulus and the exponent",
-     false,
-     {0, -1, -2}},
-    {"BuildPublicFinishWithout", "EVP_PKEY_fromdata", 1, buildPublic, noKey, false, {1}},
+    {"BuildPublicBuilder", "OSSL_PARAM_BLD_new", 1, buildPublic, noPublicBuilder},
+    {"BuildPublicModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPublic, publicModulusNotBuilt},
+    {"BuildPublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPublic, publicExponentNotBuilt},
+    {"BuildPublicParameters", "OSSL_PARAM_BLD_to_param", 1, buildPublic, noPublicParameters},
+    {"BuildPublicContext", "EVP_PKEY_CTX_new_from_name", 1, buildPublic, noPublicContext},
+    {"BuildPublicInitialize", "EVP_PKEY_fromdata_init", 1, buildPublic, publicNotPrepared, notPositive},
+    {"BuildPublicFinish", "EVP_PKEY_fromdata", 1, buildPublic, publicNotBuilt, notPositive},
+    {"BuildPublicFinishWithout", "EVP_PKEY_fromdata", 1, buildPublic, noKey, {1}},
 
     {"ExportPrivateBIO", "BIO_new", 1, exportPrivate, noBIO},
     {"ExportPrivate", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noPrivateDER},
-    {"ExportPrivateNothing", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noBytes, false, {1}},
+    {"ExportPrivateNothing", "i2d_PKCS8PrivateKey_bio", 1, exportPrivate, noBytes, {1}},
     {"ExportPrivatePending", "BIO_ctrl", 1, exportPrivate, noBytes},
     {"ExportPrivateRead", "BIO_read", 1, exportPrivate, "Failed to read from BIO to ByteArray"},
     {"ExportPublicBIO", "BIO_new", 1, exportPublic, noBIO},
     {"ExportPublic", "i2d_PUBKEY_bio", 1, exportPublic, noPublicDER},
-    {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, false, {1}},
+    {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, {1}},
     {"ExportPublicRead", "BIO_read", 1, exportPublic, "Failed to read from BIO to ByteArray"},
     {"ExportPrivateModulusNumber", "BN_new", 1, exportPrivateModulus, noBN},
-    {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus,
-     "Failed to get the modulus for the private key"},
+    {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus, noPrivateModulus},
     {"ExportPrivateExponentNumber", "BN_new", 1, exportPrivateExponent, noBN},
-    {"ExportPrivateExponent", "EVP_PKEY_get_bn_param", 1, exportPrivateExponent,
-     "Failed to get the private exponent for the private key"},
-    {"ExportPrivateExponentBytes",
-     "BN_bn2bin",
-     1,
-     exportPrivateExponent,
-     "Wrote 127 bytes from BIGNUM to ByteArray. Expected: 128",
-     false,
-     {127}},
+    {"ExportPrivateExponent", "EVP_PKEY_get_bn_param", 1, exportPrivateExponent, noPrivateExponent},
+    {"ExportPrivateExponentBytes", "BN_bn2bin", 1, exportPrivateExponent, numberNotWhole, {127}},
     {"ExportPublicModulusNumber", "BN_new", 1, exportPublicModulus, noBN},
-    {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus,
-     "Failed to get the modulus for the public key"},
+    {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus, noPublicModulus},
     {"ExportPublicExponentNumber", "BN_new", 1, exportPublicExponent, noBN},
-    {"ExportPublicExponent", "EVP_PKEY_get_bn_param", 1, exportPublicExponent,
-     "Failed to get the public exponent for the public key"},
+    {"ExportPublicExponent", "EVP_PKEY_get_bn_param", 1, exportPublicExponent, noPublicExponent},
 };
 
-class RSAKeyFaults : public testing::TestWithParam<Fault> {
-protected:
-    RSAKeyFaults() { // what is kept between the tests is made before anything fails
-        privateKey();
-        publicKey();
-    }
-};
+class RSAKeyFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, RSAKeyFaults, testing::ValuesIn(faults), nameOf);
+INSTANTIATE_TEST_SUITE_P(, RSAKeyFaults, testing::ValuesIn(expanded(faults)), nameOf);
 
 TEST_P(RSAKeyFaults, AreReportedInTheirOwnWords) {
     expectReported<InternalException>(GetParam());
 }
 
 TEST_P(RSAKeyFaults, LeakNothing) {
-    expectAllReleased(GetParam(), {{"BIO_free_all", {"BIO_new"}},
-                                   {"BN_free", {"BN_bin2bn", "BN_new"}},
-                                   {"OSSL_PARAM_BLD_free", {"OSSL_PARAM_BLD_new"}},
-                                   {"OSSL_PARAM_free", {"OSSL_PARAM_BLD_to_param"}},
-                                   {"EVP_PKEY_CTX_free", {"EVP_PKEY_CTX_new_from_name"}}});
+    expectAllReleased(GetParam());
 }
 
 TEST(RSAKeyFault, OfTheFirstReaderIsForgottenAfterTheSecond) {
@@ -394,8 +362,8 @@ TEST(RSAKeyFault, OfANumberThatIsNotThereIsReported) {
                                                                    *number = nullptr;
                                                                    return 1;
                                                                });
-    EXPECT_THROWS(InternalException, "Failed to get the modulus for the private key", exportPrivateModulus());
-    EXPECT_THROWS(InternalException, "Failed to get the public exponent for the public key", exportPublicExponent());
+    EXPECT_THROWS(InternalException, noPrivateModulus, exportPrivateModulus());
+    EXPECT_THROWS(InternalException, noPublicExponent, exportPublicExponent());
 }
 
 TEST(RSAKeyFault, OfATextThatIsTooLongForItsLengthIsReported) {

@@ -1,6 +1,6 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
-#include "support/Faults.h"
+#include "support/FaultTables.h"
 #include "support/RSA.h"
 #include "support/Throws.h"
 
@@ -12,7 +12,7 @@
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 
-#include <functional>
+#include <map>
 #include <new>
 #include <sstream>
 
@@ -24,6 +24,11 @@ using namespace foundation::crypto::utils;
 constexpr RSAPaddingMode pkcs1 = RSAPaddingMode::PKCS1_V1_5;
 constexpr RSAPaddingMode pss = RSAPaddingMode::PSS;
 RSAPaddingMode const unknown = rsaPadding(5);
+
+using Paddings = std::vector<Named<RSAPaddingMode>>;
+
+Paddings const withPSS{{"PSS", pss}};
+Paddings const all{{"PKCS1_V1_5", pkcs1}, withPSS[0], {"Unknown", unknown}};
 
 std::string const noContext = "Fail to create EVP_MD_CTXUPtr; the given raw pointer is NULL";
 std::string const notInitialized = "Failed to initialize the digest for signing.";
@@ -52,50 +57,34 @@ bool verify(RSAPaddingMode padding, ByteArray const& signature) {
 
 // Signing
 
-struct Fault {
-    std::string name;
-    std::string call;
-    int nth;
-    std::intptr_t result; // of the failing call
-    std::vector<RSAPaddingMode> paddings;
-    std::string text;
-};
+Variants signing(Paddings const& paddings) {
+    return over(paddings, {{"Bytes", [](RSAPaddingMode padding) { sign(padding); }},
+                           {"Stream", [](RSAPaddingMode padding) { signStream(padding); }}});
+}
+
+std::vector<Result> const notOne{0, -1, -2, 2, made(0)};
 
 std::vector<Fault> const faults{
-    {"NoContext", "EVP_MD_CTX_new", 1, 0, {pkcs1, pss, unknown}, noContext},
-    {"Init0", "EVP_DigestSignInit_ex", 1, 0, {pkcs1, pss, unknown}, notInitialized},
-    {"InitMinus2", "EVP_DigestSignInit_ex", 1, -2, {pss}, notInitialized},
-    {"Init2", "EVP_DigestSignInit_ex", 1, 2, {pss}, notInitialized},
-    {"NoKeyContext", "EVP_MD_CTX_get_pkey_ctx", 1, 0, {pkcs1, pss, unknown}, noKeyContext},
-    {"Padding0", "EVP_PKEY_CTX_set_rsa_padding", 1, 0, {pkcs1, pss, unknown}, noKeyContext},
-    {"PaddingMinus2", "EVP_PKEY_CTX_set_rsa_padding", 1, -2, {pkcs1}, noKeyContext},
-    {"Salt0", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, 0, {pss}, noSalt},
-    {"SaltMinus2", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, -2, {pss}, noSalt},
-    {"Size0", "EVP_DigestSign", 1, 0, {pkcs1, pss, unknown}, noSize},
-    {"SizeMinus1", "EVP_DigestSign", 1, -1, {pss}, noSize},
-    {"Size2", "EVP_DigestSign", 1, 2, {pss}, noSize},
-    {"SizeOfZero", "EVP_DigestSign", 1, 1, {pkcs1, pss, unknown}, sizeOfZero}, // "success", and nothing was set
-    {"Sign0", "EVP_DigestSign", 2, 0, {pkcs1, pss, unknown}, notSigned},
-    {"SignMinus1", "EVP_DigestSign", 2, -1, {pss}, notSigned},
-    {"Sign2", "EVP_DigestSign", 2, 2, {pss}, notSigned},
+    {"Context", "EVP_MD_CTX_new", 1, signing(all), noContext},
+    {"Init", "EVP_DigestSignInit_ex", 1, signing(all), notInitialized, notOne},
+    {"KeyContext", "EVP_MD_CTX_get_pkey_ctx", 1, signing(all), noKeyContext},
+    {"Padding", "EVP_PKEY_CTX_set_rsa_padding", 1, signing(all), noKeyContext, {0, -1, -2, made(0)}},
+    {"Salt", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, signing(withPSS), noSalt, {0, -1, -2, made(0)}},
+    {"Size", "EVP_DigestSign", 1, signing(all), noSize, notOne},
+    {"SizeOfZero", "EVP_DigestSign", 1, signing(all), sizeOfZero, {1}}, // "success", and nothing was set
+    {"Sign", "EVP_DigestSign", 2, signing(all), notSigned, notOne},
 };
 
 class RSASignerFaults : public testing::TestWithParam<Fault> {};
 
-INSTANTIATE_TEST_SUITE_P(, RSASignerFaults, testing::ValuesIn(faults), [](auto const& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, RSASignerFaults, testing::ValuesIn(expanded(faults)), nameOf);
 
-TEST_P(RSASignerFaults, AreReportedInTheirOwnWordsAndLeakNothing) {
-    for (RSAPaddingMode const padding : GetParam().paddings) {
-        for (auto const operation : {sign, signStream}) {
-            rsaTestKeyUser(2048); // the key is there
-            Recording const recording;
-            Failing failing(GetParam().call, GetParam().nth);
-            failing.returning(GetParam().result).withError("libcrypto's own words do not follow");
-            EXPECT_THROWS(InternalException, GetParam().text, operation(padding));
-            std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
-            EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
-        }
-    }
+TEST_P(RSASignerFaults, AreReportedInTheirOwnWords) {
+    expectReported<InternalException>(GetParam());
+}
+
+TEST_P(RSASignerFaults, LeakNothing) {
+    expectAllReleased(GetParam());
 }
 
 TEST(RSASignerFault, OfASignatureWithoutBytesIsReported) {
@@ -196,54 +185,55 @@ TEST(RSASignatureCalls, AreNoneForAnEncryptionPaddingOrWithoutAnEngine) {
 
 // Verification
 
-struct VerifierFault {
-    std::string name;
-    std::string call;
-    std::intptr_t result;
-    std::vector<RSAPaddingMode> paddings;
+struct Invalid : Exception {
+    Invalid() : Exception("invalid") {}
 };
 
-std::vector<VerifierFault> const verifierFaults{
-    {"NoContext", "EVP_MD_CTX_new", 0, {pkcs1, pss, unknown}},
-    {"Init0", "EVP_DigestVerifyInit_ex", 0, {pkcs1, pss, unknown}},
-    {"InitMinus2", "EVP_DigestVerifyInit_ex", -2, {pss}},
-    {"Init2", "EVP_DigestVerifyInit_ex", 2, {pss}},
-    {"NoKeyContext", "EVP_MD_CTX_get_pkey_ctx", 0, {pkcs1, pss, unknown}},
-    {"Padding0", "EVP_PKEY_CTX_set_rsa_padding", 0, {pkcs1, pss, unknown}},
-    {"PaddingMinus2", "EVP_PKEY_CTX_set_rsa_padding", -2, {pkcs1}},
-    {"Salt0", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 0, {pss}},
-    {"SaltMinus2", "EVP_PKEY_CTX_set_rsa_pss_saltlen", -2, {pss}},
-    {"Verify0", "EVP_DigestVerify", 0, {pkcs1, pss, unknown}},
-    {"VerifyMinus1", "EVP_DigestVerify", -1, {pkcs1, pss, unknown}},
-    {"Verify2", "EVP_DigestVerify", 2, {pkcs1, pss, unknown}},
-};
-
-class RSAVerifierFaults : public testing::TestWithParam<VerifierFault> {};
-
-INSTANTIATE_TEST_SUITE_P(, RSAVerifierFaults, testing::ValuesIn(verifierFaults),
-                         [](auto const& row) { return row.param.name; });
-
-TEST_P(RSAVerifierFaults, GiveTheInvalidStatusLeaveNoErrorAndLeakNothing) {
-    for (RSAPaddingMode const padding : GetParam().paddings) {
-        ByteArray const signature = sign(padding);
-        auto const verifier = rsaTestKeyUser(2048).verifier(padding);
-        ERR_raise_data(ERR_LIB_USER, 2, "the host's own");
-        {
-            Recording const recording;
-            Failing failing(GetParam().call);
-            failing.returning(GetParam().result).withError("forgotten");
-            EXPECT_FALSE(verifier->verify(bytes("message"), signature, sha256).isValid());
-            std::size_t const failedCreations = GetParam().call == "EVP_MD_CTX_new" ? 1 : 0;
-            EXPECT_EQ(recording.count("EVP_MD_CTX_free"), recording.count("EVP_MD_CTX_new") - failedCreations);
-        }
-        EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 2);
-        EXPECT_EQ(ERR_get_error(), 0U);
-        EXPECT_TRUE(verify(padding, signature));
+/// Throws the status that is not "valid", for the table.
+void requireValid(RSAPaddingMode padding) {
+    static std::map<RSAPaddingMode, ByteArray> signatures;
+    ByteArray& signature = signatures[padding];
+    if (signature.empty()) {
+        signature = sign(padding);
+    }
+    if (!verify(padding, signature)) {
+        throw Invalid();
     }
 }
 
+std::vector<Fault> const verifierFaults{
+    {"Context", "EVP_MD_CTX_new", 1, over(all, requireValid), "invalid"},
+    {"Init", "EVP_DigestVerifyInit_ex", 1, over(all, requireValid), "invalid", notOne},
+    {"KeyContext", "EVP_MD_CTX_get_pkey_ctx", 1, over(all, requireValid), "invalid"},
+    {"Padding", "EVP_PKEY_CTX_set_rsa_padding", 1, over(all, requireValid), "invalid", {0, -1, -2, made(0)}},
+    {"Salt", "EVP_PKEY_CTX_set_rsa_pss_saltlen", 1, over(withPSS, requireValid), "invalid", {0, -1, -2, made(0)}},
+    {"Verify", "EVP_DigestVerify", 1, over(all, requireValid), "invalid", notOne},
+};
+
+class RSAVerifierFaults : public testing::TestWithParam<Fault> {};
+
+INSTANTIATE_TEST_SUITE_P(, RSAVerifierFaults, testing::ValuesIn(expanded(verifierFaults)), nameOf);
+
+TEST_P(RSAVerifierFaults, GiveTheInvalidStatus) {
+    expectReported<Invalid>(GetParam());
+}
+
+TEST_P(RSAVerifierFaults, LeaveNoError) {
+    forEachResult(GetParam(), [](Failing& failing) {
+        failing.withError("forgotten");
+        HostsMark const mark;
+        catchFrom(GetParam().operation);
+        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), HostsMark::reason);
+        EXPECT_TRUE(mark.isThere());
+    });
+}
+
+TEST_P(RSAVerifierFaults, LeakNothing) {
+    expectAllReleased(GetParam());
+}
+
 TEST(RSAVerifierCalls, AreThoseThatTheWorkNeeds) {
-    for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
+    for (auto const& [name, padding] : all) {
         ByteArray const signature = sign(padding);
         auto const verifier = rsaTestKeyUser(2048).verifier(padding);
         Recording const recording;
@@ -263,7 +253,7 @@ TEST(RSAVerifierCalls, AreThoseThatTheWorkNeeds) {
 }
 
 TEST(RSAVerifierCalls, AreNoneForASignatureOfAnotherSizeThanTheModulus) {
-    for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
+    for (auto const& [name, padding] : all) {
         auto const verifier = rsaTestKeyUser(2048).verifier(padding);
         ByteArray const signature = sign(padding);
         int asked = 0;

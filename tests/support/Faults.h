@@ -61,6 +61,8 @@ public:
     /// would leak it so.
     Failing& carriedOut(bool carriedOut = true);
 
+    bool isCarriedOut() const { return carriedOut_; }
+
     bool happened() const { return left_ <= 0; }
 
 private:
