@@ -20,6 +20,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
+using interfaces::ICryptoPRNG;
 using interfaces::ICryptoProvider;
 using utils::AESMode;
 using utils::AESPaddingMode;
