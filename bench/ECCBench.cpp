@@ -18,9 +18,9 @@
 namespace {
 
 using namespace bench;
-using foundation::crypto::interfaces::IDigestEngine;
-using foundation::crypto::interfaces::IECCSigner;
-using foundation::crypto::interfaces::IECCVerifier;
+using foundation::crypto::interfaces::DigestEnginePtr;
+using foundation::crypto::interfaces::ECCSignerPtr;
+using foundation::crypto::interfaces::ECCVerifierPtr;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
 
@@ -46,13 +46,13 @@ Key owned(EVP_PKEY* key) {
 struct Curve {
     std::string name;
     char const* digest; // none for Ed25519
-    std::function<std::shared_ptr<IDigestEngine>()> createEngine;
+    std::function<DigestEnginePtr()> createEngine;
     std::function<void()> generate;
     std::function<ByteArray()> newPrivatePEM;
     std::function<void(ByteArray const&)> readPrivate;
     std::function<std::function<ByteArray()>(ByteArray const&)> exporterOf;
-    std::function<std::shared_ptr<IECCSigner>(ByteArray const&)> createSigner;
-    std::function<std::shared_ptr<IECCVerifier>(ByteArray const&)> createVerifier;
+    std::function<ECCSignerPtr(ByteArray const&)> createSigner;
+    std::function<ECCVerifierPtr(ByteArray const&)> createVerifier;
 };
 
 Bio textIn(ByteArray const& text) {

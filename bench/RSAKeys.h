@@ -14,9 +14,8 @@ namespace bench {
 
 /// One RSA key for the library, and the same for raw libcrypto.
 template <unsigned long N> struct RSAKeys {
-    using Size = foundation::crypto::utils::RSAKeySize<N>;
-    std::shared_ptr<foundation::crypto::interfaces::IRSAPrivateKey<Size>> privateKey;
-    std::shared_ptr<foundation::crypto::interfaces::IRSAPublicKey<Size>> publicKey;
+    foundation::crypto::interfaces::RSAPrivateKeyPtr<N> privateKey;
+    foundation::crypto::interfaces::RSAPublicKeyPtr<N> publicKey;
     std::shared_ptr<EVP_PKEY> rawPrivateKey;
     std::shared_ptr<EVP_PKEY> rawPublicKey;
 
@@ -34,7 +33,7 @@ template <unsigned long N> struct RSAKeys {
     }
 };
 
-inline std::shared_ptr<foundation::crypto::interfaces::ICryptoPRNG> prng() {
+inline foundation::crypto::interfaces::CryptoPRNGPtr prng() {
     return foundation::crypto::openssl::CryptoProvider().createDefaultCryptoPRNG({});
 }
 

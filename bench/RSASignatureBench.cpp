@@ -15,7 +15,6 @@ namespace {
 
 using namespace bench;
 using foundation::crypto::interfaces::IRSASigner;
-using foundation::crypto::interfaces::IRSAVerifier;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
 using foundation::crypto::utils::RSAPaddingMode;

@@ -23,6 +23,7 @@
 /// its names. What the signer throws, and in which order it looks for faults, stays.
 class SerializedHSMSigner final : public foundation::crypto::interfaces::IHSMSigner {
     using ByteArray = foundation::crypto::utils::ByteArray;
+    using DigestEnginePtr = foundation::crypto::interfaces::DigestEnginePtr;
     using IDigestEngine = foundation::crypto::interfaces::IDigestEngine;
 
 public:
@@ -33,14 +34,14 @@ public:
         }
     }
 
-    ByteArray sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const override {
+    ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const override {
         auto const names = digest == nullptr ? nullptr : std::make_shared<DigestNames>(*digest);
         std::lock_guard<std::mutex> const turn(mutex());
         return signer_->sign(message, names);
     }
 
     /// The stream is left as the signer itself would leave it.
-    ByteArray sign(std::istream& message, std::shared_ptr<IDigestEngine> digest) const override {
+    ByteArray sign(std::istream& message, DigestEnginePtr digest) const override {
         message.unsetf(std::ios_base::skipws);
         ByteArray const bytes{std::istream_iterator<unsigned char>(message), std::istream_iterator<unsigned char>()};
         return sign(bytes, std::move(digest));

@@ -28,6 +28,7 @@ namespace {
 
 using namespace foundation::crypto;
 using files::hex;
+using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::AESMode;
@@ -194,7 +195,7 @@ void showRSASignatures(Tour& tour) {
     struct {
         char const* name;
         RSAPaddingMode padding;
-        std::shared_ptr<IDigestEngine> digest;
+        DigestEnginePtr digest;
     } const rows[]{{"PKCS#1 v1.5 with SHA-256", RSAPaddingMode::PKCS1_V1_5, provider.createSHA256DigestEngine()},
                    {"PSS with SHA-256", RSAPaddingMode::PSS, provider.createSHA256DigestEngine()},
                    {"PSS with SHA-512", RSAPaddingMode::PSS, provider.createSHA512DigestEngine()}};
@@ -288,8 +289,7 @@ void showBlake2b(Tour& tour) {
 
 /// A key on a token of its own, made at the first visit and kept for the files to come.
 struct KeyOnToken {
-    std::shared_ptr<interfaces::IRSAKeyPair<utils::RSAKeySize<2048>>> pair =
-        provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
+    interfaces::RSAKeyPairPtr<2048> pair = provider.generateRSA2048KeyPair(provider.createDefaultCryptoPRNG({}));
     TemporaryToken token{pair->getPrivateKey()->getDER()};
 };
 

@@ -2,6 +2,7 @@
 // perhaps another layout.
 #include "support/Bytes.h"
 #include "support/ECC.h"
+#include "support/PlugIn.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
 
@@ -10,9 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <typeinfo>
 
@@ -20,6 +19,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
+using interfaces::ICryptoPRNG;
 using interfaces::ICryptoProvider;
 using utils::AESMode;
 using utils::AESPaddingMode;
@@ -28,21 +28,15 @@ using utils::InvalidKey;
 
 CryptoProvider const provider;
 
-/// The provider of a plug-in, which stays loaded.
-ICryptoProvider const& plugIn() {
-    static std::unique_ptr<ICryptoProvider const> const other = [] {
-        void* const library = dlopen(ZRFL_TEST_PLUG_IN, RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-        auto const make = reinterpret_cast<ICryptoProvider* (*)()>(dlsym(library, "makeProvider"));
-        return std::unique_ptr<ICryptoProvider const>(make());
-    }();
+/// The provider of a plug-in with the second copy.
+ICryptoProvider const& secondLibrary() {
+    static std::unique_ptr<ICryptoProvider const> const other(
+        PlugIn<ICryptoProvider*()>(ZRFL_SECOND_LIBRARY_PLUG_IN).handOver()());
     return *other;
 }
 
-TEST(PlugIn, HasClassesOfTheSameNames) {
-    auto const theirs = plugIn().createDefaultCryptoPRNG({});
+TEST(SecondLibrary, HasClassesOfTheSameNames) {
+    auto const theirs = secondLibrary().createDefaultCryptoPRNG({});
     auto const ours = provider.createDefaultCryptoPRNG({});
     auto const typeOf = [](ICryptoPRNG const& prng) { return &typeid(prng); };
     EXPECT_STREQ(typeOf(*theirs)->name(), typeOf(*ours)->name());
@@ -61,25 +55,25 @@ void expectRSAKeysMissing(PrivateKey const& privateKey, PublicKey const& publicK
                   OfSize::verifier(publicKey, padding, prng));
 }
 
-TEST(PlugIn, HasNoKeysForRSA) {
+TEST(SecondLibrary, HasNoKeysForRSA) {
     auto const privateKey = [](unsigned long bits) { return readRSAKey(bits, "private.der"); };
     auto const publicKey = [](unsigned long bits) { return readRSAKey(bits, "public.der"); };
-    expectRSAKeysMissing<1024>(plugIn().createRSA1024PrivateKey(privateKey(1024)),
-                               plugIn().createRSA1024PublicKey(publicKey(1024)));
-    expectRSAKeysMissing<2048>(plugIn().createRSA2048PrivateKey(privateKey(2048)),
-                               plugIn().createRSA2048PublicKey(publicKey(2048)));
-    expectRSAKeysMissing<4096>(plugIn().createRSA4096PrivateKey(privateKey(4096)),
-                               plugIn().createRSA4096PublicKey(publicKey(4096)));
+    expectRSAKeysMissing<1024>(secondLibrary().createRSA1024PrivateKey(privateKey(1024)),
+                               secondLibrary().createRSA1024PublicKey(publicKey(1024)));
+    expectRSAKeysMissing<2048>(secondLibrary().createRSA2048PrivateKey(privateKey(2048)),
+                               secondLibrary().createRSA2048PublicKey(publicKey(2048)));
+    expectRSAKeysMissing<4096>(secondLibrary().createRSA4096PrivateKey(privateKey(4096)),
+                               secondLibrary().createRSA4096PublicKey(publicKey(4096)));
 }
 
-template <class OfSize> class PlugInGenerators : public testing::Test {};
+template <class OfSize> class SecondLibrarysGenerators : public testing::Test {};
 
-TYPED_TEST_SUITE(PlugInGenerators, RSASizes, RSASizeNames);
+TYPED_TEST_SUITE(SecondLibrarysGenerators, RSASizes, RSASizeNames);
 
-TYPED_TEST(PlugInGenerators, AreMissingForRSA) {
+TYPED_TEST(SecondLibrarysGenerators, AreMissingForRSA) {
     auto const privateKey = TypeParam::createPrivateKey(readRSAKey(TypeParam::bits, "private.der"));
     auto const publicKey = TypeParam::createPublicKey(readRSAKey(TypeParam::bits, "public.der"));
-    auto const prng = plugIn().createDefaultCryptoPRNG({});
+    auto const prng = secondLibrary().createDefaultCryptoPRNG({});
     auto const padding = RSAPaddingMode::OAEP_SHA1;
     EXPECT_THROWS(InternalException, "The PRNG does not exist.", TypeParam::encryptor(publicKey, padding, prng));
     EXPECT_THROWS(InternalException, "The PRNG does not exist.", TypeParam::decryptor(privateKey, padding, prng));
@@ -97,14 +91,14 @@ void expectCurveKeysMissing(PrivateKey const& privateKey, PublicKey const& publi
                   Curve::verifier(publicKey)->verify(bytes("abc"), bytes("abc"), engine));
 }
 
-TEST(PlugIn, HasNoKeysForTheCurves) {
-    auto const p256 = plugIn().generateECCP256KeyPair();
+TEST(SecondLibrary, HasNoKeysForTheCurves) {
+    auto const p256 = secondLibrary().generateECCP256KeyPair();
     expectCurveKeysMissing<P256>(p256->getPrivateKey(), p256->getPublicKey());
-    auto const curve25519 = plugIn().generateECCCurve25519KeyPair();
+    auto const curve25519 = secondLibrary().generateECCCurve25519KeyPair();
     expectCurveKeysMissing<Curve25519>(curve25519->getPrivateKey(), curve25519->getPublicKey());
 }
 
-/// Neither the plug-in's key nor its generator is used for AES.
+/// Neither the second library's key nor its generator is used for AES.
 template <class Key, class Encryptor, class Decryptor>
 void expectAESObjectsMissing(Key const& theirs, Key const& ours, Encryptor createEncryptor, Decryptor createDecryptor) {
     char const* const noKey = "Failed to get the OpenSSL cipher. Unsupported key size";
@@ -115,19 +109,19 @@ void expectAESObjectsMissing(Key const& theirs, Key const& ours, Encryptor creat
     EXPECT_THROWS(InternalException, noKey, encryptor->encrypt(ByteArray(16)));
     EXPECT_THROWS(InternalException, noKey, decryptor->decrypt(ByteArray(16)));
 
-    auto const prng = plugIn().createDefaultCryptoPRNG({});
+    auto const prng = secondLibrary().createDefaultCryptoPRNG({});
     EXPECT_THROWS(InternalException, "The PRNG does not exist.",
                   (provider.*createEncryptor)(ours, {}, AESMode::CBC, AESPaddingMode::PKCS7, prng));
     EXPECT_THROWS(InternalException, "The PRNG does not exist.",
                   (provider.*createDecryptor)(ours, {}, AESMode::CBC, AESPaddingMode::PKCS7, prng));
 }
 
-TEST(PlugIn, HasNoKeysAndGeneratorsForAES) {
-    expectAESObjectsMissing(plugIn().createAES128Key(ByteArray(16)), provider.createAES128Key(ByteArray(16)),
+TEST(SecondLibrary, HasNoKeysAndGeneratorsForAES) {
+    expectAESObjectsMissing(secondLibrary().createAES128Key(ByteArray(16)), provider.createAES128Key(ByteArray(16)),
                             &CryptoProvider::createAES128Encryptor, &CryptoProvider::createAES128Decryptor);
-    expectAESObjectsMissing(plugIn().createAES192Key(ByteArray(24)), provider.createAES192Key(ByteArray(24)),
+    expectAESObjectsMissing(secondLibrary().createAES192Key(ByteArray(24)), provider.createAES192Key(ByteArray(24)),
                             &CryptoProvider::createAES192Encryptor, &CryptoProvider::createAES192Decryptor);
-    expectAESObjectsMissing(plugIn().createAES256Key(ByteArray(32)), provider.createAES256Key(ByteArray(32)),
+    expectAESObjectsMissing(secondLibrary().createAES256Key(ByteArray(32)), provider.createAES256Key(ByteArray(32)),
                             &CryptoProvider::createAES256Encryptor, &CryptoProvider::createAES256Decryptor);
 }
 

@@ -1,6 +1,8 @@
 // A host that does not link the library gets an object and an exception of it through a plug-in, and closes the
 // plug-in. A program of its own, without the means that other tests share, since those link the library's half.
-#include "Plugin.h"
+#include "UnloadedPlugIn.h"
+
+#include "support/PlugIn.h"
 
 #include <gtest/gtest.h>
 
@@ -22,25 +24,24 @@ bool isLoaded(char const* file) {
 bool const libraryWasLinked = isLoaded(ZRFL_OPENSSL_LIBRARY) || isLoaded(ZRFL_UTILS_LIBRARY);
 
 /// What the plug-in handed over before it was unloaded.
-Handed takeFromPlugin() {
-    void* const plugin = dlopen(ZRFL_PLUGIN, RTLD_NOW | RTLD_LOCAL);
-    EXPECT_NE(plugin, nullptr) << dlerror();
+Handed takeFromPlugIn() {
+    support::PlugIn<void(Handed&)> const plugIn(ZRFL_UNLOADED_PLUG_IN);
     Handed handed;
-    reinterpret_cast<HandOver*>(dlsym(plugin, "handOver"))(handed);
-    dlclose(plugin);
+    plugIn.handOver()(handed);
+    plugIn.unload();
     return handed;
 }
 
 TEST(Unloading, LeavesTheLibrariesInPlace) {
     ASSERT_FALSE(libraryWasLinked);
-    takeFromPlugin();
-    EXPECT_FALSE(isLoaded(ZRFL_PLUGIN));
+    takeFromPlugIn();
+    EXPECT_FALSE(isLoaded(ZRFL_UNLOADED_PLUG_IN));
     EXPECT_TRUE(isLoaded(ZRFL_OPENSSL_LIBRARY));
     EXPECT_TRUE(isLoaded(ZRFL_UTILS_LIBRARY));
 }
 
 TEST(Unloading, LeavesObjectsUsable) {
-    auto engine = takeFromPlugin().engine;
+    auto engine = takeFromPlugIn().engine;
     ASSERT_NE(engine, nullptr);
     EXPECT_EQ(engine->getDigestName(), "SHA256");
     EXPECT_EQ(engine->computeDigest({'a', 'b', 'c'}).size(), engine->getDigestSize());
@@ -50,7 +51,7 @@ TEST(Unloading, LeavesObjectsUsable) {
 TEST(Unloading, LeavesExceptionsThatCanBeCaughtAndReleased) {
     std::string message;
     try {
-        std::rethrow_exception(takeFromPlugin().exception);
+        std::rethrow_exception(takeFromPlugIn().exception);
     } catch (std::exception const& error) {
         message = error.what();
     }

@@ -243,8 +243,7 @@ TEST(AESVectors, ThatAreMissingAreDrawn) {
 }
 
 TEST(AESVectors, ThatAreMissingNeedAGenerator) {
-    for (std::shared_ptr<ICryptoPRNG> const& prng :
-         {std::shared_ptr<ICryptoPRNG>(), std::shared_ptr<ICryptoPRNG>(std::make_shared<ForeignPRNG>())}) {
+    for (CryptoPRNGPtr const& prng : {CryptoPRNGPtr(), CryptoPRNGPtr(std::make_shared<ForeignPRNG>())}) {
         for (NamedAESMode const& mode : aesModes()) {
             AESSetup const without{key, {}, mode.mode, AESPaddingMode::PKCS7, prng};
             EXPECT_THROWS(InternalException, "The PRNG does not exist.", createAESEncryptor(without));

@@ -1,105 +1,74 @@
 // Copies of engines, which the provider's interface does not hand out, and what becomes of the key.
 #include "digest/Blake2bDigestEngineImpl.h"
 
+#include "EngineCopyTests.h"
 #include "support/Allocations.h"
-#include "support/Bytes.h"
-#include "support/Faults.h"
-#include "support/Throws.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
+
+namespace support {
 
 namespace {
 
-using namespace support;
 using namespace foundation::crypto;
 using utils::InternalException;
 using Engine = openssl::Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>;
 
-/// With the key it is given: an empty one makes a plain hash.
-class Blake2bCopies : public testing::TestWithParam<std::string> {
-protected:
-    static Engine create() { return {bytes(GetParam()), bytes("salt"), 20}; }
-
-    static std::string digestOf(std::string const& message) { return hex(create().computeDigest(bytes(message))); }
-};
-
-INSTANTIATE_TEST_SUITE_P(, Blake2bCopies, testing::Values("", "key"),
-                         [](auto const& row) { return row.param.empty() ? "Plain" : "Keyed"; });
-
-TEST_P(Blake2bCopies, ContinueTheMessageIndependently) {
-    Engine source = create();
-    source.update(bytes("ab"));
-    Engine copy(source);
-    copy.update(bytes("c"));
-    source.update(bytes("x"));
-    EXPECT_EQ(hex(copy.finalize()), digestOf("abc"));
-    EXPECT_EQ(hex(source.finalize()), digestOf("abx"));
+Engine withKey(std::string const& key) {
+    return {bytes(key), bytes("salt"), 20};
 }
 
-TEST_P(Blake2bCopies, HaveKeySaltAndSizeForTheNextMessage) {
-    Engine const source = create();
+struct PlainHash {
+    using Engine = openssl::Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>;
+    static constexpr auto restart = "EVP_DigestInit_ex2";
+    static constexpr auto notUpdated = "Could not update data to the digest state. ";
+    static constexpr auto notFinalized = "Failed to finalize the digest generation in Blake-2b non-MAC mode.";
+
+    static Engine create() { return withKey(""); }
+
+    static std::string finish(Engine& copy) { return hex(copy.finalize()); }
+};
+
+struct MAC : PlainHash {
+    static constexpr auto restart = "EVP_MAC_init";
+    static constexpr auto notUpdated = "EVP_MAC_update failed";
+    static constexpr auto notFinalized = "Failed to finalize the digest generation in Blake-2b MAC mode.";
+
+    static Engine create() { return withKey("key"); }
+};
+
+using Kinds = testing::Types<PlainHash, MAC>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Blake2b, Copies, Kinds);
+
+template <class Kind> class Blake2bCopies : public Copies<Kind> {};
+
+TYPED_TEST_SUITE(Blake2bCopies, Kinds);
+
+TYPED_TEST(Blake2bCopies, HaveKeySaltAndSizeForTheNextMessage) {
+    Engine const source = TypeParam::create();
     Engine copy(source);
     EXPECT_EQ(copy.getDigestSize(), 20U);
     EXPECT_EQ(copy.getDigestNameForEVP_MD(), source.getDigestNameForEVP_MD());
     copy.finalize();
-    EXPECT_EQ(hex(copy.computeDigest(bytes("abc"))), digestOf("abc"));
-    EXPECT_EQ(hex(copy.finalize()), digestOf(""));
+    EXPECT_EQ(hex(copy.computeDigest(bytes("abc"))), this->digestOf("abc"));
+    EXPECT_EQ(hex(copy.finalize()), this->digestOf(""));
 }
 
-TEST_P(Blake2bCopies, ReplaceEverythingOfTheirTarget) {
+TYPED_TEST(Blake2bCopies, ReplaceEverythingOfTheirTarget) {
     for (std::string const targetKey : {"", "another key"}) {
-        Engine source = create();
+        Engine source = TypeParam::create();
         Engine target(bytes(targetKey), bytes("pepper"), 64);
         source.update(bytes("ab"));
         target.update(bytes("forgotten"));
         target = source;
         EXPECT_EQ(target.getDigestSize(), 20U);
         EXPECT_EQ(target.getDigestNameForEVP_MD(), source.getDigestNameForEVP_MD());
-        EXPECT_EQ(hex(target.computeDigest(bytes("c"))), digestOf("abc"));
-        EXPECT_EQ(hex(target.computeDigest(bytes("abc"))), digestOf("abc"));
-        EXPECT_EQ(hex(source.finalize()), digestOf("ab"));
+        EXPECT_EQ(hex(target.computeDigest(bytes("c"))), this->digestOf("abc"));
+        EXPECT_EQ(hex(target.computeDigest(bytes("abc"))), this->digestOf("abc"));
+        EXPECT_EQ(hex(source.finalize()), this->digestOf("ab"));
     }
-}
-
-TEST_P(Blake2bCopies, OntoThemselvesChangeNothing) {
-    Engine engine = create();
-    engine.update(bytes("ab"));
-    auto const& itself = engine;
-    Recording const recording;
-    engine = itself;
-    EXPECT_TRUE(recording.calls().empty());
-    EXPECT_EQ(hex(engine.computeDigest(bytes("c"))), digestOf("abc"));
-}
-
-TEST_P(Blake2bCopies, OutliveTheirSource) {
-    auto source = std::make_unique<Engine>(bytes(GetParam()), bytes("salt"), 20);
-    source->update(bytes("ab"));
-    Engine copy(*source);
-    source.reset();
-    EXPECT_EQ(hex(copy.computeDigest(bytes("c"))), digestOf("abc"));
-}
-
-TEST_P(Blake2bCopies, OfAnEngineThatIsNotReadyAreNotReadyEither) {
-    bool const keyed = !GetParam().empty();
-    Engine source = create();
-    Engine target = create();
-    {
-        Failing const failing(keyed ? "EVP_MAC_init" : "EVP_DigestInit_ex2");
-        EXPECT_THROW(source.finalize(), InternalException);
-    }
-    Engine copy(source);
-    target = source;
-    for (Engine* const engine : {&copy, &target}) {
-        EXPECT_THROWS(InternalException,
-                      keyed ? "EVP_MAC_update failed" : "Could not update data to the digest state. ",
-                      engine->update(nullptr, 0));
-        EXPECT_THROW(engine->finalize(), InternalException);
-    }
-    target = create();
-    EXPECT_EQ(hex(target.computeDigest(bytes("abc"))), digestOf("abc"));
 }
 
 TEST(Blake2bCopy, OfAMACWithoutAContextHasNone) {
@@ -150,3 +119,5 @@ TEST(Blake2bKeysInMemory, AreWipedWhenTheEngineCannotBeMade) {
 }
 
 } // namespace
+
+} // namespace support

@@ -24,7 +24,7 @@ using foundation::crypto::utils::InvalidKey;
 
 CryptoProvider const provider;
 
-std::shared_ptr<IDigestEngine> create(ByteArray const& key, ByteArray const& salt, std::size_t size) {
+DigestEnginePtr create(ByteArray const& key, ByteArray const& salt, std::size_t size) {
     return provider.createBlake2bDigestEngineWithCustomSize(key, salt, size);
 }
 

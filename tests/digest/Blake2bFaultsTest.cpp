@@ -1,5 +1,6 @@
 #include "digest/Blake2bDigestEngineImpl.h"
 
+#include "EngineFaults.h"
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
@@ -154,46 +155,16 @@ TEST_P(Blake2bFaults, LeakNothing) {
 }
 
 TEST(Blake2bFault, IsZeroAloneForTheOtherCalls) {
-    ByteArray const expected = engineOf(Mode::MAC).computeDigest(bytes("abc"));
-    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
-        EXPECT_EQ(real(arguments...), 1);
-        return 2;
-    });
-    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
-        EXPECT_EQ(real(arguments...), 1);
-        return -1;
-    });
-    EXPECT_EQ(engineOf(Mode::MAC).computeDigest(bytes("abc")), expected);
+    expectZeroAloneToFailMACs([] { return engineOf(Mode::MAC); });
 }
 
 TEST(Blake2bFault, OfAnotherSizeIsRefusedForAMAC) {
-    for (int const difference : {-1, 1}) {
-        Replacing<decltype(EVP_MAC_final)> const resized(
-            "EVP_MAC_final",
-            [&](auto real, EVP_MAC_CTX* context, unsigned char* code, std::size_t* size, std::size_t capacity) {
-                EXPECT_EQ(capacity, 20U);
-                int const result = real(context, code, size, capacity);
-                *size += static_cast<std::size_t>(difference);
-                return result;
-            });
-        EXPECT_THROWS(InternalException, macWrongSize, finalize(Mode::MAC));
-    }
+    expectOtherMACSizesRefused([] { return engineOf(Mode::MAC); }, 20, macWrongSize);
 }
 
 void expectUnusable(Engine& engine, Mode mode) {
-    std::string const& update = mode == Mode::MAC ? macNotUpdated : notUpdated;
-    std::string const& finalize = mode == Mode::MAC ? macNotFinalized : notFinalized;
-    Recording const recording;
-    EXPECT_THROWS(InternalException, update, engine.update(bytes("abc")));
-    EXPECT_THROWS(InternalException, update, engine.update(nullptr, 0));
-    EXPECT_THROWS(InternalException, update, engine.computeDigest(bytes("abc")));
-    EXPECT_THROWS(InternalException, finalize, engine.finalize());
-    std::istringstream stream("abc");
-    EXPECT_THROWS(InternalException, update, engine.computeDigest(stream));
-    std::istringstream spent;
-    spent.setstate(std::ios_base::eofbit);
-    EXPECT_THROWS(InternalException, finalize, engine.computeDigest(spent));
-    EXPECT_TRUE(recording.calls().empty()) << "used a context that is not there";
+    bool const mac = mode == Mode::MAC;
+    support::expectUnusable(engine, mac ? macNotUpdated : notUpdated, mac ? macNotFinalized : notFinalized);
 }
 
 TEST(Blake2bFault, OfReinitializationIsReportedByWhatComesNext) {
@@ -295,15 +266,8 @@ TEST_P(Blake2bModes, TranslateAFailedAllocationInFinalizeAlone) {
 }
 
 TEST_P(Blake2bModes, FeedAStreamInPiecesOf1024Bytes) {
-    std::istringstream stream(std::string(2500, 'a'));
-    Engine engine = engineOf(GetParam());
-    Recording const recording;
-    engine.computeDigest(stream);
-    std::vector<std::intptr_t> found;
-    for (Call const& call : recording.callsOf(either("EVP_DigestUpdate", "EVP_MAC_update"))) {
-        found.push_back(call.arguments.at(2));
-    }
-    EXPECT_EQ(found, (std::vector<std::intptr_t>{1024, 1024, 452}));
+    EXPECT_EQ(piecesOfStream(engineOf(GetParam()), either("EVP_DigestUpdate", "EVP_MAC_update"), 2500),
+              (std::vector<std::intptr_t>{1024, 1024, 452}));
 }
 
 // The calls themselves

@@ -27,7 +27,7 @@ struct Family {
     std::string name; // as in the vector file
     std::string evpName;
     std::size_t size;
-    std::shared_ptr<IDigestEngine> (CryptoProvider::*create)() const;
+    DigestEnginePtr (CryptoProvider::*create)() const;
     std::string command; // the tool that computes the same
     std::string emptyDigest;
 };
@@ -56,7 +56,7 @@ Family const& familyNamed(std::string const& name) {
     throw std::out_of_range(name);
 }
 
-std::shared_ptr<IDigestEngine> create(Family const& family) {
+DigestEnginePtr create(Family const& family) {
     return (provider.*family.create)();
 }
 

@@ -14,7 +14,7 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::interfaces::IDigestEngine;
+using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 
@@ -51,7 +51,7 @@ TEST(LargeMessages, AreHashedToTheirEnd) {
 
     struct {
         char const* name;
-        std::shared_ptr<IDigestEngine> engine;
+        DigestEnginePtr engine;
     } const rows[] = {{"MD5", provider.createMD5DigestEngine()},
                       {"SHA-1", provider.createSHA1DigestEngine()},
                       {"SHA-256", provider.createSHA256DigestEngine()},

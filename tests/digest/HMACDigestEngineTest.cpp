@@ -20,7 +20,7 @@ using foundation::crypto::utils::InvalidKey;
 
 CryptoProvider const provider;
 
-using Create = std::shared_ptr<IDigestEngine> (CryptoProvider::*)(ByteArray const&) const;
+using Create = DigestEnginePtr (CryptoProvider::*)(ByteArray const&) const;
 
 Create creatorFor(std::string const& hash) {
     return hash == "sha1"     ? &CryptoProvider::createHMACSHA1DigestEngine
@@ -29,7 +29,7 @@ Create creatorFor(std::string const& hash) {
                               : throw std::out_of_range(hash);
 }
 
-std::shared_ptr<IDigestEngine> create(std::string const& hash, ByteArray const& key) {
+DigestEnginePtr create(std::string const& hash, ByteArray const& key) {
     return (provider.*creatorFor(hash))(key);
 }
 

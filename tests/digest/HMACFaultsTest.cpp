@@ -1,5 +1,6 @@
 #include "digest/HMACDigestEngine.h"
 
+#include "EngineFaults.h"
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
@@ -110,47 +111,14 @@ TEST_P(HMACFaults, LeakNothing) {
 }
 
 TEST(HMACFault, OfTheOtherCallsIsZeroAlone) {
-    ByteArray const expected = Engine(key).computeDigest(bytes("abc"));
-    Replacing<decltype(EVP_MAC_init)> const start("EVP_MAC_init", [](auto real, auto... arguments) {
-        EXPECT_EQ(real(arguments...), 1);
-        return 2;
-    });
-    Replacing<decltype(EVP_MAC_final)> const end("EVP_MAC_final", [](auto real, auto... arguments) {
-        EXPECT_EQ(real(arguments...), 1);
-        return -1;
-    });
-    EXPECT_EQ(Engine(key).computeDigest(bytes("abc")), expected);
+    expectZeroAloneToFailMACs([] { return Engine(key); });
 }
 
 TEST(HMACFault, OfAnotherSizeIsRefused) {
-    for (int const difference : {-1, 1}) {
-        Replacing<decltype(EVP_MAC_final)> const resized(
-            "EVP_MAC_final",
-            [&](auto real, EVP_MAC_CTX* context, unsigned char* code, std::size_t* size, std::size_t capacity) {
-                EXPECT_EQ(capacity, 32U);
-                int const result = real(context, code, size, capacity);
-                *size += static_cast<std::size_t>(difference);
-                return result;
-            });
-        EXPECT_THROWS(InternalException, wrongSize, finalize());
-    }
+    expectOtherMACSizesRefused([] { return Engine(key); }, 32, wrongSize);
     Failing silent("EVP_MAC_final");
     silent.returning(1);
     EXPECT_THROWS(InternalException, wrongSize, finalize());
-}
-
-void expectUnusable(Engine& engine) {
-    Recording const recording;
-    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(bytes("abc")));
-    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.update(nullptr, 0));
-    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(bytes("abc")));
-    EXPECT_THROWS(InternalException, notFinalized, engine.finalize());
-    std::istringstream stream("abc");
-    EXPECT_THROWS_PREFIX(InternalException, notUpdated, engine.computeDigest(stream));
-    std::istringstream spent;
-    spent.setstate(std::ios_base::eofbit);
-    EXPECT_THROWS(InternalException, notFinalized, engine.computeDigest(spent));
-    EXPECT_TRUE(recording.calls().empty()) << "used a context that is not there";
 }
 
 TEST(HMACFault, OfReinitializationIsReportedByWhatComesNext) {
@@ -163,7 +131,7 @@ TEST(HMACFault, OfReinitializationIsReportedByWhatComesNext) {
                 failing.carriedOut(carriedOut);
                 EXPECT_THROW(engine.computeDigest(bytes("abc")), InternalException);
             }
-            expectUnusable(engine);
+            expectUnusable(engine, notUpdated + "No OpenSSL errors.", notFinalized);
         }
     }
 }
@@ -175,7 +143,7 @@ TEST(HMACFault, OfAnotherSizeLeavesTheEngineUnusable) {
         silent.returning(1);
         EXPECT_THROWS(InternalException, wrongSize, engine.finalize());
     }
-    expectUnusable(engine);
+    expectUnusable(engine, notUpdated + "No OpenSSL errors.", notFinalized);
 }
 
 TEST(HMACFault, OfTheFinalCallLeavesTheContextInPlace) {
@@ -326,15 +294,7 @@ TEST(HMACCalls, HandOverTheWholeSizeOfAnUpdate) {
 }
 
 TEST(HMACCalls, FeedAStreamInPiecesOf1024Bytes) {
-    std::istringstream stream(std::string(2500, 'a'));
-    Engine engine(key);
-    Recording const recording;
-    engine.computeDigest(stream);
-    std::vector<std::intptr_t> found;
-    for (Call const& call : recording.callsOf("EVP_MAC_update")) {
-        found.push_back(call.arguments.at(2));
-    }
-    EXPECT_EQ(found, (std::vector<std::intptr_t>{1024, 1024, 452}));
+    EXPECT_EQ(piecesOfStream(Engine(key), "EVP_MAC_update", 2500), (std::vector<std::intptr_t>{1024, 1024, 452}));
 }
 
 } // namespace

@@ -261,11 +261,11 @@ template <class Exhausted, class Factory> void exhaustEverything() {
 /// An engine that the curve accepts, after whose last answer no memory is left.
 class LastBreath {
 public:
-    std::shared_ptr<IDigestEngine> engine = std::make_shared<HostEngine>([] { return "SHA512"; },
-                                                                         [this] {
-                                                                             exhausted_.emplace();
-                                                                             return "sha512";
-                                                                         });
+    DigestEnginePtr engine = std::make_shared<HostEngine>([] { return "SHA512"; },
+                                                          [this] {
+                                                              exhausted_.emplace();
+                                                              return "sha512";
+                                                          });
 
     bool happened() {
         bool const result = exhausted_.has_value() && exhausted_->happened();

@@ -29,9 +29,9 @@ std::string const noEngine = "The digest engine does not exist.";
 template <class Factory> class ECCSignatures : public testing::Test {
 protected:
     typename Factory::KeyPair const pair = Factory::generateKeyPair();
-    std::shared_ptr<IECCSigner> const signer = Factory::signer(pair->getPrivateKey());
-    std::shared_ptr<IECCVerifier> const verifier = Factory::verifier(pair->getPublicKey());
-    std::shared_ptr<IDigestEngine> const engine = Factory::engine();
+    ECCSignerPtr const signer = Factory::signer(pair->getPrivateKey());
+    ECCVerifierPtr const verifier = Factory::verifier(pair->getPublicKey());
+    DigestEnginePtr const engine = Factory::engine();
 
     bool verifies(ByteArray const& message, ByteArray const& signature) const {
         return verifier->verify(message, signature, engine).isValid();

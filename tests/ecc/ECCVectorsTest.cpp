@@ -12,7 +12,7 @@ using namespace support;
 
 template <class Factory>
 bool verifies(ByteArray const& point, ByteArray const& message, ByteArray const& signature,
-              std::shared_ptr<IDigestEngine> const& engine) {
+              DigestEnginePtr const& engine) {
     auto const key = Factory::publicKeyFromPoint(point);
     auto const verifier = Factory::verifier(key);
     bool const valid = verifier->verify(message, signature, engine).isValid();

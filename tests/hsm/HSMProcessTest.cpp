@@ -38,6 +38,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
+using interfaces::HSMSignerPtr;
 using interfaces::IHSMSigner;
 using openssl::CryptoProvider;
 using utils::HSMObject;
@@ -52,7 +53,7 @@ constexpr bool instrumented = true; // slower, and the process has memory that i
 constexpr bool instrumented = false;
 #endif
 
-std::shared_ptr<IHSMSigner> signerOf(std::string const& module, std::string const& uri) {
+HSMSignerPtr signerOf(std::string const& module, std::string const& uri) {
     return provider.createHSMSigner(HSMObject(module, uri), RSAPaddingMode::PSS, nullptr);
 }
 
@@ -81,7 +82,7 @@ protected:
 
     Token token;
     SpyModule const spy{token};
-    std::shared_ptr<IHSMSigner> const signer = signerOf(SpyModule::path(), Token::uri("rsa2048"));
+    HSMSignerPtr const signer = signerOf(SpyModule::path(), Token::uri("rsa2048"));
 };
 
 TEST_F(HSMSessions, AreOpenedForEachCallAndClosedInIt) {
@@ -259,7 +260,7 @@ TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
     int const rounds = instrumented ? 10 : 50;
     std::vector<std::string> const before = token.files();
     std::vector<std::string> const keys{"rsa2048", "rsa3072", "certified"};
-    std::vector<std::shared_ptr<IHSMSigner>> signers; // two threads share each; all share the module
+    std::vector<HSMSignerPtr> signers; // two threads share each; all share the module
     for (std::string const& key : keys) {
         signers.push_back(std::make_shared<SerializedHSMSigner>(signerOf(Token::module(), Token::uri(key))));
     }
@@ -292,12 +293,12 @@ TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
 /// Notices calls that meet in it.
 class MeetingPoint final : public IHSMSigner {
 public:
-    ByteArray sign(ByteArray const& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+    ByteArray sign(ByteArray const& /*message*/, interfaces::DigestEnginePtr /*digest*/) const override {
         pass();
         return {};
     }
 
-    ByteArray sign(std::istream& /*message*/, std::shared_ptr<interfaces::IDigestEngine> /*digest*/) const override {
+    ByteArray sign(std::istream& /*message*/, interfaces::DigestEnginePtr /*digest*/) const override {
         pass();
         return {};
     }

@@ -23,7 +23,7 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using interfaces::IHSMSigner;
+using interfaces::HSMSignerPtr;
 using utils::HSMObject;
 using utils::InternalException;
 using utils::RSAPaddingMode;
@@ -34,11 +34,11 @@ std::string const notFound = "Failed to load the reference to the key on HSM";
 
 constexpr auto otherPadding = static_cast<RSAPaddingMode>(5);
 
-std::shared_ptr<IHSMSigner> signerFor(std::string const& uri, RSAPaddingMode padding = RSAPaddingMode::PSS) {
+HSMSignerPtr signerFor(std::string const& uri, RSAPaddingMode padding = RSAPaddingMode::PSS) {
     return provider.createHSMSigner(HSMObject(Token::module(), uri), padding, nullptr);
 }
 
-std::shared_ptr<IDigestEngine> sha256() {
+DigestEnginePtr sha256() {
     return provider.createSHA256DigestEngine();
 }
 
@@ -54,7 +54,7 @@ protected:
     }
 
     Token token;
-    std::shared_ptr<IHSMSigner> const signer = signerFor(Token::uri("rsa2048"));
+    HSMSignerPtr const signer = signerFor(Token::uri("rsa2048"));
     ByteArray const message = bytes("a message");
 };
 

@@ -2,14 +2,13 @@
 #include "examples/SerializedHSMSigner.h"
 
 #include "support/Bytes.h"
+#include "support/PlugIn.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/interfaces/IDigestEngine.h>
 
 #include <gtest/gtest.h>
-
-#include <dlfcn.h>
 
 #include <istream>
 #include <memory>
@@ -21,6 +20,7 @@
 
 namespace {
 
+using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::interfaces::IHSMSigner;
 using foundation::crypto::utils::ByteArray;
@@ -86,7 +86,7 @@ private:
 /// A signer whose signature is the message; it looks for a key before it looks at the digest.
 class Signer final : public IHSMSigner {
 public:
-    ByteArray sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const override {
+    ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const override {
         EXPECT_TRUE(isTaken());
         if (!hasKey) {
             throw std::range_error("no key");
@@ -101,7 +101,7 @@ public:
         return message;
     }
 
-    ByteArray sign(std::istream& /*message*/, std::shared_ptr<IDigestEngine> /*digest*/) const override {
+    ByteArray sign(std::istream& /*message*/, DigestEnginePtr /*digest*/) const override {
         ADD_FAILURE() << "a stream would be read during the turn";
         return {};
     }
@@ -206,22 +206,17 @@ TEST_F(SerializedSigner, PassesTheKeySizeOn) {
     EXPECT_EQ(signer.getKeySize(), 3072U);
 }
 
-#ifdef ZRFL_SERIALIZED_PLUGIN
+#ifdef ZRFL_MUTEX_PLUG_IN
 /// The mutex of a plug-in that shares no symbols by name.
-std::mutex* turnsOf(char const* plugin) {
-    void* const handle = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
-        ADD_FAILURE() << dlerror(); // NOLINT(concurrency-mt-unsafe)
-        return nullptr;
-    }
-    return reinterpret_cast<std::mutex* (*)()>(dlsym(handle, "turns"))();
+std::mutex* mutexOf(char const* plugIn) {
+    return support::PlugIn<std::mutex*()>(plugIn).handOver()();
 }
 
-TEST(SerializedPlugins, ShareOneMutexAlthoughTheyHideTheirSymbols) {
-    std::mutex* const first = turnsOf(ZRFL_SERIALIZED_PLUGIN);
+TEST(MutexPlugIns, ShareOneMutexAlthoughTheyHideTheirSymbols) {
+    std::mutex* const first = mutexOf(ZRFL_MUTEX_PLUG_IN);
     EXPECT_NE(first, nullptr);
-    EXPECT_EQ(first, turnsOf(ZRFL_ANOTHER_SERIALIZED_PLUGIN));
-    EXPECT_EQ(first, turnsOf(ZRFL_SYMBOLIC_SERIALIZED_PLUGIN));
+    EXPECT_EQ(first, mutexOf(ZRFL_ANOTHER_MUTEX_PLUG_IN));
+    EXPECT_EQ(first, mutexOf(ZRFL_SYMBOLIC_MUTEX_PLUG_IN));
 }
 #endif
 

@@ -85,7 +85,7 @@ TYPED_TEST(RSAEncryptionObjects, TellTheirKeySize) {
 TYPED_TEST(RSAEncryptionObjects, NeedAKeyOfTheLibrary) {
     auto const foreignPrivateKey = std::make_shared<ForeignRSAPrivateKey<typename TestFixture::Size>>();
     auto const foreignPublicKey = std::make_shared<ForeignRSAPublicKey<typename TestFixture::Size>>();
-    for (auto const& given : {this->prng, std::shared_ptr<ICryptoPRNG>()}) {
+    for (auto const& given : {this->prng, CryptoPRNGPtr()}) {
         for (RSAPaddingMode const padding : {oaep1, pss}) { // the key is looked at first
             EXPECT_THROWS(InvalidKey, "The encryption key does not exist.",
                           TypeParam::encryptor(nullptr, padding, given));
@@ -100,7 +100,7 @@ TYPED_TEST(RSAEncryptionObjects, NeedAKeyOfTheLibrary) {
 }
 
 TYPED_TEST(RSAEncryptionObjects, NeedAGeneratorOfTheLibrary) {
-    for (auto const& given : {this->foreignPRNG, std::shared_ptr<ICryptoPRNG>()}) {
+    for (auto const& given : {this->foreignPRNG, CryptoPRNGPtr()}) {
         for (RSAPaddingMode const padding : {oaep1, pss}) { // before the padding
             EXPECT_THROWS(InternalException, "The PRNG does not exist.",
                           TypeParam::encryptor(this->publicKey, padding, given));

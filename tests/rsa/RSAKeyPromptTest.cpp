@@ -1,8 +1,5 @@
-// Nobody is ever asked for a password: not on a terminal, and not by reading the host's standard input.
-#include "support/Bytes.h"
+#include "support/KeyPromptTests.h"
 #include "support/RSAKeys.h"
-#include "support/Terminal.h"
-#include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
@@ -11,16 +8,14 @@
 #include <openssl/bio.h>
 #include <openssl/pem.h>
 
-#include <cstdio>
-#include <sstream>
-#include <stdexcept>
+#include <istream>
 #include <string>
 #include <vector>
 
+namespace support {
+
 namespace {
 
-using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 
 struct EncryptedKey {
@@ -41,37 +36,22 @@ std::vector<EncryptedKey> const& encryptedKeys() {
     return keys;
 }
 
-/// Throws unless `load` fails as a reader does that cannot open the key.
-template <class Load> void mustFail(Load&& load) {
-    if (!throwsExactly<InternalException>("Fail to create EVP_PKEYUPtr; the given raw pointer is NULL", false, load)) {
-        throw std::logic_error("the key was not refused in the reader's words");
-    }
-}
-
 template <class OfSize> void loadWithoutItsPassword(ByteArray const& encoded) {
     CryptoProvider const provider;
-    for (std::string const& password : {std::string(), std::string("wrong"), std::string(1, '\0')}) {
-        mustFail([&] {
-            std::istringstream stream(text(encoded));
-            OfSize::createPrivateKey(stream, password);
-        });
-        mustFail([&] {
-            std::istringstream stream(text(encoded));
-            provider.getPrivateKeySignatureMethod(stream, password);
-        });
-        mustFail([&] { provider.getPrivateKeySignatureMethod(encoded, password); });
+    auto const mustFail = [&](auto&&... readers) {
+        mustRefuse<InternalException>("Fail to create EVP_PKEYUPtr; the given raw pointer is NULL", text(encoded),
+                                      readers...);
+    };
+    for (std::string const& password : uselessPasswords) {
+        mustFail([&](std::istream& stream) { OfSize::createPrivateKey(stream, password); },
+                 [&](std::istream& stream) { provider.getPrivateKeySignatureMethod(stream, password); },
+                 [&](std::istream&) { provider.getPrivateKeySignatureMethod(encoded, password); });
     }
-    mustFail([&] { OfSize::createPrivateKey(encoded); });
-    mustFail([&] { OfSize::createPublicKey(encoded); });
-    mustFail([&] {
-        std::istringstream stream(text(encoded));
-        OfSize::createPublicKey(stream);
-    });
-    mustFail([&] {
-        std::istringstream stream(text(encoded));
-        provider.getPublicKeySignatureMethod(stream);
-    });
-    mustFail([&] { provider.getPublicKeySignatureMethod(encoded); });
+    mustFail([&](std::istream&) { OfSize::createPrivateKey(encoded); },
+             [&](std::istream&) { OfSize::createPublicKey(encoded); },
+             [&](std::istream& stream) { OfSize::createPublicKey(stream); },
+             [&](std::istream& stream) { provider.getPublicKeySignatureMethod(stream); },
+             [&](std::istream&) { provider.getPublicKeySignatureMethod(encoded); });
 }
 
 void loadAllWithoutTheirPasswords() {
@@ -89,37 +69,17 @@ void loadAllWithoutTheirPasswords() {
     }
 }
 
-/// What the library must not do: libcrypto's reader without a pass phrase.
-void askForThePassword() {
-    if (std::freopen("/dev/null", "w", stderr) == nullptr) { // where it asks when there is no terminal
-        throw std::runtime_error("no /dev/null");
-    }
+void readWithoutPassPhrase() {
     ByteArray const& encoded = encryptedKeys().front().encoded;
     BIO* const bio = BIO_new_mem_buf(encoded.data(), static_cast<int>(encoded.size()));
     EVP_PKEY_free(PEM_read_bio_PrivateKey(bio, nullptr, nullptr, nullptr));
     BIO_free_all(bio);
 }
 
-TEST(RSAKeyPrompt, IsNeverWrittenOnTheTerminal) {
-    encryptedKeys(); // read before the process is split
-    TerminalUse const use = runAtTerminal(loadAllWithoutTheirPasswords);
-    EXPECT_TRUE(use.finished);
-    EXPECT_EQ(use.written, "");
-}
-
-TEST(RSAKeyPrompt, NeverReadsTheStandardInput) {
-    encryptedKeys();
-    TerminalUse const use = runWithInput("password\n", loadAllWithoutTheirPasswords);
-    EXPECT_TRUE(use.finished);
-    EXPECT_EQ(use.unread, "password\n");
-}
-
-TEST(RSAKeyPrompt, WouldHaveBeenSeen) {
-    encryptedKeys();
-    TerminalUse const atTerminal = runAtTerminal(askForThePassword);
-    EXPECT_FALSE(atTerminal.finished);
-    EXPECT_EQ(atTerminal.written, "Enter PEM pass phrase:");
-    EXPECT_NE(runWithInput("password\n", askForThePassword).unread, "password\n");
-}
+INSTANTIATE_TEST_SUITE_P(RSA, KeyPrompt,
+                         testing::Values(KeyPromptCase{[] { encryptedKeys(); }, loadAllWithoutTheirPasswords,
+                                                       readWithoutPassPhrase}));
 
 } // namespace
+
+} // namespace support

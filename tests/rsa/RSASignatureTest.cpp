@@ -47,11 +47,11 @@ std::string const noKeyContext = "Failed to get the OpenSSL pkey context for sig
 std::string const notSigned = "Could not generate digital signature";
 
 /// A host's own engine that only answers for the name by which libcrypto knows the hash.
-std::shared_ptr<IDigestEngine> hostEngine(std::string const& name) {
+DigestEnginePtr hostEngine(std::string const& name) {
     return std::make_shared<HostEngine>("", name);
 }
 
-std::shared_ptr<IDigestEngine> hostEngine(HostEngine::Answer answer) {
+DigestEnginePtr hostEngine(HostEngine::Answer answer) {
     return std::make_shared<HostEngine>(nullptr, std::move(answer));
 }
 
@@ -77,7 +77,7 @@ TYPED_TEST(RSASignatureObjects, TellTheirKeySize) {
 TYPED_TEST(RSASignatureObjects, NeedAKeyOfTheLibrary) {
     auto const foreignPrivateKey = std::make_shared<ForeignRSAPrivateKey<typename TestFixture::Size>>();
     auto const foreignPublicKey = std::make_shared<ForeignRSAPublicKey<typename TestFixture::Size>>();
-    for (auto const& given : {this->prng, std::shared_ptr<ICryptoPRNG>()}) { // the key is looked at first
+    for (auto const& given : {this->prng, CryptoPRNGPtr()}) { // the key is looked at first
         EXPECT_THROWS(InvalidKey, "The signing key does not exist.", TypeParam::signer(nullptr, pss, given));
         EXPECT_THROWS(InvalidKey, "The signing key does not exist.", TypeParam::signer(foreignPrivateKey, pss, given));
         EXPECT_THROWS(InvalidKey, "The verifying key does not exist. Please correct.",
@@ -88,7 +88,7 @@ TYPED_TEST(RSASignatureObjects, NeedAKeyOfTheLibrary) {
 }
 
 TYPED_TEST(RSASignatureObjects, NeedAGeneratorOfTheLibrary) {
-    for (auto const& given : {this->foreignPRNG, std::shared_ptr<ICryptoPRNG>()}) {
+    for (auto const& given : {this->foreignPRNG, CryptoPRNGPtr()}) {
         EXPECT_THROWS(InternalException, "The PRNG does not exist.", TypeParam::signer(this->privateKey, pss, given));
         EXPECT_THROWS(InternalException, "The PRNG does not exist. Please correct.",
                       TypeParam::verifier(this->publicKey, pss, given));
@@ -344,8 +344,8 @@ TEST(RSASignaturePaddings, OfEncryptionAreRefusedAtEachCallBeforeAnythingElse) {
         for (RSAPaddingMode const padding : oaepPaddings) {
             auto const signer = rsaTestKeyUser(bits).signer(padding);
             auto const verifier = rsaTestKeyUser(bits).verifier(padding);
-            for (std::shared_ptr<IDigestEngine> const& engine :
-                 {engineNamed("sha256"), std::shared_ptr<IDigestEngine>(), hostEngine("no such hash"), throwing}) {
+            for (DigestEnginePtr const& engine :
+                 {engineNamed("sha256"), DigestEnginePtr(), hostEngine("no such hash"), throwing}) {
                 EXPECT_THROWS(InternalException, oaepRefused, signer->sign(bytes("message"), engine));
                 EXPECT_THROWS(InternalException, oaepRefused, verifier->verify(bytes("message"), {}, engine));
                 std::istringstream message("message"); // streams are read before
@@ -518,9 +518,8 @@ TEST(RSASignatureErrors, AreForgottenWhenTheAnswerIsAStatus) {
     });
     for (bool const withEntry : {false, true}) {
         for (RSAPaddingMode const padding : {pkcs1, pss, unknown}) {
-            for (std::shared_ptr<IDigestEngine> const& engine :
-                 {engineNamed("sha256"), engineNamed("sha512"), hostEngine("no such hash"),
-                  std::shared_ptr<IDigestEngine>(), flooded}) {
+            for (DigestEnginePtr const& engine : {engineNamed("sha256"), engineNamed("sha512"),
+                                                  hostEngine("no such hash"), DigestEnginePtr(), flooded}) {
                 for (ByteArray const& given : {signature, ByteArray(), ByteArray(256, 0xff), ByteArray(256)}) {
                     if (withEntry) {
                         ERR_raise_data(ERR_LIB_USER, 1, "the host's own");

@@ -35,7 +35,7 @@ template <class Prepare, class IsRight> int countWrong(Prepare const& prepare, I
     return wrong;
 }
 
-std::shared_ptr<IDigestEngine> const sha256 = engineNamed("sha256");
+DigestEnginePtr const sha256 = engineNamed("sha256");
 ByteArray const message = bytes("message");
 
 /// With a key that nothing has been done with.

@@ -13,10 +13,12 @@
 
 namespace support {
 
+using foundation::crypto::interfaces::AESDecryptorPtr;
+using foundation::crypto::interfaces::AESEncryptorPtr;
+using foundation::crypto::interfaces::CryptoPRNGPtr;
 using foundation::crypto::interfaces::IAESDecryptor;
 using foundation::crypto::interfaces::IAESEncryptor;
 using foundation::crypto::interfaces::IAESKey;
-using foundation::crypto::interfaces::ICryptoPRNG;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::AESKeySize;
 using foundation::crypto::utils::AESMode;
@@ -28,14 +30,14 @@ struct AESSetup {
     ByteArray iv;
     AESMode mode = AESMode::CBC;
     AESPaddingMode padding = AESPaddingMode::PKCS7;
-    std::shared_ptr<ICryptoPRNG> prng = {};
+    CryptoPRNGPtr prng = {};
 };
 
 /// The provider's AES factories for one key size.
 struct AESFactories {
     std::size_t bits;
-    std::function<std::shared_ptr<IAESEncryptor>(AESSetup const&)> createEncryptor;
-    std::function<std::shared_ptr<IAESDecryptor>(AESSetup const&)> createDecryptor;
+    std::function<AESEncryptorPtr(AESSetup const&)> createEncryptor;
+    std::function<AESDecryptorPtr(AESSetup const&)> createDecryptor;
 
     std::size_t keyBytes() const { return bits / 8; }
 };
@@ -76,11 +78,11 @@ inline AESFactories const& aesFactoriesFor(ByteArray const& key) {
     throw std::out_of_range("no AES key has " + std::to_string(key.size()) + " bytes");
 }
 
-inline std::shared_ptr<IAESEncryptor> createAESEncryptor(AESSetup const& setup) {
+inline AESEncryptorPtr createAESEncryptor(AESSetup const& setup) {
     return aesFactoriesFor(setup.key).createEncryptor(setup);
 }
 
-inline std::shared_ptr<IAESDecryptor> createAESDecryptor(AESSetup const& setup) {
+inline AESDecryptorPtr createAESDecryptor(AESSetup const& setup) {
     return aesFactoriesFor(setup.key).createDecryptor(setup);
 }
 

@@ -16,11 +16,13 @@
 
 namespace support {
 
-using foundation::crypto::interfaces::IECCKeyPair;
+using foundation::crypto::interfaces::ECCKeyPairPtr;
+using foundation::crypto::interfaces::ECCPrivateKeyPtr;
+using foundation::crypto::interfaces::ECCPublicKeyPtr;
+using foundation::crypto::interfaces::ECCSignerPtr;
+using foundation::crypto::interfaces::ECCVerifierPtr;
 using foundation::crypto::interfaces::IECCPrivateKey;
 using foundation::crypto::interfaces::IECCPublicKey;
-using foundation::crypto::interfaces::IECCSigner;
-using foundation::crypto::interfaces::IECCVerifier;
 using foundation::crypto::utils::EllipticCurve;
 
 /// The provider's operations of one curve, under names that leave the curve out, and what tests know about it.
@@ -29,9 +31,9 @@ template <EllipticCurve C> struct ECCFactory;
 #define ZRFL_ECC_FACTORY(curveName)                                                                                    \
     static constexpr auto curve = EllipticCurve::curveName;                                                            \
     static constexpr auto name = #curveName;                                                                           \
-    using PrivateKey = std::shared_ptr<IECCPrivateKey<curve>>;                                                         \
-    using PublicKey = std::shared_ptr<IECCPublicKey<curve>>;                                                           \
-    using KeyPair = std::shared_ptr<IECCKeyPair<curve>>;                                                               \
+    using PrivateKey = ECCPrivateKeyPtr<curve>;                                                                        \
+    using PublicKey = ECCPublicKeyPtr<curve>;                                                                          \
+    using KeyPair = ECCKeyPairPtr<curve>;                                                                              \
     static KeyPair generateKeyPair() {                                                                                 \
         return readyProvider.generateECC##curveName##KeyPair();                                                        \
     }                                                                                                                  \
@@ -53,10 +55,10 @@ template <EllipticCurve C> struct ECCFactory;
     static PublicKey publicKeyFromPoint(ByteArray const& point) {                                                      \
         return readyProvider.createECC##curveName##PublicKeyFromPoint(point);                                          \
     }                                                                                                                  \
-    static std::shared_ptr<IECCSigner> signer(PrivateKey key) {                                                        \
+    static ECCSignerPtr signer(PrivateKey key) {                                                                       \
         return readyProvider.createECC##curveName##Signer(std::move(key));                                             \
     }                                                                                                                  \
-    static std::shared_ptr<IECCVerifier> verifier(PublicKey key) {                                                     \
+    static ECCVerifierPtr verifier(PublicKey key) {                                                                    \
         return readyProvider.createECC##curveName##Verifier(std::move(key));                                           \
     }
 
@@ -66,7 +68,7 @@ template <> struct ECCFactory<EllipticCurve::P256> {
     static constexpr std::size_t pointSize = 65;
 
     /// An engine that the curve accepts.
-    static std::shared_ptr<IDigestEngine> engine() { return readyProvider.createSHA256DigestEngine(); }
+    static DigestEnginePtr engine() { return readyProvider.createSHA256DigestEngine(); }
 };
 
 template <> struct ECCFactory<EllipticCurve::Curve25519> {
@@ -74,7 +76,7 @@ template <> struct ECCFactory<EllipticCurve::Curve25519> {
     using Other = ECCFactory<EllipticCurve::P256>;
     static constexpr std::size_t pointSize = 32;
 
-    static std::shared_ptr<IDigestEngine> engine() { return readyProvider.createSHA512DigestEngine(); }
+    static DigestEnginePtr engine() { return readyProvider.createSHA512DigestEngine(); }
 };
 
 #undef ZRFL_ECC_FACTORY

@@ -29,11 +29,12 @@
 /// `Engines` for the engines of its family.
 namespace support {
 
+using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::interfaces::IDigestEngine;
 
 struct EngineCase {
     std::string test; ///< What the tests call it.
-    std::function<std::shared_ptr<IDigestEngine>()> create;
+    std::function<DigestEnginePtr()> create;
     std::string name;
     std::string evpName;
     std::size_t size;
@@ -42,7 +43,7 @@ struct EngineCase {
 
 class Engines : public testing::TestWithParam<EngineCase> {
 protected:
-    static std::shared_ptr<IDigestEngine> create() { return GetParam().create(); }
+    static DigestEnginePtr create() { return GetParam().create(); }
 
     static ByteArray digestOf(ByteArray const& message) { return create()->computeDigest(message); }
 };

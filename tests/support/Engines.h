@@ -17,11 +17,12 @@
 
 namespace support {
 
+using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::interfaces::IDigestEngine;
 using foundation::crypto::openssl::CryptoProvider;
 
 /// The engine of the digest that libcrypto calls `name`.
-inline std::shared_ptr<IDigestEngine> engineNamed(std::string const& name) {
+inline DigestEnginePtr engineNamed(std::string const& name) {
     CryptoProvider const provider;
     for (auto const create : {&CryptoProvider::createMD5DigestEngine, &CryptoProvider::createSHA1DigestEngine,
                               &CryptoProvider::createSHA224DigestEngine, &CryptoProvider::createSHA256DigestEngine,

@@ -22,8 +22,6 @@ using namespace foundation::crypto;
 using utils::HSMObject;
 
 using List = std::vector<Operation>;
-using PRNG = std::shared_ptr<ICryptoPRNG>;
-using Engine = std::shared_ptr<IDigestEngine>;
 
 struct Nothing {};
 
@@ -48,7 +46,7 @@ std::vector<void const*> objectsIn(std::shared_ptr<interfaces::IRSAKeyPair<KeySi
     return {mostDerived(pair), mostDerived(pair->getPublicKey()), mostDerived(pair->getPrivateKey())};
 }
 
-template <EllipticCurve C> std::vector<void const*> objectsIn(std::shared_ptr<IECCKeyPair<C>> const& pair) {
+template <EllipticCurve C> std::vector<void const*> objectsIn(ECCKeyPairPtr<C> const& pair) {
     return {mostDerived(pair), mostDerived(pair->getPrivateKey()), mostDerived(pair->getPublicKey())};
 }
 
@@ -109,15 +107,17 @@ void addPRNG(List& list) {
     add(
         list, "ICryptoProvider", "createDefaultCryptoPRNG", "", [] { return bytes("seed"); },
         [](ByteArray const& seed) { return readyProvider.createDefaultCryptoPRNG(seed); },
-        [](auto const&, PRNG const& made) { return number(made->generateRandomBytes(100).size()); });
+        [](auto const&, CryptoPRNGPtr const& made) { return number(made->generateRandomBytes(100).size()); });
     add(
-        list, of, "generateRandomByte", "", create, [](PRNG const& prng) { return prng->generateRandomByte(); },
+        list, of, "generateRandomByte", "", create,
+        [](CryptoPRNGPtr const& prng) { return prng->generateRandomByte(); },
         [](auto const&, unsigned char) { return ByteArray(); });
     add(
-        list, of, "generateRandomBytes", "", create, [](PRNG const& prng) { return prng->generateRandomBytes(100); },
+        list, of, "generateRandomBytes", "", create,
+        [](CryptoPRNGPtr const& prng) { return prng->generateRandomBytes(100); },
         [](auto const&, ByteArray const& drawn) { return number(drawn.size()); });
-    add(list, of, "isSeeded", "", create, [](PRNG const& prng) { return prng->isSeeded(); }, asIs);
-    add(list, of, "getPRNGName", "", create, [](PRNG const& prng) { return prng->getPRNGName(); }, asIs);
+    add(list, of, "isSeeded", "", create, [](CryptoPRNGPtr const& prng) { return prng->isSeeded(); }, asIs);
+    add(list, of, "getPRNGName", "", create, [](CryptoPRNGPtr const& prng) { return prng->getPRNGName(); }, asIs);
 }
 
 /// The factory `name`, which is `create(arguments)`, and the members of the engine that it makes.
@@ -126,25 +126,25 @@ void addEngine(List& list, std::string const& name, Prepare prepare, Create crea
     std::string const of = "IDigestEngine";
     auto const fresh = [=] { return create(prepare()); };
     add(list, "ICryptoProvider", name, "", prepare, create,
-        [](auto const&, Engine const& made) { return made->computeDigest(message); });
+        [](auto const&, DigestEnginePtr const& made) { return made->computeDigest(message); });
     add(
         list, of, "computeDigest(bytes)", name, fresh,
-        [](Engine const& engine) { return engine->computeDigest(message); }, asIs);
+        [](DigestEnginePtr const& engine) { return engine->computeDigest(message); }, asIs);
     add(
         list, of, "computeDigest(stream)", name,
         [=] { return std::make_pair(fresh(), std::make_shared<std::istringstream>(text(message))); },
         [](auto const& given) { return given.first->computeDigest(*given.second); }, asIs);
-    auto const finish = [](Engine const& engine, Nothing) { return engine->finalize(); };
+    auto const finish = [](DigestEnginePtr const& engine, Nothing) { return engine->finalize(); };
     add(
         list, of, "update(bytes)", name, fresh,
-        [](Engine const& engine) {
+        [](DigestEnginePtr const& engine) {
             engine->update(message);
             return Nothing();
         },
         finish);
     add(
         list, of, "update(pointer)", name, fresh,
-        [](Engine const& engine) {
+        [](DigestEnginePtr const& engine) {
             engine->update(message.data(), message.size());
             return Nothing();
         },
@@ -156,15 +156,19 @@ void addEngine(List& list, std::string const& name, Prepare prepare, Create crea
             engine->update(message);
             return engine;
         },
-        [](Engine const& engine) { return engine->finalize(); },
-        [](Engine const& engine, ByteArray const& digest) { // it begins anew afterwards
+        [](DigestEnginePtr const& engine) { return engine->finalize(); },
+        [](DigestEnginePtr const& engine, ByteArray const& digest) { // it begins anew afterwards
             return joined(digest, engine->computeDigest(message));
         });
-    add(list, of, "getDigestName", name, fresh, [](Engine const& engine) { return engine->getDigestName(); }, asIs);
+    add(
+        list, of, "getDigestName", name, fresh, [](DigestEnginePtr const& engine) { return engine->getDigestName(); },
+        asIs);
     add(
         list, of, "getDigestNameForEVP_MD", name, fresh,
-        [](Engine const& engine) { return engine->getDigestNameForEVP_MD(); }, asIs);
-    add(list, of, "getDigestSize", name, fresh, [](Engine const& engine) { return engine->getDigestSize(); }, asIs);
+        [](DigestEnginePtr const& engine) { return engine->getDigestNameForEVP_MD(); }, asIs);
+    add(
+        list, of, "getDigestSize", name, fresh, [](DigestEnginePtr const& engine) { return engine->getDigestSize(); },
+        asIs);
 }
 
 #define ZRFL_PLAIN_DIGEST(name)                                                                                        \
@@ -215,11 +219,9 @@ void addDerivation(List& list) {
 
 // AES
 
-template <unsigned long Bits> using AESKeyOf = std::shared_ptr<IAESKey<AESKeySize<Bits>>>;
-
 template <unsigned long Bits, class CreateKey, class CreateEncryptor, class CreateDecryptor>
 void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, CreateDecryptor createDecryptor) {
-    using Key = AESKeyOf<Bits>;
+    using Key = interfaces::AESKeyPtr<Bits>;
     std::string const size = std::to_string(Bits);
     auto const keyBytes = [] { return pseudoRandomBytes(Bits / 8); };
     auto const key = [=] { return (readyProvider.*createKey)(keyBytes()); };
@@ -236,7 +238,7 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
         struct Given {
             Key key;
             ByteArray iv = pseudoRandomBytes(16, 2);
-            PRNG prng = {};
+            CryptoPRNGPtr prng = {};
         };
 
         auto const given = [=] { return Given{key()}; };
@@ -246,21 +248,19 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
         auto const decryptor = [=, used = mode](Given const& from) {
             return (readyProvider.*createDecryptor)(from.key, from.iv, used, AESPaddingMode::PKCS7, from.prng);
         };
-        using Encryptor = std::shared_ptr<IAESEncryptor>;
-        using Decryptor = std::shared_ptr<IAESDecryptor>;
         auto const cipherText = [=] { return encryptor(given())->encrypt(message); };
         add(list, "ICryptoProvider", "createAES" + size + "Encryptor", modeName, given, encryptor,
-            [](auto const&, Encryptor const& made) { return made->encrypt(message); });
+            [](auto const&, AESEncryptorPtr const& made) { return made->encrypt(message); });
         add(
             list, "ICryptoProvider", "createAES" + size + "Encryptor", modeName + ", vector drawn",
             [=] { return Given{key(), {}, readyProvider.createDefaultCryptoPRNG({})}; }, encryptor,
-            [](auto const&, Encryptor const& made) { return number(made->encrypt(message).size()); });
+            [](auto const&, AESEncryptorPtr const& made) { return number(made->encrypt(message).size()); });
         add(list, "ICryptoProvider", "createAES" + size + "Decryptor", modeName, given, decryptor,
-            [=](auto const&, Decryptor const& made) { return made->decrypt(cipherText()); });
+            [=](auto const&, AESDecryptorPtr const& made) { return made->decrypt(cipherText()); });
 
         add(
             list, "IAESEncryptor", "encrypt(bytes)", kind, [=] { return encryptor(given()); },
-            [](Encryptor const& by) { return by->encrypt(message); }, asIs);
+            [](AESEncryptorPtr const& by) { return by->encrypt(message); }, asIs);
         add(
             list, "IAESEncryptor", "encrypt(stream)", kind,
             [=] { return std::make_pair(encryptor(given()), std::make_shared<Streams>(message)); },
@@ -271,7 +271,7 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
             [](auto const& with, bool) { return with.second->written(); });
         add(
             list, "IAESEncryptor", "getKeySize", kind, [=] { return encryptor(given()); },
-            [](Encryptor const& by) { return by->getKeySize(); }, asIs);
+            [](AESEncryptorPtr const& by) { return by->getKeySize(); }, asIs);
 
         add(
             list, "IAESDecryptor", "decrypt(bytes)", kind,
@@ -287,32 +287,32 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
             [](auto const& with, bool) { return with.second->written(); });
         add(
             list, "IAESDecryptor", "getKeySize", kind, [=] { return decryptor(given()); },
-            [](Decryptor const& by) { return by->getKeySize(); }, asIs);
+            [](AESDecryptorPtr const& by) { return by->getKeySize(); }, asIs);
     }
 }
 
 // RSA
 
-Engine sha256() {
+DigestEnginePtr sha256() {
     return readyProvider.createSHA256DigestEngine();
 }
 
-Engine sha512() {
+DigestEnginePtr sha512() {
     return readyProvider.createSHA512DigestEngine();
 }
 
 struct ToSign {
-    explicit ToSign(Engine engine) : digest(std::move(engine)) {}
+    explicit ToSign(DigestEnginePtr engine) : digest(std::move(engine)) {}
 
     ByteArray bytes = message;
     std::shared_ptr<std::istringstream> stream = std::make_shared<std::istringstream>(text(message));
-    Engine digest;
+    DigestEnginePtr digest;
 };
 
 /// The members of a signer, of any family; `isRight(signature)` judges its signatures.
 template <class Create, class Judge>
 void addSigner(List& list, std::string const& of, std::string const& kind, Create create, Judge isRight,
-               Engine (*digest)()) {
+               DigestEnginePtr (*digest)()) {
     using Given = std::pair<decltype(create()), ToSign>;
     auto const prepare = [=] { return Given(create(), ToSign(digest())); };
     auto const judge = [=](auto const&, ByteArray const& signature) { return number(isRight(signature) ? 1 : 0); };
@@ -327,7 +327,7 @@ void addSigner(List& list, std::string const& of, std::string const& kind, Creat
 
 template <class Create, class Sign>
 void addVerifier(List& list, std::string const& of, std::string const& kind, Create create, Sign sign,
-                 Engine (*digest)()) {
+                 DigestEnginePtr (*digest)()) {
     struct Given {
         decltype(create()) verifier;
         ByteArray signature;
@@ -389,7 +389,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
 
     add(
         list, factory, "generateRSA" + size + "KeyPair", "", prng,
-        [](PRNG const& with) { return Of::generateKeyPair(with); },
+        [](CryptoPRNGPtr const& with) { return Of::generateKeyPair(with); },
         [](auto const&, auto const& pair) {
             return number(pair->getPrivateKey()->getModulus() == pair->getPublicKey()->getModulus() ? 1 : 0);
         });
@@ -451,12 +451,12 @@ template <unsigned long N> void addRSAUses(List& list) {
 
     struct Private {
         typename Of::PrivateKey key = Of::createPrivateKey(readRSAKey(N, "private.der"));
-        PRNG prng = readyProvider.createDefaultCryptoPRNG({});
+        CryptoPRNGPtr prng = readyProvider.createDefaultCryptoPRNG({});
     };
 
     struct Public {
         typename Of::PublicKey key = Of::createPublicKey(readRSAKey(N, "public.der"));
-        PRNG prng = readyProvider.createDefaultCryptoPRNG({});
+        CryptoPRNGPtr prng = readyProvider.createDefaultCryptoPRNG({});
     };
 
     auto const withPrivate = [] { return Private(); };

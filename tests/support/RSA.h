@@ -42,10 +42,10 @@ public:
 /// One RSA key and what a host makes with it, with the same type for every size.
 struct RSAKeyUser {
     unsigned long bits;
-    std::function<std::shared_ptr<IRSASigner>(RSAPaddingMode)> signer;
-    std::function<std::shared_ptr<IRSAVerifier>(RSAPaddingMode)> verifier;
-    std::function<std::shared_ptr<IRSAEncryptor>(RSAPaddingMode)> encryptor;
-    std::function<std::shared_ptr<IRSADecryptor>(RSAPaddingMode)> decryptor;
+    std::function<RSASignerPtr(RSAPaddingMode)> signer;
+    std::function<RSAVerifierPtr(RSAPaddingMode)> verifier;
+    std::function<RSAEncryptorPtr(RSAPaddingMode)> encryptor;
+    std::function<RSADecryptorPtr(RSAPaddingMode)> decryptor;
 
     std::size_t blockSize() const { return bits / 8; }
 };
@@ -108,15 +108,14 @@ protected:
 
     typename OfSize::PrivateKey privateKey = OfSize::createPrivateKey(readRSAKey(OfSize::bits, "private.der"));
     typename OfSize::PublicKey publicKey = OfSize::createPublicKey(readRSAKey(OfSize::bits, "public.der"));
-    std::shared_ptr<ICryptoPRNG> prng = CryptoProvider().createDefaultCryptoPRNG({});
-    std::shared_ptr<ICryptoPRNG> foreignPRNG = std::make_shared<ForeignPRNG>();
+    CryptoPRNGPtr prng = CryptoProvider().createDefaultCryptoPRNG({});
+    CryptoPRNGPtr foreignPRNG = std::make_shared<ForeignPRNG>();
 };
 
 /// The object that `make(key, prng)` makes holds both, once each and for as long as it lives. They are released here.
-template <class Make, class Key>
-void expectKept(Make make, std::shared_ptr<Key>& key, std::shared_ptr<ICryptoPRNG>& prng) {
+template <class Make, class Key> void expectKept(Make make, std::shared_ptr<Key>& key, CryptoPRNGPtr& prng) {
     std::weak_ptr<Key> const keptKey = key;
-    std::weak_ptr<ICryptoPRNG> const keptPRNG = prng;
+    CryptoPRNGPtr::weak_type const keptPRNG = prng;
     ASSERT_EQ(key.use_count(), 1);
     ASSERT_EQ(prng.use_count(), 1);
     auto object = make(key, prng);

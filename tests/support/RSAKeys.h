@@ -14,13 +14,19 @@
 
 namespace support {
 
-using foundation::crypto::interfaces::ICryptoPRNG;
+using foundation::crypto::interfaces::CryptoPRNGPtr;
 using foundation::crypto::interfaces::IRSADecryptor;
 using foundation::crypto::interfaces::IRSAEncryptor;
 using foundation::crypto::interfaces::IRSAPrivateKey;
 using foundation::crypto::interfaces::IRSAPublicKey;
 using foundation::crypto::interfaces::IRSASigner;
 using foundation::crypto::interfaces::IRSAVerifier;
+using foundation::crypto::interfaces::RSADecryptorPtr;
+using foundation::crypto::interfaces::RSAEncryptorPtr;
+using foundation::crypto::interfaces::RSAPrivateKeyPtr;
+using foundation::crypto::interfaces::RSAPublicKeyPtr;
+using foundation::crypto::interfaces::RSASignerPtr;
+using foundation::crypto::interfaces::RSAVerifierPtr;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::RSAKeySize;
 using foundation::crypto::utils::RSAPaddingMode;
@@ -40,11 +46,10 @@ template <unsigned long N> struct RSAKeys;
 #define ZRFL_RSA_OF_SIZE(N)                                                                                            \
     template <> struct RSAKeys<N> {                                                                                    \
         using Size = RSAKeySize<N>;                                                                                    \
-        using PrivateKey = std::shared_ptr<IRSAPrivateKey<Size>>;                                                      \
-        using PublicKey = std::shared_ptr<IRSAPublicKey<Size>>;                                                        \
-        using PRNG = std::shared_ptr<ICryptoPRNG>;                                                                     \
+        using PrivateKey = RSAPrivateKeyPtr<N>;                                                                        \
+        using PublicKey = RSAPublicKeyPtr<N>;                                                                          \
         static constexpr unsigned long bits = N;                                                                       \
-        static auto generateKeyPair(PRNG prng) {                                                                       \
+        static auto generateKeyPair(CryptoPRNGPtr prng) {                                                              \
             return readyProvider.generateRSA##N##KeyPair(std::move(prng));                                             \
         }                                                                                                              \
         template <class... Arguments> static PrivateKey createPrivateKey(Arguments&&... arguments) {                   \
@@ -53,16 +58,16 @@ template <unsigned long N> struct RSAKeys;
         template <class... Arguments> static PublicKey createPublicKey(Arguments&&... arguments) {                     \
             return readyProvider.createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                       \
         }                                                                                                              \
-        static std::shared_ptr<IRSASigner> signer(PrivateKey key, RSAPaddingMode padding, PRNG prng) {                 \
+        static RSASignerPtr signer(PrivateKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                       \
             return readyProvider.createRSA##N##Signer(std::move(key), padding, std::move(prng));                       \
         }                                                                                                              \
-        static std::shared_ptr<IRSAVerifier> verifier(PublicKey key, RSAPaddingMode padding, PRNG prng) {              \
+        static RSAVerifierPtr verifier(PublicKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                    \
             return readyProvider.createRSA##N##Verifier(std::move(key), padding, std::move(prng));                     \
         }                                                                                                              \
-        static std::shared_ptr<IRSAEncryptor> encryptor(PublicKey key, RSAPaddingMode padding, PRNG prng) {            \
+        static RSAEncryptorPtr encryptor(PublicKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                  \
             return readyProvider.createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                    \
         }                                                                                                              \
-        static std::shared_ptr<IRSADecryptor> decryptor(PrivateKey key, RSAPaddingMode padding, PRNG prng) {           \
+        static RSADecryptorPtr decryptor(PrivateKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                 \
             return readyProvider.createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                    \
         }                                                                                                              \
     }

@@ -161,8 +161,7 @@ std::size_t decryptGCM(EVP_CIPHER_CTX* context, unsigned char const* input, std:
 
 template <class KeySize>
 AESTransform<KeySize>::AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray iv,
-                                    utils::AESMode mode, utils::AESPaddingMode padding,
-                                    std::shared_ptr<interfaces::ICryptoPRNG> prng)
+                                    utils::AESMode mode, utils::AESPaddingMode padding, interfaces::CryptoPRNGPtr prng)
     : direction_(direction), key_(std::move(key)), iv_(std::move(iv)), mode_(mode), padding_(padding),
       prng_(std::move(prng)) {
     if (iv_.empty()) {

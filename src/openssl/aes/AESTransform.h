@@ -28,7 +28,7 @@ public:
 protected:
     /// Draws the initialisation vector from `prng` if `iv` is empty. A transform without a key can be made, not used.
     AESTransform(AESDirection direction, std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode,
-                 utils::AESPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng);
+                 utils::AESPaddingMode padding, interfaces::CryptoPRNGPtr prng);
 
     ByteArray transform(ByteArray const& input) const;
     std::ostream& transform(std::istream& input, std::ostream& output) const;
@@ -46,7 +46,7 @@ private:
     ByteArray iv_;
     utils::AESMode mode_;
     utils::AESPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
     std::size_t ivLength_ = 16;   // of a whole block; GCM takes vectors of other lengths as they are
     unsigned int tagLength_ = 16; // of GCM
 };
@@ -55,7 +55,7 @@ private:
 template <class KeySize> class AESEncryptor final : public AESTransform<KeySize>, public interfaces::IAESEncryptor {
 public:
     AESEncryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode, utils::AESPaddingMode padding,
-                 std::shared_ptr<interfaces::ICryptoPRNG> prng)
+                 interfaces::CryptoPRNGPtr prng)
         : AESTransform<KeySize>(AESDirection::Encryption, std::move(key), std::move(iv), mode, padding,
                                 std::move(prng)) {}
 
@@ -72,7 +72,7 @@ public:
 template <class KeySize> class AESDecryptor final : public AESTransform<KeySize>, public interfaces::IAESDecryptor {
 public:
     AESDecryptor(std::shared_ptr<AESKey<KeySize>> key, ByteArray iv, utils::AESMode mode, utils::AESPaddingMode padding,
-                 std::shared_ptr<interfaces::ICryptoPRNG> prng)
+                 interfaces::CryptoPRNGPtr prng)
         : AESTransform<KeySize>(AESDirection::Decryption, std::move(key), std::move(iv), mode, padding,
                                 std::move(prng)) {}
 

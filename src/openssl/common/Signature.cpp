@@ -6,11 +6,11 @@
 
 namespace foundation::crypto::openssl {
 
-void requireDigestEngine(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+void requireDigestEngine(interfaces::DigestEnginePtr const& engine) {
     require(engine != nullptr, "The digest engine does not exist.");
 }
 
-std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine) {
+std::string getDigestNameForSignature(interfaces::DigestEnginePtr const& engine) {
     requireDigestEngine(engine);
     return engine->getDigestNameForEVP_MD();
 }

@@ -14,12 +14,12 @@ namespace foundation::crypto::openssl {
 // What every signer of this library has in common, whatever its key.
 
 /// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.
-void requireDigestEngine(std::shared_ptr<interfaces::IDigestEngine> const& engine);
+void requireDigestEngine(interfaces::DigestEnginePtr const& engine);
 
 /// The name by which libcrypto knows the digest of `engine`.
 ///
 /// @throws utils::InternalException as `requireDigestEngine`.
-std::string getDigestNameForSignature(std::shared_ptr<interfaces::IDigestEngine> const& engine);
+std::string getDigestNameForSignature(interfaces::DigestEnginePtr const& engine);
 
 /// Signs `message` with the key, digest and padding that `context` was set up with: asks for the signature's size, then
 /// for the signature.

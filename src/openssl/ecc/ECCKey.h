@@ -67,9 +67,9 @@ template <utils::EllipticCurve C> class ECCKeyPair final : public interfaces::IE
 public:
     ECCKeyPair();
 
-    std::shared_ptr<interfaces::IECCPrivateKey<C>> getPrivateKey() const override { return privateKey_; }
+    interfaces::ECCPrivateKeyPtr<C> getPrivateKey() const override { return privateKey_; }
 
-    std::shared_ptr<interfaces::IECCPublicKey<C>> getPublicKey() const override { return publicKey_; }
+    interfaces::ECCPublicKeyPtr<C> getPublicKey() const override { return publicKey_; }
 
 private:
     explicit ECCKeyPair(EVP_PKEYUPtr generated);

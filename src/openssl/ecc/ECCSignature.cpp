@@ -13,9 +13,9 @@
 
 namespace foundation::crypto::openssl {
 
-namespace {
+using interfaces::DigestEnginePtr;
 
-using EnginePtr = std::shared_ptr<interfaces::IDigestEngine>;
+namespace {
 
 /// The key inside, or null without one, which libcrypto then refuses.
 template <class Key> EVP_PKEY* rawKey(std::shared_ptr<Key> const& key) {
@@ -28,7 +28,7 @@ long keyBits(EVP_PKEY const* key) {
 }
 
 /// The digest's name for libcrypto, once the curve has accepted the digest. What the engine throws is translated.
-std::string getAcceptedDigest(EnginePtr const& engine, utils::EllipticCurve curve) {
+std::string getAcceptedDigest(DigestEnginePtr const& engine, utils::EllipticCurve curve) {
     requireDigestEngine(engine);
     checkSigningDigest(engine, curve);
     return rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(engine); });
@@ -66,12 +66,12 @@ ByteArray readMessage(std::istream& message) {
 template <utils::EllipticCurve C>
 ECCSigner<C>::ECCSigner(std::shared_ptr<ECCPrivateKey<C>> key) : key_(std::move(key)) {}
 
-template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& message, EnginePtr digest) const {
+template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& message, DigestEnginePtr digest) const {
     std::string const name = getAcceptedDigest(digest, C);
     return signECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message);
 }
 
-template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, EnginePtr digest) const {
+template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, DigestEnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
     return sign(readMessage(message), std::move(digest));
 }
@@ -85,7 +85,7 @@ ECCVerifier<C>::ECCVerifier(std::shared_ptr<ECCPublicKey<C>> key) : key_(std::mo
 
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(ByteArray const& message, ByteArray const& signature,
-                                                          EnginePtr digest) const {
+                                                          DigestEnginePtr digest) const {
     std::string const name = getAcceptedDigest(digest, C);
     return verifyECC(rawKey(key_), CurveTraits<C>::longestSignature, CurveTraits<C>::chooseDigest(name), message,
                      signature);
@@ -93,7 +93,7 @@ utils::SignatureVerificationStatus ECCVerifier<C>::verify(ByteArray const& messa
 
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message, ByteArray const& signature,
-                                                          EnginePtr digest) const {
+                                                          DigestEnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
     return verify(readMessage(message), signature, std::move(digest));
 }

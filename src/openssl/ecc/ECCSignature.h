@@ -15,8 +15,8 @@ template <utils::EllipticCurve C> class ECCSigner final : public interfaces::IEC
 public:
     explicit ECCSigner(std::shared_ptr<ECCPrivateKey<C>> key);
 
-    ByteArray sign(ByteArray const& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
-    ByteArray sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+    ByteArray sign(ByteArray const& message, interfaces::DigestEnginePtr digest) const override;
+    ByteArray sign(std::istream& message, interfaces::DigestEnginePtr digest) const override;
     long getKeySize() const override;
 
 private:
@@ -29,9 +29,9 @@ public:
     explicit ECCVerifier(std::shared_ptr<ECCPublicKey<C>> key);
 
     utils::SignatureVerificationStatus verify(ByteArray const& message, ByteArray const& signature,
-                                              std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+                                              interfaces::DigestEnginePtr digest) const override;
     utils::SignatureVerificationStatus verify(std::istream& message, ByteArray const& signature,
-                                              std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+                                              interfaces::DigestEnginePtr digest) const override;
     long getKeySize() const override;
 
 private:

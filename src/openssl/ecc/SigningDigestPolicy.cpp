@@ -51,7 +51,7 @@ char const* getRefusal(std::string const& digestName, EllipticCurve curve) {
 
 } // namespace
 
-void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine, EllipticCurve curve) {
+void checkSigningDigest(interfaces::DigestEnginePtr const& engine, EllipticCurve curve) {
     std::string const name = askForName(*engine);
     if (!isAccepted(name, curve)) {
         char const* const refusal = getRefusal(name, curve);

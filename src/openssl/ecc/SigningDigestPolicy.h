@@ -13,7 +13,7 @@ namespace foundation::crypto::openssl {
 ///
 /// @throws utils::UnsupportedDigestAlgorithm for a digest that is insecure, or that the curve does not allow.
 /// @throws utils::InternalException for a value outside the enumeration.
-void checkSigningDigest(std::shared_ptr<interfaces::IDigestEngine> const& engine, utils::EllipticCurve curve);
+void checkSigningDigest(interfaces::DigestEnginePtr const& engine, utils::EllipticCurve curve);
 
 } // namespace foundation::crypto::openssl
 

@@ -16,6 +16,7 @@
 
 namespace foundation::crypto::openssl {
 
+using interfaces::DigestEnginePtr;
 using utils::HSMObject;
 using utils::RSAPaddingMode;
 
@@ -88,10 +89,10 @@ void requirePSS(RSAPaddingMode padding) {
 
 } // namespace
 
-HSMSigner::HSMSigner(HSMObject hsmObject, RSAPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng)
+HSMSigner::HSMSigner(HSMObject hsmObject, RSAPaddingMode padding, interfaces::CryptoPRNGPtr prng)
     : hsmObject_(std::move(hsmObject)), padding_(padding), prng_(std::move(prng)) {}
 
-ByteArray HSMSigner::sign(ByteArray const& message, std::shared_ptr<interfaces::IDigestEngine> digest) const {
+ByteArray HSMSigner::sign(ByteArray const& message, DigestEnginePtr digest) const {
     OSSL_LIB_CTXUPtr const library(OSSL_LIB_CTX_new());
     KeyInModule const found = findKey(library.get(), hsmObject_);
     require(EVP_PKEY_get_bits(found.key.get()) > 1024, "RSA 1024 is insecure and no longer supported.");
@@ -111,7 +112,7 @@ ByteArray HSMSigner::sign(ByteArray const& message, std::shared_ptr<interfaces::
     return openssl::sign(context.get(), message);
 }
 
-ByteArray HSMSigner::sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const {
+ByteArray HSMSigner::sign(std::istream& message, DigestEnginePtr digest) const {
     return sign(readExtracted<ByteArray>(message, rethrowUnchanged), std::move(digest));
 }
 

@@ -14,16 +14,16 @@ namespace foundation::crypto::openssl {
 class HSMSigner final : public interfaces::IHSMSigner {
 public:
     /// Checks nothing: whatever is wrong with the arguments comes up in the operations. `prng` is kept and never used.
-    HSMSigner(utils::HSMObject hsmObject, utils::RSAPaddingMode padding, std::shared_ptr<interfaces::ICryptoPRNG> prng);
+    HSMSigner(utils::HSMObject hsmObject, utils::RSAPaddingMode padding, interfaces::CryptoPRNGPtr prng);
 
-    ByteArray sign(ByteArray const& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
-    ByteArray sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+    ByteArray sign(ByteArray const& message, interfaces::DigestEnginePtr digest) const override;
+    ByteArray sign(std::istream& message, interfaces::DigestEnginePtr digest) const override;
     unsigned long getKeySize() const override;
 
 private:
     utils::HSMObject hsmObject_;
     utils::RSAPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
 };
 
 } // namespace foundation::crypto::openssl

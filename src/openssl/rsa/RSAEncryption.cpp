@@ -16,6 +16,7 @@
 
 namespace foundation::crypto::openssl {
 
+using interfaces::CryptoPRNGPtr;
 using interfaces::ICryptoPRNG;
 using utils::RSAPaddingMode;
 
@@ -143,7 +144,7 @@ std::ostream& transformStream(Direction const& direction, EVP_PKEY* key, std::si
 
 template <class KeySize>
 RSAEncryptor<KeySize>::RSAEncryptor(std::shared_ptr<RSAPublicKey<KeySize>> key, RSAPaddingMode padding,
-                                    std::shared_ptr<ICryptoPRNG> prng)
+                                    CryptoPRNGPtr prng)
     : key_(std::move(key)), padding_(padding), prng_(std::move(prng)) {
     require<utils::InvalidKey>(key_ != nullptr, "The encryption key does not exist.");
     require(prng_ != nullptr, "The PRNG does not exist.");
@@ -166,7 +167,7 @@ std::ostream& RSAEncryptor<KeySize>::encrypt(std::istream& plainText, std::ostre
 
 template <class KeySize>
 RSADecryptor<KeySize>::RSADecryptor(std::shared_ptr<RSAPrivateKey<KeySize>> key, RSAPaddingMode padding,
-                                    std::shared_ptr<ICryptoPRNG> prng)
+                                    CryptoPRNGPtr prng)
     : key_(std::move(key)), padding_(padding), prng_(std::move(prng)) {
     require<utils::InvalidKey>(key_ != nullptr, "The decryption key does not exist.");
     require(prng_ != nullptr, "The PRNG does not exist.");

@@ -16,7 +16,7 @@ template <class KeySize> class RSAEncryptor final : public interfaces::IRSAEncry
 public:
     /// @throws utils::InvalidKey for an empty `key`, utils::InternalException for an empty `prng` or for `PSS`.
     RSAEncryptor(std::shared_ptr<RSAPublicKey<KeySize>> key, utils::RSAPaddingMode padding,
-                 std::shared_ptr<interfaces::ICryptoPRNG> prng);
+                 interfaces::CryptoPRNGPtr prng);
 
     ByteArray encrypt(ByteArray const& plainText) const override;
     std::ostream& encrypt(std::istream& plainText, std::ostream& cipherText) const override;
@@ -26,7 +26,7 @@ public:
 private:
     std::shared_ptr<RSAPublicKey<KeySize>> key_;
     utils::RSAPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
 };
 
 /// Decrypts with an RSA private key; otherwise as `RSAEncryptor`.
@@ -34,7 +34,7 @@ template <class KeySize> class RSADecryptor final : public interfaces::IRSADecry
 public:
     /// @throws utils::InvalidKey for an empty `key`, utils::InternalException for an empty `prng` or for `PSS`.
     RSADecryptor(std::shared_ptr<RSAPrivateKey<KeySize>> key, utils::RSAPaddingMode padding,
-                 std::shared_ptr<interfaces::ICryptoPRNG> prng);
+                 interfaces::CryptoPRNGPtr prng);
 
     ByteArray decrypt(ByteArray const& cipherText) const override;
     std::ostream& decrypt(std::istream& cipherText, std::ostream& plainText) const override;
@@ -44,7 +44,7 @@ public:
 private:
     std::shared_ptr<RSAPrivateKey<KeySize>> key_;
     utils::RSAPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
 };
 
 extern template class RSAEncryptor<utils::RSAKeySize<1024>>;

@@ -209,8 +209,7 @@ template <class KeySize> ByteArray RSAPublicKey<KeySize>::getPublicExponent() co
 
 // Key pairs
 
-template <class KeySize>
-RSAKeyPair<KeySize>::RSAKeyPair(std::shared_ptr<interfaces::ICryptoPRNG> prng) : prng_(std::move(prng)) {
+template <class KeySize> RSAKeyPair<KeySize>::RSAKeyPair(interfaces::CryptoPRNGPtr prng) : prng_(std::move(prng)) {
     require(prng_ != nullptr, "The PRNG does not exist.");
     Halves halves = generateRSAKey(bitsOf(KeySize()));
     publicKey_ = std::make_shared<RSAPublicKey<KeySize>>(std::move(halves.publicKey));

@@ -72,14 +72,14 @@ private:
 template <class KeySize> class RSAKeyPair final : public interfaces::IRSAKeyPair<KeySize> {
 public:
     /// Generates the key; `prng` is kept and not drawn from.
-    explicit RSAKeyPair(std::shared_ptr<interfaces::ICryptoPRNG> prng);
+    explicit RSAKeyPair(interfaces::CryptoPRNGPtr prng);
 
     std::shared_ptr<interfaces::IRSAPublicKey<KeySize>> getPublicKey() const override { return publicKey_; }
 
     std::shared_ptr<interfaces::IRSAPrivateKey<KeySize>> getPrivateKey() const override { return privateKey_; }
 
 private:
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
     std::shared_ptr<RSAPrivateKey<KeySize>> privateKey_;
     std::shared_ptr<RSAPublicKey<KeySize>> publicKey_;
 };

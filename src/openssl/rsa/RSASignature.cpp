@@ -14,8 +14,8 @@
 
 namespace foundation::crypto::openssl {
 
-using interfaces::ICryptoPRNG;
-using interfaces::IDigestEngine;
+using interfaces::CryptoPRNGPtr;
+using interfaces::DigestEnginePtr;
 using utils::RSAPaddingMode;
 using utils::SignatureVerificationStatus;
 
@@ -41,8 +41,7 @@ bool setSaltLength(EVP_PKEY_CTX* context, RSAPaddingMode padding, std::string co
     return padding != RSAPaddingMode::PSS || setPSSSaltLength(context, digestName);
 }
 
-ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message,
-                  std::shared_ptr<IDigestEngine> const& digest) {
+ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message, DigestEnginePtr const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
     std::string const digestName =
         rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(digest); });
@@ -59,7 +58,7 @@ ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& messag
 }
 
 bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding, int signaturePadding,
-                 ByteArray const& message, ByteArray const& signature, std::shared_ptr<IDigestEngine> const& digest) {
+                 ByteArray const& message, ByteArray const& signature, DigestEnginePtr const& digest) {
     std::string const digestName = getDigestNameForSignature(digest);
     if (signature.size() != modulusSize) {
         return false; // RFC 8017, 8.1.2 and 8.2.2, step 1, where libcrypto takes any PSS signature of the same number
@@ -76,7 +75,7 @@ bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
 
 SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
                                       ByteArray const& message, ByteArray const& signature,
-                                      std::shared_ptr<IDigestEngine> const& digest) {
+                                      DigestEnginePtr const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
     ErrorQueueMark const mark; // what hinders the check is no more than an answer: nothing was shown to be signed
     bool const isSigned = holdsWithoutThrowing(
@@ -91,26 +90,23 @@ ByteArray readMessage(std::istream& message) {
 } // namespace
 
 template <class KeySize>
-RSASigner<KeySize>::RSASigner(std::shared_ptr<RSAPrivateKey<KeySize>> key, RSAPaddingMode padding,
-                              std::shared_ptr<ICryptoPRNG> prng)
+RSASigner<KeySize>::RSASigner(std::shared_ptr<RSAPrivateKey<KeySize>> key, RSAPaddingMode padding, CryptoPRNGPtr prng)
     : key_(std::move(key)), padding_(padding), prng_(std::move(prng)) {
     require<utils::InvalidKey>(key_ != nullptr, "The signing key does not exist.");
     require(prng_ != nullptr, "The PRNG does not exist.");
 }
 
-template <class KeySize>
-ByteArray RSASigner<KeySize>::sign(ByteArray const& message, std::shared_ptr<IDigestEngine> digest) const {
+template <class KeySize> ByteArray RSASigner<KeySize>::sign(ByteArray const& message, DigestEnginePtr digest) const {
     return signRSA(key_->get(), padding_, message, digest);
 }
 
-template <class KeySize>
-ByteArray RSASigner<KeySize>::sign(std::istream& message, std::shared_ptr<IDigestEngine> digest) const {
+template <class KeySize> ByteArray RSASigner<KeySize>::sign(std::istream& message, DigestEnginePtr digest) const {
     return sign(readMessage(message), std::move(digest));
 }
 
 template <class KeySize>
 RSAVerifier<KeySize>::RSAVerifier(std::shared_ptr<RSAPublicKey<KeySize>> key, RSAPaddingMode padding,
-                                  std::shared_ptr<ICryptoPRNG> prng)
+                                  CryptoPRNGPtr prng)
     : key_(std::move(key)), padding_(padding), prng_(std::move(prng)) {
     require<utils::InvalidKey>(key_ != nullptr, "The verifying key does not exist. Please correct.");
     require(prng_ != nullptr, "The PRNG does not exist. Please correct.");
@@ -118,13 +114,13 @@ RSAVerifier<KeySize>::RSAVerifier(std::shared_ptr<RSAPublicKey<KeySize>> key, RS
 
 template <class KeySize>
 SignatureVerificationStatus RSAVerifier<KeySize>::verify(ByteArray const& message, ByteArray const& signature,
-                                                         std::shared_ptr<IDigestEngine> digest) const {
+                                                         DigestEnginePtr digest) const {
     return verifyRSA(key_->get(), modulusBytes<KeySize>, padding_, message, signature, digest);
 }
 
 template <class KeySize>
 SignatureVerificationStatus RSAVerifier<KeySize>::verify(std::istream& message, ByteArray const& signature,
-                                                         std::shared_ptr<IDigestEngine> digest) const {
+                                                         DigestEnginePtr digest) const {
     return verify(readMessage(message), signature, std::move(digest));
 }
 

@@ -16,17 +16,17 @@ template <class KeySize> class RSASigner final : public interfaces::IRSASigner {
 public:
     /// @throws utils::InvalidKey for an empty `key`, utils::InternalException for an empty `prng`.
     RSASigner(std::shared_ptr<RSAPrivateKey<KeySize>> key, utils::RSAPaddingMode padding,
-              std::shared_ptr<interfaces::ICryptoPRNG> prng);
+              interfaces::CryptoPRNGPtr prng);
 
-    ByteArray sign(ByteArray const& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
-    ByteArray sign(std::istream& message, std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+    ByteArray sign(ByteArray const& message, interfaces::DigestEnginePtr digest) const override;
+    ByteArray sign(std::istream& message, interfaces::DigestEnginePtr digest) const override;
 
     unsigned long getKeySize() const override { return bitsOf(KeySize()); }
 
 private:
     std::shared_ptr<RSAPrivateKey<KeySize>> key_;
     utils::RSAPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
 };
 
 /// Checks signatures with an RSA public key; otherwise as `RSASigner`.
@@ -34,19 +34,19 @@ template <class KeySize> class RSAVerifier final : public interfaces::IRSAVerifi
 public:
     /// @throws utils::InvalidKey for an empty `key`, utils::InternalException for an empty `prng`.
     RSAVerifier(std::shared_ptr<RSAPublicKey<KeySize>> key, utils::RSAPaddingMode padding,
-                std::shared_ptr<interfaces::ICryptoPRNG> prng);
+                interfaces::CryptoPRNGPtr prng);
 
     utils::SignatureVerificationStatus verify(ByteArray const& message, ByteArray const& signature,
-                                              std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+                                              interfaces::DigestEnginePtr digest) const override;
     utils::SignatureVerificationStatus verify(std::istream& message, ByteArray const& signature,
-                                              std::shared_ptr<interfaces::IDigestEngine> digest) const override;
+                                              interfaces::DigestEnginePtr digest) const override;
 
     unsigned long getKeySize() const override { return bitsOf(KeySize()); }
 
 private:
     std::shared_ptr<RSAPublicKey<KeySize>> key_;
     utils::RSAPaddingMode padding_;
-    std::shared_ptr<interfaces::ICryptoPRNG> prng_;
+    interfaces::CryptoPRNGPtr prng_;
 };
 
 extern template class RSASigner<utils::RSAKeySize<1024>>;

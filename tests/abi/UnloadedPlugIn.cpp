@@ -1,4 +1,5 @@
-#include "Plugin.h"
+// A plug-in that is unloaded while the host still has an object and an exception of the library.
+#include "UnloadedPlugIn.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
