@@ -22,8 +22,11 @@ constexpr utils::RSAPaddingMode rsaPaddings[]{utils::RSAPaddingMode::OAEP_SHA1, 
 template <class KeySize> class RSATestKey {
 public:
     explicit RSATestKey(utils::RSAPaddingMode padding)
-        : padding_(padding), encryptor(keys().publicKey, padding, keys().prng),
-          decryptor(keys().privateKey, padding, keys().prng) {}
+        : encryptor(keys().publicKey, padding, keys().prng), decryptor(keys().privateKey, padding, keys().prng),
+          padding_(padding) {}
+
+    openssl::RSAEncryptor<KeySize> const encryptor;
+    openssl::RSADecryptor<KeySize> const decryptor;
 
     EVP_PKEY* raw() const { return keys().privateKey->get(); }
 
@@ -78,10 +81,6 @@ private:
     }
 
     utils::RSAPaddingMode padding_;
-
-public:
-    openssl::RSAEncryptor<KeySize> const encryptor;
-    openssl::RSADecryptor<KeySize> const decryptor;
 };
 
 } // namespace fuzz
