@@ -22,9 +22,9 @@ def lines(path):
     return enumerate(text.splitlines(), start=1)
 
 
-def texts_of_sources():
+def texts_of_sources(sources=SOURCES):
     """The texts of the sources: what stands between two literals of a sum is any text."""
-    for path in files(SOURCES, ".h", ".cpp"):
+    for path in files(sources, ".h", ".cpp"):
         code = "\n".join("" if line.lstrip().startswith("#") else line for _, line in lines(path))
         start = 0
         for statement in re.split(r"([;{}]\s*\n)", code):
