@@ -45,7 +45,7 @@ def as_bytes(value):
 
 
 def stanzas(path):
-    """Records of lines `name = value`. Up to four with the same key that follow each other are the blocks of a message."""
+    """Records of lines `name = value`. Up to four in a row under one key are also taken as the blocks of a message."""
     keys, partners, blocks = {}, {}, []
     for record in re.split(r"\n\s*\n", path.read_text()):
         lines = [line.partition("=") for line in record.splitlines() if not line.startswith(("#", "[", "-"))]
@@ -65,8 +65,8 @@ def stanzas(path):
         repeated = b"".join(as_bytes(text) * int(copies or 1) * int(count or 1) for text, copies, count in re.findall(
             r"^Input = (.*)\n(?:Ncopy = (\d+)\n)?(?:Count = (\d+)\n)?", record + "\n", re.M))
         names = [fields.get("Key"), partners.get(fields.get("Key"))]
-        yield Passage({*map(as_bytes, bare), *map(str.encode, bare), repeated}, [keys[name] for name in names if name in keys],
-                      record)
+        values = {*map(as_bytes, bare), *map(str.encode, bare), repeated}
+        yield Passage(values, [keys[name] for name in names if name in keys], record)
         if {"Cipher", "IV", "Plaintext", "Ciphertext"} <= fields.keys():
             if blocks and any(blocks[-1].get(name) != fields.get(name) for name in ("Cipher", "Key", "Operation")):
                 blocks = []

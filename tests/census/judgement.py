@@ -86,6 +86,11 @@ class Judgement(unittest.TestCase):
         self.add_to("src/openssl/kdf/Derive.cpp", 'require(hot, "The engine is\\n"\n"too hot.");')
         self.fails_with('src/openssl/kdf/Derive.cpp:8: nothing provokes "The engine is\\ntoo hot."')
 
+    def test_a_text_of_one_word_is_a_text(self):
+        self.add_to("src/openssl/kdf/Derive.cpp", 'require<InvalidKey>(hot, "Cold.");\nthrow InvalidKey("Hot.");')
+        self.fails_with('src/openssl/kdf/Derive.cpp:8: nothing provokes "Cold."',
+                        'src/openssl/kdf/Derive.cpp:9: nothing provokes "Hot."')
+
     def test_each_owner_is_to_refuse_null(self):
         self.thrown = self.thrown[:-1]
         self.fails_with('src/openssl/common/Handles.h:4: nothing provokes '
