@@ -4,6 +4,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/RepeatedMemory.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
@@ -474,44 +475,38 @@ TEST(StreamReaders, ReadWhatOneWriterPutsIntoAPipe) {
     }
 }
 
-/// The same two MiB of memory again and again, so that a large region costs none.
-class RepeatedMemory {
+/// A region above the limit of int that costs next to no memory.
+class LargeMemory {
 public:
-    explicit RepeatedMemory(std::size_t blocks) : size_(blocks * blockSize) {
-        int const memory = memfd_create("repeated", 0);
-        EXPECT_EQ(ftruncate(memory, blockSize), 0);
-        data_ = static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-        for (std::size_t at = 0; at < size_; at += blockSize) {
-            EXPECT_NE(mmap(data_ + at, blockSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, memory, 0),
-                      MAP_FAILED);
-        }
-        close(memory);
+    LargeMemory()
+        : data_(
+              static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0))) {
+        repeatMemory(data_, size_);
     }
 
-    ~RepeatedMemory() { munmap(data_, size_); }
+    ~LargeMemory() { munmap(data_, size_); }
 
-    RepeatedMemory(RepeatedMemory const&) = delete;
-    RepeatedMemory& operator=(RepeatedMemory const&) = delete;
+    LargeMemory(LargeMemory const&) = delete;
+    LargeMemory& operator=(LargeMemory const&) = delete;
 
     char* data() const { return data_; }
 
     std::size_t size() const { return size_; }
 
 private:
-    static constexpr std::size_t blockSize = std::size_t(1) << 21;
-    std::size_t size_;
-    char* data_ = nullptr;
+    std::size_t size_ = std::size_t(1025) << 21;
+    char* data_;
 };
 
 TEST(StreamReaders, TakeAGetAreaAboveTheLimitOfInt) {
     struct LargeArea : std::streambuf {
-        explicit LargeArea(RepeatedMemory const& memory) {
+        explicit LargeArea(LargeMemory const& memory) {
             setg(memory.data(), memory.data(), memory.data() + memory.size());
         }
     };
 
-    RepeatedMemory const source(1025);
-    RepeatedMemory const target(1025);
+    LargeMemory const source;
+    LargeMemory const target;
     ASSERT_GT(source.size(), std::size_t(INT_MAX));
     LargeArea area(source);
     std::istream input(&area);

@@ -1,5 +1,7 @@
 #include "Allocations.h"
 
+#include "RepeatedMemory.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,7 @@ namespace support {
 struct AllocationState {
     int untilFailure = 0; // 0: none is to fail
     bool failed = false;
+    bool repeats = false; // large blocks
     ReleaseWatch* watch = nullptr;
     AllocationRecording* recording = nullptr;
     bool busy = false; // with the recording, whose own memory does not count
@@ -25,6 +28,9 @@ struct AllocationState {
         void* const block = size < tooLarge ? std::malloc(size == 0 ? 1 : size) : nullptr;
         if (block == nullptr) {
             throw std::bad_alloc();
+        }
+        if (repeats && size >= std::size_t(1) << 30) {
+            repeatMemory(block, size);
         }
         if (!busy && recording != nullptr) {
             busy = true;
@@ -83,6 +89,14 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::happened() const {
     return state.failed;
+}
+
+RepeatedBlocks::RepeatedBlocks() {
+    state.repeats = true;
+}
+
+RepeatedBlocks::~RepeatedBlocks() {
+    state.repeats = false;
 }
 
 ReleaseWatch::ReleaseWatch(ByteArray secret) : secret_(std::move(secret)) {

@@ -20,6 +20,16 @@ public:
     bool happened() const;
 };
 
+/// While it lives, the blocks of a GiB or more that operator new hands out on this thread repeat the same two MiB of
+/// memory (RepeatedMemory.h): for sizes that matter while the content does not.
+class RepeatedBlocks {
+public:
+    RepeatedBlocks();
+    ~RepeatedBlocks();
+    RepeatedBlocks(RepeatedBlocks const&) = delete;
+    RepeatedBlocks& operator=(RepeatedBlocks const&) = delete;
+};
+
 /// Looks at every block that operator delete releases on this thread while it lives, at the moment of its release.
 class ReleaseWatch {
 public:
