@@ -432,7 +432,7 @@ TEST(StreamReaders, AllocateNothingForAPromise) {
 }
 
 // How much memory the reading takes. A sanitizer adds its own notes of what may be touched.
-#ifndef __SANITIZE_ADDRESS__
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 constexpr std::size_t mebibyte = std::size_t(1) << 20;
 
