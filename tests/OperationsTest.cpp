@@ -97,6 +97,25 @@ TEST(Factories, MakeEachObjectInOneAllocationWithItsCount) {
     EXPECT_GE(objects, 73U); // of the 78 operations, 5 make none
 }
 
+// What is left of messages
+
+/// Whoever signs or checks a message from a stream holds it meanwhile.
+TEST(MessagesFromStreams, AreWiped) {
+    int found = 0;
+    for (Operation const& operation : operations()) {
+        if (operation.name != "sign(stream)" && operation.name != "verify(stream)") {
+            continue;
+        }
+        ++found;
+        OperationRun const run = operation.prepare();
+        ReleaseWatch const watch(bytes("a message"));
+        run.call();
+        EXPECT_GT(watch.blocks(), 0U) << operation.description();
+        EXPECT_EQ(watch.blocksWithSecret(), 0U) << operation.description();
+    }
+    EXPECT_GT(found, 0);
+}
+
 // The host's mark in the error queue
 
 TEST(HostsErrorMark, SurvivesEveryOperation) {

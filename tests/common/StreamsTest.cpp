@@ -5,14 +5,18 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/RepeatedMemory.h"
+#include "support/ResidentMemory.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -43,7 +47,8 @@ ByteArray iterateBuffer(std::istream& input) {
 }
 
 ByteArray extractAtOnce(std::istream& input) {
-    return readExtracted<ByteArray>(input, rethrowUnchanged);
+    auto const bytes = readExtracted<UnfilledSecretBytes>(input, rethrowUnchanged);
+    return {bytes.begin(), bytes.end()};
 }
 
 ByteArray takeAtOnce(std::istream& input) {
@@ -426,6 +431,75 @@ TEST(StreamReaders, AllocateNothingForAPromise) {
         EXPECT_LE(recording.peak(), 8192U);
     }
 }
+
+// How much memory the reading takes. A sanitizer adds its own notes of what may be touched.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+constexpr std::size_t mebibyte = std::size_t(1) << 20;
+
+UnfilledSecretBytes extractMessage(std::istream& input) {
+    return readExtracted<UnfilledSecretBytes>(input, rethrowUnchanged);
+}
+
+UnfilledSecretBytes takeText(std::istream& input) {
+    return readUnformatted(input, 16);
+}
+
+TEST(StreamReaders, TakeHardlyMoreMemoryThanTheyRead) {
+    constexpr std::size_t size = 64 * mebibyte + 12345;
+    TemporaryDirectory const directory;
+    std::string const path = directory / "message";
+    std::string const pipe = directory / "pipe";
+    writeFile(path, ByteArray(size));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (auto const reader : {extractMessage, takeText}) {
+        std::ifstream file(path, std::ios::binary);
+        EXPECT_LE(peakMemoryOf([&] { EXPECT_EQ(reader(file).size(), size); }), size + mebibyte);
+        ASSERT_EQ(run("(cat " + path + " >" + pipe + " &) >/dev/null").status, 0);
+        std::ifstream piped(pipe, std::ios::binary);
+        EXPECT_LE(peakMemoryOf([&] { EXPECT_EQ(reader(piped).size(), size); }), size + 16 * mebibyte);
+    }
+}
+
+#ifndef ZRFL_EMULATED // the kernel tells of the emulator's memory
+
+/// Whether the kernel has been asked for large pages where `address` lies.
+bool areLargePagesWanted(void const* address) {
+    std::ifstream maps("/proc/self/smaps");
+    bool isThere = false;
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR, &begin, &end) == 2) {
+            auto const at = reinterpret_cast<std::uintptr_t>(address);
+            isThere = begin <= at && at < end;
+        } else if (isThere && line.rfind("VmFlags:", 0) == 0) {
+            return line.find(" hg") != std::string::npos;
+        }
+    }
+    return false;
+}
+
+TEST(StreamReaders, WantLargePagesForLargeBlocks) {
+    if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage")) {
+        GTEST_SKIP() << "this kernel has none";
+    }
+    for (auto const reader : {extractMessage, takeText}) {
+        std::istringstream large(std::string(40 * mebibyte, 'a'));
+        UnfilledSecretBytes const largeText = reader(large);
+        EXPECT_TRUE(areLargePagesWanted(&largeText[20 * mebibyte]));
+        PortionBuffer portions(std::string(40 * mebibyte, 'a'), 65536);
+        std::istream unknown(&portions);
+        UnfilledSecretBytes const joinedText = reader(unknown);
+        EXPECT_TRUE(areLargePagesWanted(&joinedText[20 * mebibyte]));
+        std::istringstream smaller(std::string(20 * mebibyte, 'a'));
+        UnfilledSecretBytes const smallerText = reader(smaller);
+        EXPECT_FALSE(areLargePagesWanted(&smallerText[10 * mebibyte]));
+    }
+}
+
+#endif
+#endif
 
 /// What was typed at a terminal, up to the first end of file; the next reader gets what came after it.
 TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
