@@ -401,7 +401,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
         return joined(key->getModulus(), key->getPrivateExponent());
     };
     auto const describePublic = [](auto const&, PublicKey const& key) { return key->getDER(); };
-    auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
+    static auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
     auto const privateKey = [] { return Of::createPrivateKey(readRSAKey(N, "private.der")); };
     auto const publicKey = [] { return Of::createPublicKey(readRSAKey(N, "public.der")); };
 
@@ -439,12 +439,15 @@ template <unsigned long N> void addRSAKeys(List& list) {
         list, factory, createPublic + "(numbers)", "", given,
         [](Numbers const& n) { return Of::createPublicKey(n.modulus, n.publicExponent); }, describePublic);
 
-    static auto const pair = Of::generateKeyPair(prng()); // one is enough, since it never changes
+    auto const pair = [] {
+        static auto const made = Of::generateKeyPair(prng()); // one is enough, since it never changes
+        return made;
+    };
     add(
-        list, "IRSAKeyPair", "getPublicKey", size, noArguments, [](Nothing) { return pair->getPublicKey(); },
+        list, "IRSAKeyPair", "getPublicKey", size, pair, [](auto const& of) { return of->getPublicKey(); },
         describePublic);
     add(
-        list, "IRSAKeyPair", "getPrivateKey", size, noArguments, [](Nothing) { return pair->getPrivateKey(); },
+        list, "IRSAKeyPair", "getPrivateKey", size, pair, [](auto const& of) { return of->getPrivateKey(); },
         describePrivate);
     std::string const ofPrivate = "IRSAPrivateKey";
     add(list, ofPrivate, "getKeySize", size, privateKey, [](auto const& key) { return key->getKeySize(); }, asIs);
