@@ -50,6 +50,15 @@ template <EllipticCurve C> std::vector<void const*> objectsIn(ECCKeyPairPtr<C> c
     return {mostDerived(pair), mostDerived(pair->getPrivateKey()), mostDerived(pair->getPublicKey())};
 }
 
+template <class Arguments, class Call, class Describe>
+OperationRun makeRun(std::shared_ptr<Arguments> const& arguments, Call call, Describe describe) {
+    using Result = std::decay_t<decltype(call(*arguments))>;
+    auto const result = std::make_shared<std::optional<Result>>();
+    return {[=] { result->emplace(call(*arguments)); }, [=] { return describe(*arguments, result->value()); },
+            [=] { return objectsIn(result->value()); },
+            [=] { return makeRun(std::make_shared<Arguments>(*arguments), call, describe); }};
+}
+
 /// Adds the operation that is `call(arguments)` after `arguments = prepare()`, and whose result is
 /// `describe(arguments, result)` in bytes.
 template <class Prepare, class Call, class Describe>
@@ -57,12 +66,7 @@ void add(List& list, std::string interface, std::string name, std::string kind, 
          Describe describe) {
     list.push_back({std::move(interface), std::move(name), std::move(kind), [=] {
                         using Arguments = decltype(prepare());
-                        using Result = std::decay_t<decltype(call(std::declval<Arguments&>()))>;
-                        auto const arguments = std::make_shared<Arguments>(prepare());
-                        auto const result = std::make_shared<std::optional<Result>>();
-                        return OperationRun{[=] { result->emplace(call(*arguments)); },
-                                            [=] { return describe(*arguments, result->value()); },
-                                            [=] { return objectsIn(result->value()); }};
+                        return makeRun(std::make_shared<Arguments>(prepare()), call, describe);
                     }});
 }
 
@@ -89,14 +93,31 @@ auto const asIs = [](auto const& /*arguments*/, auto const& result) {
 
 ByteArray const message = bytes("a message");
 
-/// What a stream operation works on.
+/// A stream to read. A copy of it is another one, which begins at the beginning.
+class Input {
+public:
+    explicit Input(ByteArray const& content) : Input(text(content)) {}
+
+    explicit Input(std::string const& content) : stream_(std::make_unique<std::istringstream>(content)) {}
+
+    Input(Input const& other) : Input(other.stream_->str()) {}
+
+    std::istream& operator*() const { return *stream_; }
+
+private:
+    std::unique_ptr<std::istringstream> stream_;
+};
+
+/// What a stream operation works on. A copy has streams of its own, with nothing read or written yet.
 struct Streams {
-    explicit Streams(ByteArray const& content) : input(text(content)) {}
+    explicit Streams(ByteArray const& content) : input(content) {}
 
-    std::istringstream input;
-    std::ostringstream output;
+    Streams(Streams const& other) : input(other.input) {}
 
-    ByteArray written() const { return bytes(output.str()); }
+    Input input;
+    std::unique_ptr<std::ostringstream> output = std::make_unique<std::ostringstream>();
+
+    ByteArray written() const { return bytes(output->str()); }
 };
 
 // Random bytes and digests
@@ -131,8 +152,7 @@ void addEngine(List& list, std::string const& name, Prepare prepare, Create crea
         list, of, "computeDigest(bytes)", name, fresh,
         [](DigestEnginePtr const& engine) { return engine->computeDigest(message); }, asIs);
     add(
-        list, of, "computeDigest(stream)", name,
-        [=] { return std::make_pair(fresh(), std::make_shared<std::istringstream>(text(message))); },
+        list, of, "computeDigest(stream)", name, [=] { return std::make_pair(fresh(), Input(message)); },
         [](auto const& given) { return given.first->computeDigest(*given.second); }, asIs);
     auto const finish = [](DigestEnginePtr const& engine, Nothing) { return engine->finalize(); };
     add(
@@ -263,12 +283,12 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
             [](AESEncryptorPtr const& by) { return by->encrypt(message); }, asIs);
         add(
             list, "IAESEncryptor", "encrypt(stream)", kind,
-            [=] { return std::make_pair(encryptor(given()), std::make_shared<Streams>(message)); },
+            [=] { return std::make_pair(encryptor(given()), Streams(message)); },
             [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->encrypt(input, output) == &output;
+                auto& [input, output] = with.second;
+                return &with.first->encrypt(*input, *output) == output.get();
             },
-            [](auto const& with, bool) { return with.second->written(); });
+            [](auto const& with, bool) { return with.second.written(); });
         add(
             list, "IAESEncryptor", "getKeySize", kind, [=] { return encryptor(given()); },
             [](AESEncryptorPtr const& by) { return by->getKeySize(); }, asIs);
@@ -279,12 +299,12 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
             [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
         add(
             list, "IAESDecryptor", "decrypt(stream)", kind,
-            [=] { return std::make_pair(decryptor(given()), std::make_shared<Streams>(cipherText())); },
+            [=] { return std::make_pair(decryptor(given()), Streams(cipherText())); },
             [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->decrypt(input, output) == &output;
+                auto& [input, output] = with.second;
+                return &with.first->decrypt(*input, *output) == output.get();
             },
-            [](auto const& with, bool) { return with.second->written(); });
+            [](auto const& with, bool) { return with.second.written(); });
         add(
             list, "IAESDecryptor", "getKeySize", kind, [=] { return decryptor(given()); },
             [](AESDecryptorPtr const& by) { return by->getKeySize(); }, asIs);
@@ -305,7 +325,7 @@ struct ToSign {
     explicit ToSign(DigestEnginePtr engine) : digest(std::move(engine)) {}
 
     ByteArray bytes = message;
-    std::shared_ptr<std::istringstream> stream = std::make_shared<std::istringstream>(text(message));
+    Input stream{message};
     DigestEnginePtr digest;
 };
 
@@ -357,9 +377,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
     std::string const size = std::to_string(N);
     std::string const factory = "ICryptoProvider";
     auto const file = [](char const* name) { return [=] { return readRSAKey(N, name); }; };
-    auto const stream = [](char const* name) {
-        return [=] { return std::make_shared<std::istringstream>(text(readRSAKey(N, name))); };
-    };
+    auto const stream = [](char const* name) { return [=] { return Input(readRSAKey(N, name)); }; };
     auto const numbers = [] {
         for (Vector const& vector : readVectors("keys/rsa_numbers.txt")) {
             if (vector.number("bits") == N) {
@@ -383,7 +401,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
         return joined(key->getModulus(), key->getPrivateExponent());
     };
     auto const describePublic = [](auto const&, PublicKey const& key) { return key->getDER(); };
-    auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
+    static auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
     auto const privateKey = [] { return Of::createPrivateKey(readRSAKey(N, "private.der")); };
     auto const publicKey = [] { return Of::createPublicKey(readRSAKey(N, "public.der")); };
 
@@ -421,12 +439,15 @@ template <unsigned long N> void addRSAKeys(List& list) {
         list, factory, createPublic + "(numbers)", "", given,
         [](Numbers const& n) { return Of::createPublicKey(n.modulus, n.publicExponent); }, describePublic);
 
-    static auto const pair = Of::generateKeyPair(prng()); // one is enough, since it never changes
+    auto const pair = [] {
+        static auto const made = Of::generateKeyPair(prng()); // one is enough, since it never changes
+        return made;
+    };
     add(
-        list, "IRSAKeyPair", "getPublicKey", size, noArguments, [](Nothing) { return pair->getPublicKey(); },
+        list, "IRSAKeyPair", "getPublicKey", size, pair, [](auto const& of) { return of->getPublicKey(); },
         describePublic);
     add(
-        list, "IRSAKeyPair", "getPrivateKey", size, noArguments, [](Nothing) { return pair->getPrivateKey(); },
+        list, "IRSAKeyPair", "getPrivateKey", size, pair, [](auto const& of) { return of->getPrivateKey(); },
         describePrivate);
     std::string const ofPrivate = "IRSAPrivateKey";
     add(list, ofPrivate, "getKeySize", size, privateKey, [](auto const& key) { return key->getKeySize(); }, asIs);
@@ -483,12 +504,12 @@ template <unsigned long N> void addRSAUses(List& list) {
             [=](auto const&, ByteArray const& block) { return decrypted(block); });
         add(
             list, "IRSAEncryptor", "encrypt(stream)", kind,
-            [=] { return std::make_pair(encryptor(Public()), std::make_shared<Streams>(message)); },
+            [=] { return std::make_pair(encryptor(Public()), Streams(message)); },
             [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->encrypt(input, output) == &output;
+                auto& [input, output] = with.second;
+                return &with.first->encrypt(*input, *output) == output.get();
             },
-            [=](auto const& with, bool) { return decrypted(with.second->written()); });
+            [=](auto const& with, bool) { return decrypted(with.second.written()); });
         add(
             list, "IRSAEncryptor", "getKeySize", kind, [=] { return encryptor(Public()); },
             [](auto const& by) { return by->getKeySize(); }, asIs);
@@ -498,12 +519,12 @@ template <unsigned long N> void addRSAUses(List& list) {
             [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
         add(
             list, "IRSADecryptor", "decrypt(stream)", kind,
-            [=] { return std::make_pair(decryptor(Private()), std::make_shared<Streams>(cipherText())); },
+            [=] { return std::make_pair(decryptor(Private()), Streams(cipherText())); },
             [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->decrypt(input, output) == &output;
+                auto& [input, output] = with.second;
+                return &with.first->decrypt(*input, *output) == output.get();
             },
-            [](auto const& with, bool) { return with.second->written(); });
+            [](auto const& with, bool) { return with.second.written(); });
         add(
             list, "IRSADecryptor", "getKeySize", kind, [=] { return decryptor(Private()); },
             [](auto const& by) { return by->getKeySize(); }, asIs);
@@ -533,8 +554,7 @@ void addQueries(List& list) {
     std::string const factory = "ICryptoProvider";
     for (char const* const name : {"encrypted.der", "encrypted.pem"}) {
         add(
-            list, factory, "getPrivateKeySignatureMethod(stream)", name,
-            [=] { return std::make_shared<std::istringstream>(text(readRSAKey(2048, name))); },
+            list, factory, "getPrivateKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
             [](auto const& encoded) { return readyProvider.getPrivateKeySignatureMethod(*encoded, "password"); }, asIs);
         add(
             list, factory, "getPrivateKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
@@ -542,8 +562,7 @@ void addQueries(List& list) {
     }
     for (char const* const name : {"public.der", "public.pem"}) {
         add(
-            list, factory, "getPublicKeySignatureMethod(stream)", name,
-            [=] { return std::make_shared<std::istringstream>(text(readRSAKey(2048, name))); },
+            list, factory, "getPublicKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
             [](auto const& encoded) { return readyProvider.getPublicKeySignatureMethod(*encoded); }, asIs);
         add(
             list, factory, "getPublicKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
@@ -580,9 +599,7 @@ template <class Of> void addECC(List& list, std::string const& file) {
         [](ByteArray const& integer) { return Of::privateKeyFromInteger(integer); }, describePrivate);
     add(
         list, factory, createPrivate + "(stream)", "",
-        [=] {
-            return std::make_shared<std::istringstream>(encryptedPEM(readPrivate(text(privateText())), "password"));
-        },
+        [=] { return Input(encryptedPEM(readPrivate(text(privateText())), "password")); },
         [](auto const& encoded) { return Of::privateKey(*encoded, "password"); }, describePrivate);
     std::string const createPublic = "createECC" + curve + "PublicKey";
     add(
@@ -592,8 +609,7 @@ template <class Of> void addECC(List& list, std::string const& file) {
         list, factory, createPublic + "FromPoint", "", [=] { return publicKey()->getPublicPoint(); },
         [](ByteArray const& point) { return Of::publicKeyFromPoint(point); }, describePublic);
     add(
-        list, factory, createPublic + "(stream)", "",
-        [=] { return std::make_shared<std::istringstream>(text(publicText())); },
+        list, factory, createPublic + "(stream)", "", [=] { return Input(publicText()); },
         [](auto const& encoded) { return Of::publicKey(*encoded); }, describePublic);
 
     static auto const pair = Of::generateKeyPair(); // one is enough, since it never changes

@@ -19,6 +19,7 @@ struct OperationRun {
     std::function<ByteArray()> outcome; ///< What came of a call that returned: for every right result the same bytes.
     /// The objects that the call returned, as their most derived classes, those inside a key pair included.
     std::function<std::vector<void const*>()> made;
+    std::function<OperationRun()> again; ///< A call on the same objects, with streams and a result of its own.
 };
 
 struct Operation {
