@@ -1,5 +1,6 @@
 # The installed package: headers, both libraries, a relocatable CMake package and pkg-config files.
 include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
 
 # The library loads the provider module, and hands it PINs, from the one directory that it was built for; whoever may
 # write to a clone or a build directory would decide what an installed library loads. This stands before all that is
