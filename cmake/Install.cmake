@@ -44,3 +44,8 @@ foreach(package zrflcryptoutils zrflcryptoopenssl)
     configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+if(PROJECT_IS_TOP_LEVEL)
+    add_custom_target(uninstall ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake
+        WORKING_DIRECTORY ${PROJECT_BINARY_DIR} VERBATIM)
+endif()

@@ -17,7 +17,7 @@ fail() {
     exit 1
 }
 
-# As a host may be: with tests, and with a target and a test whose names this project has too.
+# As a host may be: with static libraries of its own, and a target and a test whose names this project has too.
 write_host() { # LINE...
     cp "$host/host.cpp" "$work"
     {
@@ -48,7 +48,7 @@ END
 configure() { # BUILD_DIRECTORY OPTION...
     "$cmake" -S "$work" -B "$1" -G Ninja -DOPENSSL_INCLUDE_DIR="$include" -DOPENSSL_CRYPTO_LIBRARY="$libcrypto" \
         -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${flags[*]}" -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "${@:2}" >"$work/log" 2>&1 || fail "cannot configure:" "$(cat "$work/log")"
+        -DBUILD_SHARED_LIBS=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON "${@:2}" >"$work/log" 2>&1 || fail "cannot configure:" "$(cat "$work/log")"
 }
 
 build() { # BUILD_DIRECTORY
