@@ -1,5 +1,6 @@
 # The installed package: headers, both libraries, a relocatable CMake package and pkg-config files.
 include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
 
 # The library loads the provider module, and hands it PINs, from the one directory that it was built for; whoever may
 # write to a clone or a build directory would decide what an installed library loads. This stands before all that is
@@ -43,3 +44,8 @@ foreach(package zrflcryptoutils zrflcryptoopenssl)
     configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+if(PROJECT_IS_TOP_LEVEL)
+    add_custom_target(uninstall ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake
+        WORKING_DIRECTORY ${PROJECT_BINARY_DIR} VERBATIM)
+endif()

@@ -24,6 +24,7 @@ apt_as_root() {
 
 read_lists_for_missing() {
     if ((${#missing[@]})); then
+        ask_for_root "${missing[@]}"
         step "Read the package lists" apt_as_root update
     fi
 }
