@@ -81,7 +81,7 @@ TEST(Concurrency, LetsThreadsShareTheObjectsOfAnOperation) {
         if (mayBeShared(operation) && operation.name != "generateRSA4096KeyPair") { // it takes a second
             OperationRun const first = operation.prepare();
             for (OperationRun& run : shared[i]) {
-                run = first.again();
+                run = first.beside();
             }
         }
     }

@@ -46,6 +46,7 @@ ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, Message message, Digest
     std::string const digestName =
         rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(digest); });
 
+    ErrorQueueMark const mark;
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     require(EVP_DigestSignInit_ex(context.get(), nullptr, digestName.c_str(), nullptr, nullptr, key, nullptr) == 1,
             "Failed to initialize the digest for signing.");
