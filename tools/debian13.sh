@@ -38,7 +38,7 @@ in_debian13() {
         options+=("$1")
         shift
     done
-    as_root bwrap --bind "$folder" / --dev /dev --proc /proc --tmpfs /tmp --ro-bind /etc/resolv.conf /etc/resolv.conf \
+    as_root bwrap --bind "$folder" / --dev /dev --proc /proc --perms 1777 --tmpfs /tmp --ro-bind /etc/resolv.conf /etc/resolv.conf \
         --die-with-parent --cap-add ALL --clearenv --setenv PATH /usr/sbin:/usr/bin:/sbin:/bin --setenv HOME /tmp \
         --setenv LC_ALL C.UTF-8 --setenv DEBIAN_FRONTEND noninteractive "${options[@]}" "${@:2}"
 }

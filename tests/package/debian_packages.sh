@@ -8,8 +8,8 @@ packages=$1
 work=$(mktemp -d)
 utils=libzrflcryptoutils1 openssl=libzrflcryptoopenssl1 dev=libzrflcryptoopenssl-dev doc=libzrflcryptoopenssl-doc
 
-apt-get -q update
-apt-get -qy --no-install-recommends install g++ pkgconf dpkg-dev cmake ninja-build "$packages"/*.deb
+apt-get -qq update
+apt-get -qqy --no-install-recommends install g++ pkgconf dpkg-dev cmake ninja-build "$packages"/*.deb
 [[ -s /usr/share/doc/$dev/docs/README.md ]]
 
 write_readme_host "$work"
@@ -30,15 +30,15 @@ echo 'Source: host' >debian/control
 expect_dependencies() {
     local found
     found=$(dpkg-shlibdeps -O -e./host)
-    [[ $found == *"$openssl (>= ${version%-*})"* && $found != *"$openssl,"* ]]
+    [[ $found == *"$openssl (>= ${version%-*}"* && $found != *"$openssl,"* ]]
 }
 expect_dependencies
 rm /var/lib/dpkg/info/libzrflcrypto*.symbols
 expect_dependencies
 
 # What a host runs with is the two libraries and what they bring.
-apt-get -qy purge "$dev" "$doc" g++ cmake
-apt-get -qy --purge autoremove
+apt-get -qqy purge "$dev" "$doc" g++ cmake
+apt-get -qqy --purge autoremove
 expect_digest ./host
 
 dpkg --purge "$openssl" "$utils"

@@ -6,7 +6,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/readme.sh"
 clone=$PWD
 work=$(mktemp -d)
 
-apt-get -q update
+apt-get -qq update
 eval "$(readme_block sh 'BUILD_TESTING=OFF')"
 
 write_readme_host "$work"
