@@ -1,4 +1,4 @@
-# The installed package: headers, both libraries, a relocatable CMake package and pkg-config files.
+# The installed package: headers, both libraries, a relocatable CMake package, pkg-config files and a bill of materials.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -48,6 +48,9 @@ foreach(package zrflcryptoutils zrflcryptoopenssl)
     configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+include(cmake/BillOfMaterials.cmake)
+install(FILES ${bill_of_materials} DESTINATION ${CMAKE_INSTALL_DATADIR}/zrflcrypto)
 
 if(PROJECT_IS_TOP_LEVEL)
     add_custom_target(uninstall ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake
