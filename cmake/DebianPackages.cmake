@@ -1,7 +1,7 @@
 # Debian packages by cpack, in the manner of Debian's own: each library in a package named after its soname, so that two
 # versions with different sonames can be installed side by side; what a host is built with; and the pages.
 find_program(gzip gzip REQUIRED)
-find_program(dpkg dpkg REQUIRED)
+find_program(dpkg_architecture dpkg-architecture REQUIRED)
 find_program(dpkg_gensymbols dpkg-gensymbols REQUIRED)
 
 set(CPACK_PACKAGE_CONTACT "The packager of zrflcrypto <packager@zrflcrypto.invalid>" CACHE STRING
@@ -30,10 +30,8 @@ install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${packa
 
 # What packages of hosts depend on, by symbols and by shlibs. Hosts call by slot, which no symbol shows, so each
 # depends on the version that it was built with or a later one.
-execute_process(COMMAND ${dpkg} --print-architecture OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
-    set(architecture arm64)
-endif()
+execute_process(COMMAND ${dpkg_architecture} -qDEB_HOST_ARCH OUTPUT_VARIABLE architecture
+    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 file(WRITE ${debian}/control "Source: zrflcrypto\n") # for dpkg-gensymbols
 foreach(part utils openssl)
     set(library zrflcrypto${part})
@@ -42,8 +40,7 @@ foreach(part utils openssl)
     configure_file(cmake/debian/symbols.in ${debian}/${part}/symbols.in @ONLY)
     configure_file(cmake/debian/triggers ${debian}/${part}/triggers COPYONLY)
     add_custom_command(OUTPUT ${debian}/${part}/symbols
-        COMMAND ${CMAKE_COMMAND} -E env DEB_HOST_ARCH=${architecture}
-            ${dpkg_gensymbols} -c4 -p${package} -v${debian_version} -e$<TARGET_FILE:${library}>
+        COMMAND ${dpkg_gensymbols} -c4 -p${package} -v${debian_version} -e$<TARGET_FILE:${library}>
             -I${debian}/${part}/symbols.in -O${debian}/${part}/symbols
         DEPENDS ${library} WORKING_DIRECTORY ${PROJECT_BINARY_DIR} VERBATIM)
     add_custom_target(debian_symbols_${part} ALL DEPENDS ${debian}/${part}/symbols)
