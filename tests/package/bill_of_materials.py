@@ -16,7 +16,7 @@ needed = set()
 for library in libraries:
     dynamic = subprocess.run([readelf, "--dynamic", "--wide", library], capture_output=True, text=True, check=True).stdout
     needed |= set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
-needed = {name for name in needed if not name.startswith("libzrflcrypto")}
+needed = {name for name in needed if not re.match("libzrflcrypto|ld-linux", name)}  # the loader is the C library's
 named = {entry["value"] for component in bill["components"] for entry in component.get("properties", [])}
 
 faults = []
