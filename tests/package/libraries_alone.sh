@@ -11,7 +11,7 @@ eval "$(readme_block sh 'BUILD_TESTING=OFF')"
 
 write_readme_host "$work"
 cd "$work"
-cmake -B build
+cmake -B build -G Ninja
 cmake --build build
 expect_digest build/host
 
