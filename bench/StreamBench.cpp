@@ -126,7 +126,8 @@ constexpr Mode ctr{"CTR", AESMode::CTR, EVP_aes_256_ctr, 16, 0};
 void transformByLoop(Mode const& mode, bool encrypts, std::string const& from, std::string const& to) {
     static std::vector<unsigned char> transformed(mebibyte + EVP_MAX_BLOCK_LENGTH);
     CipherContext const context(EVP_CIPHER_CTX_new());
-    mustSucceed(EVP_CipherInit_ex(context.get(), mode.cipher(), nullptr, key.data(), vector.data(), encrypts) == 1);
+    mustSucceed(EVP_CipherInit_ex(context.get(), mode.cipher(), nullptr, key.data(), vector.data(), encrypts ? 1 : 0) ==
+                1);
     Descriptor const output(to, O_WRONLY | O_CREAT | O_TRUNC);
     std::size_t left = std::filesystem::file_size(from) - (encrypts ? 0 : mode.tagSize);
     std::array<unsigned char, EVP_MAX_BLOCK_LENGTH> tag{};
