@@ -10,8 +10,12 @@
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
+#include <openssl/rsa.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -93,8 +97,11 @@ TEST(ErrorLines, ThatCannotBeCollectedAreReported) {
         EXPECT_THROWS(InternalException, "Fail to create BIOUPtr; the given raw pointer is NULL",
                       getOpenSSLErrorLines());
     }
-    Failing const failing("BIO_ctrl");
-    EXPECT_THROWS(InternalException, "Failed to write out OpenSSL errors", getOpenSSLErrorLines());
+    for (int const result : {0, -2}) {
+        Failing failing("BIO_ctrl");
+        failing.returning(result);
+        EXPECT_THROWS(InternalException, "Failed to write out OpenSSL errors", getOpenSSLErrorLines());
+    }
 }
 
 TEST(ErrorQueueMarks, ForgetWhatWasQueuedBehindThem) {
@@ -119,6 +126,34 @@ TEST(ErrorQueueMarks, LeaveAnEmptyQueueEmpty) {
         queueErrors(3);
     }
     EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+/// Leaves an entry in the queue that libcrypto has struck out: it is skipped, and removed at the next look.
+void queueStruckOutError() {
+    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> const key(EVP_RSA_gen(1024), EVP_PKEY_free);
+    std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> const context(EVP_PKEY_CTX_new(key.get(), nullptr),
+                                                                              EVP_PKEY_CTX_free);
+    std::array<unsigned char, 128> block{};
+    std::size_t size = block.size();
+    EXPECT_EQ(EVP_PKEY_decrypt_init(context.get()), 1);
+    EXPECT_EQ(EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING), 1);
+    EXPECT_EQ(EVP_PKEY_decrypt(context.get(), block.data(), &size, block.data(), block.size()), 1);
+}
+
+TEST(ErrorQueueMarks, KeepWhatAHostQueuedBeforeAnEntryThatIsStruckOut) {
+    for (int const inner : {0, 1}) {
+        ERR_clear_error();
+        queueErrors(1);
+        unsigned long const host = ERR_peek_error();
+        queueStruckOutError();
+        {
+            ErrorQueueMark const mark;
+            queueErrors(inner);
+            ERR_peek_last_error();
+        }
+        EXPECT_EQ(ERR_get_error(), host);
+        EXPECT_EQ(ERR_get_error(), 0U);
+    }
 }
 
 TEST(ErrorQueueMarks, KeepTheErrorsThatExplainAnException) {

@@ -60,6 +60,8 @@ public:
     /// The call is carried out, effects and all, and reports failure all the same. A function that returns a new object
     /// would leak it so.
     Failing& carriedOut(bool carriedOut = true);
+    /// The call is carried out and its result stands: no more comes of it than the entry in the error queue.
+    Failing& butSucceeding();
 
     bool isCarriedOut() const { return carriedOut_; }
 
@@ -73,6 +75,7 @@ private:
     bool hasResult_ = false;
     std::intptr_t result_ = 0;
     bool carriedOut_ = false;
+    bool succeeds_ = false;
 };
 
 namespace detail {
@@ -111,6 +114,7 @@ struct Verdict {
     bool hasResult = false;
     std::intptr_t result = 0;
     bool carriedOut = false;
+    bool succeeds = false;
     void* replacement = nullptr;
 };
 
@@ -142,7 +146,7 @@ R intercept(char const* function, void const* caller, R (*real)(A...), std::intp
     }
     Verdict const verdict =
         judge(function, std::apply([](auto... a) { return std::vector<std::intptr_t>{asNumber(a)...}; }, arguments));
-    if (verdict.fails) {
+    if (verdict.fails && !verdict.succeeds) {
         if (verdict.carriedOut) {
             std::apply(real, arguments);
         }
