@@ -447,6 +447,16 @@ TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
     }
 }
 
+TEST(RSAKeyCalls, WriteWithoutCipherOrPassPhrase) {
+    for (auto const& [function, operation] :
+         {std::pair("i2d_PKCS8PrivateKey_bio", exportPrivate), std::pair("PEM_write_bio_PrivateKey", generate)}) {
+        Recording const recording;
+        operation();
+        std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;
+        EXPECT_EQ(std::vector<std::intptr_t>(arguments.begin() + 2, arguments.end()), std::vector<std::intptr_t>(5, 0));
+    }
+}
+
 // libcrypto takes no more of it, but counts it in 32 bits before.
 TEST(RSAKeyCalls, SeeNoMoreThan1024CharactersOfAPassPhrase) {
     std::vector<std::size_t> sizes;

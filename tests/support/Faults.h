@@ -118,8 +118,9 @@ struct Verdict {
     void* replacement = nullptr;
 };
 
-bool isWatched(void const* caller);
-Verdict judge(char const* function, std::vector<std::intptr_t> arguments);
+// Of the program, also for interposers in a shared library.
+[[gnu::visibility("default")]] bool isWatched(void const* caller);
+[[gnu::visibility("default")]] Verdict judge(char const* function, std::vector<std::intptr_t> arguments);
 
 template <class T> std::intptr_t asNumber(T value) {
     if constexpr (std::is_pointer_v<T>) {
