@@ -318,16 +318,20 @@ TEST(AESChecks, ComeInTheOrderOfTheWork) {
 
 TEST(AESConstruction, DrawsA16ByteVectorOnlyWhenThereIsNone) {
     auto const prng = CryptoProvider().createDefaultCryptoPRNG({});
-    for (auto const& [name, mode] : all) {
-        Recording const recording;
-        createAESEncryptor({key, {}, mode, AESPaddingMode::PKCS7, prng});
-        createAESDecryptor({key, {}, mode, AESPaddingMode::PKCS7, prng});
-        auto const draws = recording.callsOf("RAND_bytes");
-        ASSERT_EQ(draws.size(), 2U);
-        EXPECT_EQ(draws[0].arguments[1], 16);
-        createAESEncryptor({key, iv, mode, AESPaddingMode::PKCS7, prng});
-        EXPECT_EQ(recording.count("RAND_bytes"), 2U);
-        EXPECT_EQ(recording.count("EVP_CIPHER_CTX_new"), 0U);
+    for (AESFactories const& factories : aesFactories()) {
+        ByteArray const anyKey(factories.keyBytes());
+        for (auto const& [name, mode] : all) {
+            Recording const recording;
+            factories.createEncryptor({anyKey, {}, mode, AESPaddingMode::PKCS7, prng});
+            factories.createDecryptor({anyKey, {}, mode, AESPaddingMode::PKCS7, prng});
+            auto const draws = recording.callsOf("RAND_bytes");
+            ASSERT_EQ(draws.size(), 2U);
+            EXPECT_EQ(draws[0].arguments[1], 16);
+            EXPECT_EQ(draws[1].arguments[1], 16);
+            factories.createEncryptor({anyKey, iv, mode, AESPaddingMode::PKCS7, prng});
+            EXPECT_EQ(recording.count("RAND_bytes"), 2U);
+            EXPECT_EQ(recording.count("EVP_CIPHER_CTX_new"), 0U);
+        }
     }
 }
 
@@ -337,9 +341,14 @@ TEST(AESConstruction, UsesTheVectorThatWasDrawn) {
         std::copy(iv.begin(), iv.begin() + size, data);
         return 1;
     });
-    for (auto const& [name, mode] : all) {
-        EXPECT_EQ(createAESEncryptor({key, {}, mode, AESPaddingMode::PKCS7, prng})->encrypt(message),
-                  createAESEncryptor({key, iv, mode})->encrypt(message));
+    for (AESFactories const& factories : aesFactories()) {
+        ByteArray const anyKey(factories.keyBytes());
+        for (auto const& [name, mode] : all) {
+            ByteArray const expected = factories.createEncryptor({anyKey, iv, mode})->encrypt(message);
+            AESSetup const drawing{anyKey, {}, mode, AESPaddingMode::PKCS7, prng};
+            EXPECT_EQ(factories.createEncryptor(drawing)->encrypt(message), expected);
+            EXPECT_EQ(factories.createDecryptor(drawing)->decrypt(expected), message);
+        }
     }
 }
 

@@ -25,6 +25,7 @@ namespace {
 
 using namespace support;
 using foundation::crypto::utils::InternalException;
+using foundation::crypto::utils::InvalidKey;
 
 std::string const unsupportedKeySize = "Failed to get the OpenSSL cipher. Unsupported key size";
 std::string const unsupportedMode = "Failed to get the OpenSSL cipher. Unsupported AES mode";
@@ -558,6 +559,15 @@ TEST(AESStreams, ThatThrowAreReportedInTheirOwnWords) {
     }
     EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear",
                          createAESDecryptor({key, iv, AESMode::CTR})->decrypt(message, strict));
+}
+
+TEST(AESStreams, ThatThrowTheLibrarysOwnExceptionsAreTranslatedToo) {
+    ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+    std::istream input(&buffer);
+    std::ostringstream output;
+    EXPECT_THROWS(InternalException, "of a stream", createAESEncryptor({key, iv})->encrypt(input, output));
+    EXPECT_THROWS(InternalException, "of a stream", createAESDecryptor({key, iv})->decrypt(input, output));
+    EXPECT_EQ(output.str(), "");
 }
 
 TEST(AESStreams, LetForeignExceptionsPass) {

@@ -1,6 +1,7 @@
 #include "common/ErrorQueue.h"
 #include "common/ErrorText.h"
 
+#include "support/Bytes.h"
 #include "support/Faults.h"
 #include "support/Throws.h"
 
@@ -10,8 +11,11 @@
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
+#include <openssl/rsa.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -93,8 +97,11 @@ TEST(ErrorLines, ThatCannotBeCollectedAreReported) {
         EXPECT_THROWS(InternalException, "Fail to create BIOUPtr; the given raw pointer is NULL",
                       getOpenSSLErrorLines());
     }
-    Failing const failing("BIO_ctrl");
-    EXPECT_THROWS(InternalException, "Failed to write out OpenSSL errors", getOpenSSLErrorLines());
+    for (int const result : {0, -2}) {
+        Failing failing("BIO_ctrl");
+        failing.returning(result);
+        EXPECT_THROWS(InternalException, "Failed to write out OpenSSL errors", getOpenSSLErrorLines());
+    }
 }
 
 TEST(ErrorQueueMarks, ForgetWhatWasQueuedBehindThem) {
@@ -119,6 +126,43 @@ TEST(ErrorQueueMarks, LeaveAnEmptyQueueEmpty) {
         queueErrors(3);
     }
     EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+/// A decryption that leaves an entry in the queue which libcrypto has struck out: it counts as none, and is removed at
+/// the next look.
+class StrikingOut {
+public:
+    StrikingOut() {
+        EXPECT_EQ(EVP_PKEY_decrypt_init(context_.get()), 1);
+        EXPECT_EQ(EVP_PKEY_CTX_set_rsa_padding(context_.get(), RSA_PKCS1_PADDING), 1);
+        decrypt(); // a key's first use tidies up behind itself
+    }
+
+    void decrypt() {
+        ByteArray text(block_.size());
+        std::size_t size = text.size();
+        EXPECT_EQ(EVP_PKEY_decrypt(context_.get(), text.data(), &size, block_.data(), block_.size()), 1);
+    }
+
+private:
+    std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key_{EVP_RSA_gen(1024), EVP_PKEY_free};
+    std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> context_{EVP_PKEY_CTX_new(key_.get(), nullptr),
+                                                                         EVP_PKEY_CTX_free};
+    ByteArray block_ = ByteArray(128);
+};
+
+TEST(ErrorQueueMarks, KeepWhatAHostQueuedBeforeAnEntryThatIsStruckOut) {
+    StrikingOut host;
+    ERR_clear_error();
+    queueErrors(1);
+    unsigned long const queued = ERR_peek_error();
+    host.decrypt();
+    {
+        ErrorQueueMark const mark;
+        ERR_peek_last_error();
+    }
+    EXPECT_EQ(ERR_get_error(), queued);
+    EXPECT_EQ(ERR_get_error(), 0U);
 }
 
 TEST(ErrorQueueMarks, KeepTheErrorsThatExplainAnException) {

@@ -622,6 +622,52 @@ TEST(StreamReaders, ReadWhatArrivesInPortionsOfAnySize) {
     }
 }
 
+/// Each as long as all that came before it, from 4 KiB to 4 MiB; then the whole, with room for more.
+TEST(ReadUnformatted, GathersInGrowingPieces) {
+    constexpr std::size_t size = 10000000;
+    std::vector<std::size_t> expected{4097 + 16};
+    for (std::size_t gathered = 4097; gathered <= size; gathered += expected.back()) {
+        expected.push_back(std::min<std::size_t>(gathered, 1U << 22U));
+    }
+    expected.push_back(size + 16);
+    PortionBuffer buffer(std::string(size, 'a'), 1);
+    std::istream input(&buffer);
+    AllocationRecording recording;
+    EXPECT_EQ(readUnformatted(input, 16).size(), size);
+    recording.stop();
+    std::vector<std::size_t> found;
+    for (AllocatedBlock const& block : recording.blocks()) {
+        if (block.size >= 4096) {
+            found.push_back(block.size);
+        }
+    }
+    EXPECT_EQ(found, expected);
+}
+
+TEST(ReadUnformatted, EndsWhereACharacterThatWasSeenDoesNotCome) {
+    struct Withholding : std::streambuf {
+        int looks = 10;
+        int left = 3;
+
+        int_type underflow() override { return looks-- > 0 ? 'a' : traits_type::eof(); }
+
+        int_type uflow() override { return left-- > 0 ? 'a' : traits_type::eof(); }
+    } buffer;
+
+    std::istream input(&buffer);
+    UnfilledSecretBytes const bytes = readUnformatted(input, 0);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "aaa");
+}
+
+TEST(CountKnown, IsNothingWhereTheBufferKnowsOfNone) {
+    std::stringbuf written(std::ios::out); // says -1
+    EXPECT_EQ(countKnown(written), 0U);
+    std::filebuf closed;
+    EXPECT_EQ(countKnown(closed), 0U);
+    std::stringbuf text("abc");
+    EXPECT_EQ(countKnown(text), 3U);
+}
+
 TEST(StreamReaders, ReadAPipe) {
     TemporaryDirectory const directory;
     std::string const path = directory / "pipe";

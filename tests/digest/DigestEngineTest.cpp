@@ -4,6 +4,7 @@
 #include "support/Vectors.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
+#include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,8 @@ namespace {
 
 using namespace support;
 using foundation::crypto::openssl::CryptoProvider;
+using foundation::crypto::utils::InternalException;
+using foundation::crypto::utils::InvalidKey;
 
 CryptoProvider const provider;
 
@@ -109,6 +112,15 @@ TEST(DigestVectors, KnowAMillionLettersA) {
         }
     }
     EXPECT_EQ(known, 5U);
+}
+
+TEST(DigestStreams, ThatThrowTheLibrarysOwnExceptionsAreTranslatedToo) {
+    for (Family const& family : families) {
+        ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+        std::istream stream(&buffer);
+        stream.exceptions(std::ios_base::badbit);
+        EXPECT_THROWS(InternalException, "of a stream", create(family)->computeDigest(stream));
+    }
 }
 
 // The same files as the system's own tools.

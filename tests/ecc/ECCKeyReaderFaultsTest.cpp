@@ -32,9 +32,9 @@ std::string const notExported = "Could not extract public key information from E
 std::string const noGroup = "Expected EVP_PKEY to have group parameter since it's an EVP_PKEY_EC";
 
 std::vector<Fault> const faults{
-    {"Export", "EVP_PKEY_todata", 1, checkKey, notExported, {0, made(0)}},
+    {"Export", "EVP_PKEY_todata", 1, checkKey, notExported, {0, -1, 2, made(0)}},
     {"Locate", "OSSL_PARAM_locate_const", 1, checkKey, noGroup},
-    {"Name", "OSSL_PARAM_get_utf8_string_ptr", 1, checkKey, noGroup, {0, made(0)}},
+    {"Name", "OSSL_PARAM_get_utf8_string_ptr", 1, checkKey, noGroup, {0, -1, 2, made(0)}},
 };
 
 class CurveCheckFaults : public testing::TestWithParam<Fault> {};

@@ -21,6 +21,7 @@ namespace {
 
 using namespace support;
 using foundation::crypto::utils::InternalException;
+using foundation::crypto::utils::InvalidKey;
 using foundation::crypto::utils::InvalidKeyEncoding;
 using foundation::crypto::utils::KeyAndCurveMismatch;
 
@@ -595,6 +596,15 @@ TYPED_TEST(ECCKeys, ReportAStreamThatThrowsInItsOwnWords) {
          std::initializer_list<std::ios_base const*>{&privateStream, &publicStream, &strict}) {
         EXPECT_TRUE((stream->flags() & std::ios_base::skipws) != 0);
     }
+}
+
+TYPED_TEST(ECCKeys, PassTheLibrarysOwnExceptionsOutOfAStreamUnchanged) {
+    ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios_base::badbit);
+    EXPECT_THROWS(InvalidKey, "of a stream", TypeParam::privateKey(stream, ""));
+    stream.clear();
+    EXPECT_THROWS(InvalidKey, "of a stream", TypeParam::publicKey(stream));
 }
 
 // The host's error queue

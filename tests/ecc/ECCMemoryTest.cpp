@@ -93,6 +93,28 @@ TYPED_TEST(ECCMemory, HoldsNothingOfAKeyMadeFromItsInteger) {
     EXPECT_EQ(this->leftBehind(partsOf(this->integer), [&] { TypeParam::privateKeyFromInteger(this->integer); }), 0U);
 }
 
+TYPED_TEST(ECCMemory, HoldsNothingOfAnIntegerThatBecomesNoKey) {
+    std::vector<std::string> calls{"EVP_PKEY_new_raw_private_key"};
+    if (TypeParam::curve == EllipticCurve::P256) {
+        calls = {"EC_POINT_mul",
+                 "EC_POINT_point2oct",
+                 "OSSL_PARAM_BLD_push_BN",
+                 "OSSL_PARAM_BLD_push_octet_string",
+                 "OSSL_PARAM_BLD_to_param",
+                 "EVP_PKEY_fromdata_init",
+                 "EVP_PKEY_fromdata"};
+    }
+    for (std::string const& call : calls) {
+        EXPECT_EQ(this->leftBehind(partsOf(this->integer),
+                                   [&] {
+                                       Failing const failing(call);
+                                       catchFrom([&] { TypeParam::privateKeyFromInteger(this->integer); });
+                                   }),
+                  0U)
+            << call;
+    }
+}
+
 TYPED_TEST(ECCMemory, HoldsNoMoreOfAnExportedIntegerThanLibcryptoLeaves) {
     RawKey const raw = readPrivate(this->pem);
     std::size_t const byHand = this->leftBehind(partsOf(this->integer), [&] {

@@ -20,6 +20,7 @@ namespace {
 using namespace support;
 using namespace foundation::crypto;
 using utils::InternalException;
+using utils::InvalidKey;
 using utils::UnsupportedDigestAlgorithm;
 
 std::string const noSigningSetup = "Failed while doing setup to generate signature";
@@ -458,6 +459,15 @@ TYPED_TEST(ECCSignatures, ReportAStreamThatThrowsInItsOwnWords) {
     for (std::ios_base const* const stream : std::initializer_list<std::ios_base const*>{&toSign, &toVerify, &strict}) {
         EXPECT_TRUE((stream->flags() & std::ios_base::skipws) != 0);
     }
+}
+
+TYPED_TEST(ECCSignatures, PassTheLibrarysOwnExceptionsOutOfAStreamUnchanged) {
+    ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios_base::badbit);
+    EXPECT_THROWS(InvalidKey, "of a stream", this->signer->sign(stream, this->engine));
+    stream.clear();
+    EXPECT_THROWS(InvalidKey, "of a stream", this->verifier->verify(stream, bytes("abc"), this->engine));
 }
 
 // The host's error queue

@@ -243,6 +243,11 @@ TEST_F(HSMFault, OrNoneLeavesThePINInMemoryThatIsReleased) {
     HSMSigner(key, RSAPaddingMode::PSS, nullptr).sign(message, engine);
     HSMSigner(key, RSAPaddingMode::PSS, nullptr).getKeySize();
     EXPECT_THROWS(InternalException, notFound, HSMSigner(missing, RSAPaddingMode::PSS, nullptr).getKeySize());
+    {
+        Failing const failing("OSSL_PROVIDER_load");
+        EXPECT_THROWS(InternalException, refused("OSSL_PROVIDERUPtr"),
+                      HSMSigner(key, RSAPaddingMode::PSS, nullptr).getKeySize());
+    }
     EXPECT_GT(watch.blocks(), 0U);
     EXPECT_EQ(watch.blocksWithSecret(), 0U);
 }

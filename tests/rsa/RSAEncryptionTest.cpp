@@ -466,6 +466,18 @@ TEST(RSAStreams, WhoseInputThrowsEndThereOrAreReported) {
     }
 }
 
+TEST(RSAStreams, WhoseInputThrowsTheLibrarysOwnExceptionsAreTranslatedToo) {
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+    std::istream input(&buffer);
+    input.exceptions(std::ios_base::badbit);
+    std::ostringstream output;
+    EXPECT_THROWS(InternalException, "of a stream", user.encryptor(oaep1)->encrypt(input, output));
+    input.clear();
+    EXPECT_THROWS(InternalException, "of a stream", user.decryptor(oaep1)->decrypt(input, output));
+    EXPECT_EQ(output.str(), "");
+}
+
 TEST(RSAStreams, PadAFieldWithTheFirstByteAlone) {
     RSAKeyUser const& user = rsaTestKeyUser(1024);
     std::string const cipherText = encryptStream(*user.encryptor(oaep1), "message");

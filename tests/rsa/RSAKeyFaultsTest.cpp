@@ -179,13 +179,14 @@ std::string const numberNotWhole = "Wrote 127 bytes from BIGNUM to ByteArray. Ex
 std::string const unsupportedSize = "Unsupported Key size";
 
 std::vector<Result> const notPositive{0, -1, -2, made(0)};
+std::vector<Result> const notOne{0, -1, 2};
 
 std::vector<Fault> const faults{
     {"GenerateKey", "EVP_PKEY_Q_keygen", 1, generate, noKey},
     {"GeneratePublicBIO", "BIO_new", 1, generate, noBIO},
-    {"GenerateWritePublic", "PEM_write_bio_PUBKEY", 1, generate, "Failed to write the public key to BIO"},
+    {"GenerateWritePublic", "PEM_write_bio_PUBKEY", 1, generate, "Failed to write the public key to BIO", notOne},
     {"GeneratePrivateBIO", "BIO_new", 2, generate, noBIO},
-    {"GenerateWritePrivate", "PEM_write_bio_PrivateKey", 1, generate, "Failed to write the private key to BIO"},
+    {"GenerateWritePrivate", "PEM_write_bio_PrivateKey", 1, generate, "Failed to write the private key to BIO", notOne},
     {"GenerateReadPublic", "PEM_read_bio_PUBKEY", 1, generate, noKey},
     {"GenerateReadPrivate", "PEM_read_bio_PrivateKey", 1, generate, noKey},
 
@@ -229,9 +230,9 @@ std::vector<Fault> const faults{
     {"BuildPrivateSecondNumber", "BN_bin2bn", 2, buildPrivate, privateNotRead},
     {"BuildPrivateThirdNumber", "BN_bin2bn", 3, buildPrivate, privateNotRead},
     {"BuildPrivateBuilder", "OSSL_PARAM_BLD_new", 1, buildPrivate, noPrivateBuilder},
-    {"BuildPrivateModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPrivate, privateModulusNotBuilt},
-    {"BuildPrivatePublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPrivate, privatePublicExponentNotBuilt},
-    {"BuildPrivateExponent", "OSSL_PARAM_BLD_push_BN", 3, buildPrivate, privateExponentNotBuilt},
+    {"BuildPrivateModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPrivate, privateModulusNotBuilt, notOne},
+    {"BuildPrivatePublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPrivate, privatePublicExponentNotBuilt, notOne},
+    {"BuildPrivateExponent", "OSSL_PARAM_BLD_push_BN", 3, buildPrivate, privateExponentNotBuilt, notOne},
     {"BuildPrivateParameters", "OSSL_PARAM_BLD_to_param", 1, buildPrivate, noPrivateParameters},
     {"BuildPrivateContext", "EVP_PKEY_CTX_new_from_name", 1, buildPrivate, noPrivateContext},
     {"BuildPrivateInitialize", "EVP_PKEY_fromdata_init", 1, buildPrivate, privateNotPrepared, notPositive},
@@ -242,8 +243,8 @@ std::vector<Fault> const faults{
     {"BuildPublicFirstNumber", "BN_bin2bn", 1, buildPublic, publicNotRead},
     {"BuildPublicSecondNumber", "BN_bin2bn", 2, buildPublic, publicNotRead},
     {"BuildPublicBuilder", "OSSL_PARAM_BLD_new", 1, buildPublic, noPublicBuilder},
-    {"BuildPublicModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPublic, publicModulusNotBuilt},
-    {"BuildPublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPublic, publicExponentNotBuilt},
+    {"BuildPublicModulus", "OSSL_PARAM_BLD_push_BN", 1, buildPublic, publicModulusNotBuilt, notOne},
+    {"BuildPublicExponent", "OSSL_PARAM_BLD_push_BN", 2, buildPublic, publicExponentNotBuilt, notOne},
     {"BuildPublicParameters", "OSSL_PARAM_BLD_to_param", 1, buildPublic, noPublicParameters},
     {"BuildPublicContext", "EVP_PKEY_CTX_new_from_name", 1, buildPublic, noPublicContext},
     {"BuildPublicInitialize", "EVP_PKEY_fromdata_init", 1, buildPublic, publicNotPrepared, notPositive},
@@ -260,14 +261,14 @@ std::vector<Fault> const faults{
     {"ExportPublicNothing", "i2d_PUBKEY_bio", 1, exportPublic, noBytes, {1}},
     {"ExportPublicRead", "BIO_read", 1, exportPublic, "Failed to read from BIO to ByteArray"},
     {"ExportPrivateModulusNumber", "BN_new", 1, exportPrivateModulus, noBN},
-    {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus, noPrivateModulus},
+    {"ExportPrivateModulus", "EVP_PKEY_get_bn_param", 1, exportPrivateModulus, noPrivateModulus, notOne},
     {"ExportPrivateExponentNumber", "BN_new", 1, exportPrivateExponent, noBN},
-    {"ExportPrivateExponent", "EVP_PKEY_get_bn_param", 1, exportPrivateExponent, noPrivateExponent},
+    {"ExportPrivateExponent", "EVP_PKEY_get_bn_param", 1, exportPrivateExponent, noPrivateExponent, notOne},
     {"ExportPrivateExponentBytes", "BN_bn2bin", 1, exportPrivateExponent, numberNotWhole, {127}},
     {"ExportPublicModulusNumber", "BN_new", 1, exportPublicModulus, noBN},
-    {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus, noPublicModulus},
+    {"ExportPublicModulus", "EVP_PKEY_get_bn_param", 1, exportPublicModulus, noPublicModulus, notOne},
     {"ExportPublicExponentNumber", "BN_new", 1, exportPublicExponent, noBN},
-    {"ExportPublicExponent", "EVP_PKEY_get_bn_param", 1, exportPublicExponent, noPublicExponent},
+    {"ExportPublicExponent", "EVP_PKEY_get_bn_param", 1, exportPublicExponent, noPublicExponent, notOne},
 };
 
 class RSAKeyFaults : public testing::TestWithParam<Fault> {};
@@ -287,6 +288,13 @@ TEST(RSAKeyFault, OfTheFirstReaderIsForgottenAfterTheSecond) {
     failing.withError("not for me");
     EXPECT_NO_THROW(loadPrivateDER());
     EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+TEST(RSAKeyFault, ThatIsAnErrorOfACallWhichSucceedsIsForgotten) {
+    expectForgotten("PEM_write_bio_PUBKEY", generate);
+    expectForgotten("PEM_read_bio_PrivateKey", {{"Generate", generate}, {"Load", loadPrivatePEM}});
+    expectForgotten("PEM_read_bio_PUBKEY", {{"Generate", generate}, {"Load", loadPublicPEM}});
+    expectForgotten("EVP_PKEY_fromdata", {{"Private", buildPrivate}, {"Public", buildPublic}});
 }
 
 TEST(RSAKeyFault, OfTheSizeIsThePlainException) {
@@ -436,6 +444,16 @@ TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
         EXPECT_EQ(arguments.at(1), 0) << function;
         EXPECT_EQ(arguments.at(2), 0) << function;
         EXPECT_NE(arguments.at(3), 0) << function;
+    }
+}
+
+TEST(RSAKeyCalls, WriteWithoutCipherOrPassPhrase) {
+    for (auto const& [function, operation] :
+         {std::pair("i2d_PKCS8PrivateKey_bio", exportPrivate), std::pair("PEM_write_bio_PrivateKey", generate)}) {
+        Recording const recording;
+        operation();
+        std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;
+        EXPECT_EQ(std::vector<std::intptr_t>(arguments.begin() + 2, arguments.end()), std::vector<std::intptr_t>(5, 0));
     }
 }
 

@@ -31,6 +31,7 @@ using foundation::crypto::interfaces::KeySignatureMethod;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
 using foundation::crypto::utils::InternalException;
+using foundation::crypto::utils::InvalidKey;
 using foundation::crypto::utils::NotImplemented;
 
 CryptoProvider const provider;
@@ -563,6 +564,19 @@ TEST(RSAKeyStream, ThatThrowsIsReportedInItsOwnWords) {
             EXPECT_THROWS(InternalException, "the line is dead", readWith(reader, stream));
         }
         EXPECT_EQ(stream.flags() & std::ios_base::skipws, 0);
+    }
+}
+
+TEST(RSAKeyStream, ThatThrowsTheLibrarysOwnExceptionsIsTranslatedToo) {
+    for (Reader const reader : readers) {
+        ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
+        std::istream stream(&buffer);
+        stream.exceptions(std::ios_base::badbit);
+        if (reader == Reader::publicKey) {
+            EXPECT_THROWS(NotImplemented, "of a stream", readWith(reader, stream));
+        } else {
+            EXPECT_THROWS(InternalException, "of a stream", readWith(reader, stream));
+        }
     }
 }
 

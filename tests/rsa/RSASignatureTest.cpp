@@ -18,8 +18,10 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
+#include <functional>
 #include <limits>
 #include <memory>
+#include <pthread.h>
 #include <random>
 #include <sstream>
 #include <string>
@@ -296,6 +298,30 @@ TEST(RSASignatureEngines, ThatNameNoHashForRSAAreRefused) {
     }
 }
 
+/// What a thread comes to that runs `work`.
+void* resultOfThread(std::function<void()> work) {
+    pthread_t thread{};
+    EXPECT_EQ(pthread_create(
+                  &thread, nullptr,
+                  [](void* given) -> void* { return (*static_cast<decltype(work)*>(given))(), nullptr; }, &work),
+              0);
+    void* result = nullptr;
+    EXPECT_EQ(pthread_join(thread, &result), 0);
+    return result;
+}
+
+TEST(RSASignatureEngines, MayCancelTheThreadThatAsksThem) {
+    RSAKeyUser const& user = rsaTestKeyUser(2048);
+    auto const cancelling = hostEngine([]() -> std::string {
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+        return "sha256";
+    });
+    EXPECT_EQ(resultOfThread([&] { user.signer(pkcs1)->sign(bytes("message"), cancelling); }), PTHREAD_CANCELED);
+    EXPECT_EQ(resultOfThread([&] { user.verifier(pkcs1)->verify(bytes("message"), ByteArray(256), cancelling); }),
+              PTHREAD_CANCELED);
+}
+
 TEST(RSASignatureEngines, ThatThrowAreReportedWhenSigningAndInvalidWhenVerifying) {
     RSAKeyUser const& user = rsaTestKeyUser(2048);
     ByteArray const signature = sign(*user.signer(pkcs1), bytes("message"));
@@ -505,6 +531,16 @@ TEST(RSASignatureStreams, WhoseBufferThrowsEndThereOrAreReported) {
     strict.exceptions(std::ios_base::failbit);
     EXPECT_THROWS_PREFIX(InternalException, "basic_ios::clear",
                          user.signer(pkcs1)->sign(strict, engineNamed("sha256")));
+}
+
+TEST(RSASignatureStreams, WhoseBufferThrowsTheLibrarysOwnExceptionsPassThemUnchanged) {
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    ThrowingBuffer<InvalidKeyEncoding> buffer(InvalidKeyEncoding("of a stream"));
+    std::istream stream(&buffer);
+    stream.exceptions(std::ios_base::badbit);
+    EXPECT_THROWS(InvalidKeyEncoding, "of a stream", user.signer(pkcs1)->sign(stream, engineNamed("sha256")));
+    stream.clear();
+    EXPECT_THROWS(InvalidKeyEncoding, "of a stream", user.verifier(pkcs1)->verify(stream, {}, engineNamed("sha256")));
 }
 
 // The error queue

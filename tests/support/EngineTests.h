@@ -252,18 +252,6 @@ TEST_P(Engines, BelieveNoCountThatCannotBe) {
     }
 }
 
-/// A buffer whose end is an exception of any type.
-template <class Thrown> class ThrowingBuffer : public std::streambuf {
-public:
-    explicit ThrowingBuffer(Thrown thrown) : thrown_(std::move(thrown)) {}
-
-protected:
-    int_type underflow() override { throw thrown_; }
-
-private:
-    Thrown thrown_;
-};
-
 TEST_P(Engines, LetExceptionsOfOtherFamiliesPass) {
     ThrowingBuffer<int> buffer(7);
     std::istream stream(&buffer);

@@ -159,6 +159,20 @@ template <class Expected> void expectReported(Fault const& fault, HostsErrors ho
     });
 }
 
+/// What libcrypto queues in a call that succeeds all the same is gone when the operation returns.
+inline void expectForgotten(std::string const& call, Variants const& operation) {
+    for (auto const& [name, run] : operation.all()) {
+        SCOPED_TRACE(call + " " + name);
+        run();
+        HostsMark const mark;
+        Failing noisy(call);
+        noisy.withError("a rattle in the engine room").succeeding();
+        run();
+        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), HostsMark::reason);
+        EXPECT_TRUE(mark.isThere());
+    }
+}
+
 /// Calls that release objects, with the calls that make such an object each.
 using Releases = std::map<std::string, std::vector<std::string>>;
 

@@ -33,6 +33,11 @@ TEST(FaultTables, AreContentWithWhatIsReportedAndReleased) {
     expectAllReleased(fault);
 }
 
+TEST(FaultTables, NoticeWhatIsNotForgotten) {
+    auto const operation = [] { EVP_MD_CTX_free(EVP_MD_CTX_new()); };
+    EXPECT_NONFATAL_FAILURE(expectForgotten("EVP_MD_CTX_new", Variants(operation)), "HostsMark::reason");
+}
+
 TEST(FaultTables, NoticeWhatIsNotReportedAsTheyHaveIt) {
     Fault const silent = makingAContext([] {});
     Fault const wordy = makingAContext([] { throw InternalException("no context: flooded"); });

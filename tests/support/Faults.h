@@ -66,7 +66,6 @@ public:
     /// The call is carried out, effects and all, and reports failure all the same. A new object that it would return is
     /// released.
     Failing& carriedOut(bool carriedOut = true);
-
     /// The call is carried out and succeeds: all that is left of the failure is the error of `withError`.
     Failing& succeeding();
 
@@ -136,8 +135,9 @@ struct Verdict {
     void* replacement = nullptr;
 };
 
-bool isWatched(void const* caller);
-Verdict judge(Call const& call);
+// Of the program, also for interposers in a shared library.
+[[gnu::visibility("default")]] bool isWatched(void const* caller);
+[[gnu::visibility("default")]] Verdict judge(Call const& call);
 
 template <class T> std::intptr_t asNumber(T value) {
     if constexpr (std::is_pointer_v<T>) {

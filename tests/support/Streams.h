@@ -44,6 +44,18 @@ private:
     std::size_t next_ = 0;
 };
 
+/// A buffer whose end is an exception of any type.
+template <class Thrown> class ThrowingBuffer : public std::streambuf {
+public:
+    explicit ThrowingBuffer(Thrown thrown) : thrown_(std::move(thrown)) {}
+
+protected:
+    int_type underflow() override { throw thrown_; }
+
+private:
+    Thrown thrown_;
+};
+
 /// What a host can see of an input stream after it was read.
 struct StreamState {
     std::ios_base::iostate state;

@@ -89,6 +89,15 @@ TEST(Failing, CarriesTheCallOutWhereTheTestSaysSo) {
     EVP_MD_CTX_free(context);
 }
 
+TEST(Failing, MayLeaveAnErrorAndSucceed) {
+    Failing failing("EVP_MD_CTX_new");
+    failing.withError("why").succeeding();
+    EVP_MD_CTX* const context = EVP_MD_CTX_new();
+    EXPECT_NE(context, nullptr);
+    EXPECT_EQ(ERR_GET_LIB(ERR_peek_last_error()), ERR_LIB_USER);
+    EVP_MD_CTX_free(context);
+}
+
 TEST(Failing, ThatNeverHappenedFailsItsTest) {
     EXPECT_NONFATAL_FAILURE({ Failing const failing("EVP_MD_CTX_new"); }, "EVP_MD_CTX_new was to fail");
 }
