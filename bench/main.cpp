@@ -50,7 +50,8 @@ public:
             }
             std::printf("\n");
         }
-        std::printf("\nMedian processor time of one call, user and system. A ratio of 1.00x: the library costs nothing beside what it calls.\n");
+        std::printf("\nMedian processor time of one call, user and system. A ratio of 1.00x: the library costs nothing "
+                    "beside what it calls.\n");
     }
 
 private:
