@@ -461,6 +461,33 @@ TEST(StreamReaders, TakeHardlyMoreMemoryThanTheyRead) {
     }
 }
 
+/// The system counts in 32 bits what is left of a file: of 5 GiB, a `std::filebuf` knows 1 at first.
+TEST(StreamReaders, TakeHardlyMoreMemoryForAFileThatIsLongerThanItSaysAtFirst) {
+    constexpr std::size_t size = 80 * mebibyte;
+    std::size_t delivered = 0;
+    auto const read = [&](char* data, std::size_t room) {
+        std::size_t const count = std::min(room, size - delivered);
+        for (std::size_t i = 0; i < count; ++i) {
+            data[i] = static_cast<char>((delivered + i) % 251);
+        }
+        delivered += count;
+        return count;
+    };
+    auto const countLeft = [&] {
+        std::size_t const left = size - delivered;
+        return left < 64 * mebibyte ? left : left - 64 * mebibyte;
+    };
+    UnfilledSecretBytes bytes;
+    EXPECT_LE(peakMemoryOf([&] { bytes = gather<UnfilledSecretBytes>(16, read, countLeft); }), size + mebibyte);
+    ASSERT_EQ(bytes.size(), size);
+    std::size_t wrong = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        wrong += bytes[i] == i % 251 ? 0U : 1U;
+    }
+    EXPECT_EQ(wrong, 0U);
+    EXPECT_GE(bytes.capacity(), size + 16);
+}
+
 #ifndef ZRFL_EMULATED // the kernel tells of the emulator's memory
 
 /// Whether the kernel has been asked for large pages where `address` lies.

@@ -24,7 +24,7 @@ struct Message {
     std::size_t size;
 };
 
-/// @throws utils::InternalException "The digest engine does not exist." for an empty `engine`.
+/// @throws utils::InternalException "The digest engine does not exist." for a null `engine`.
 void requireDigestEngine(interfaces::DigestEnginePtr const& engine);
 
 /// The name by which libcrypto knows the digest of `engine`.

@@ -59,8 +59,9 @@ template <class Byte> struct PieceAllocator : UnfilledWipingAllocator<Byte> {
 
 /// Gathers what `read(data, size)` delivers, which stops short at the end and only there, and is not called again then.
 /// `countKnown()` is asked once the first byte is there, since a buffer looks at its source no sooner. Where that tells
-/// the length, the bytes are read into the one block that is returned; else pieces are joined, and no more than all
-/// bytes and one piece are resident meanwhile. The result has room for `roomBehind` more bytes.
+/// the length, the bytes are read into the one block that is returned, which grows when it is full and as much again is
+/// known to follow; else pieces are joined, and no more than all bytes, the first block and one piece are resident
+/// meanwhile. The result has room for `roomBehind` more bytes.
 template <class Bytes, class Read, class CountKnown>
 Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     constexpr std::size_t smallestPiece = 4096;
@@ -71,22 +72,28 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     if (read(&first, 1) == 0) {
         return bytes;
     }
-    std::size_t const known = countKnown();
-    std::size_t const room = 1 + (known != 0 ? known + 1 : smallestPiece); // one more than is known shows the end
-    bytes.reserve(room + roomBehind);
-    wantLargePages(bytes.data(), bytes.capacity());
-    bytes.resize(room);
-    bytes[0] = static_cast<unsigned char>(first);
-    std::size_t size = 1 + read(reinterpret_cast<char*>(bytes.data()) + 1, room - 1);
-    bytes.resize(size);
-    if (size < room) {
-        return bytes;
-    }
+    std::size_t size = 1;
+    std::size_t known = countKnown();
+    std::size_t room = 1 + (known != 0 ? known + 1 : smallestPiece); // one more than is known shows the end
+    do {
+        bytes.reserve(room + roomBehind);
+        wantLargePages(bytes.data(), bytes.capacity());
+        bytes.resize(room);
+        bytes[0] = static_cast<unsigned char>(first);
+        size += read(reinterpret_cast<char*>(bytes.data()) + size, room - size);
+        bytes.resize(size);
+        if (size < room) {
+            return bytes;
+        }
+        // The system counts in 32 bits what is left of a file: of 5 GiB, 1 is known to a `std::filebuf` at first.
+        known = countKnown();
+        room = size + known + 1;
+    } while (known >= size);
     using Piece = std::vector<unsigned char, PieceAllocator<unsigned char>>;
     std::vector<Piece> pieces;
     for (bool ended = false; !ended;) {
         Piece& piece = pieces.emplace_back();
-        piece.resize(std::max(countKnown() + 1, std::clamp(size, smallestPiece, largestPiece)));
+        piece.resize(std::clamp(size, smallestPiece, largestPiece));
         std::size_t const delivered = read(reinterpret_cast<char*>(piece.data()), piece.size());
         ended = delivered < piece.size();
         piece.resize(delivered);
@@ -96,9 +103,10 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     joined.reserve(size + roomBehind);
     wantLargePages(joined.data(), joined.capacity());
     joined.insert(joined.end(), bytes.begin(), bytes.end());
+    Bytes().swap(bytes); // released at once
     for (Piece& piece : pieces) {
         joined.insert(joined.end(), piece.begin(), piece.end());
-        Piece().swap(piece); // released at once
+        Piece().swap(piece);
     }
     return joined;
 }
