@@ -138,8 +138,8 @@ void addStream() {
             ByteArray output(size / chunk * 256);
             for (std::size_t block = 0; block < size / chunk; ++block) {
                 std::size_t written = 256;
-                mustSucceed(EVP_PKEY_encrypt(context.get(), output.data() + block * 256, &written,
-                                             reinterpret_cast<unsigned char const*>(content.data()) + block * chunk,
+                mustSucceed(EVP_PKEY_encrypt(context.get(), output.data() + (block * 256), &written,
+                                             reinterpret_cast<unsigned char const*>(content.data()) + (block * chunk),
                                              chunk) == 1);
             }
             benchmark::DoNotOptimize(output);

@@ -60,10 +60,12 @@ constexpr std::size_t messageSize = 1024;
 
 template <class Keys, class CreateSigner, class CreateVerifier>
 void addSize(std::string const& size, Keys const& (*keys)(), CreateSigner createSigner, CreateVerifier createVerifier) {
+    auto const named = [&](char const* work, RSAPaddingMode padding) {
+        return "RSA-" + size + work + (padding == RSAPaddingMode::PSS ? " PSS/" : " PKCS1/");
+    };
     for (auto const padding : {RSAPaddingMode::PKCS1_V1_5, RSAPaddingMode::PSS}) {
-        std::string const suffix = padding == RSAPaddingMode::PSS ? " PSS/" : " PKCS1/";
-        std::string const signing = "RSA-" + size + " sign" + suffix;
-        std::string const verifying = "RSA-" + size + " verify" + suffix;
+        std::string const signing = named(" sign", padding);
+        std::string const verifying = named(" verify", padding);
         ByteArray const message(messageSize, 'a');
         add(signing, "library", 0, [=] {
             return [=, signer = (provider.*createSigner)(keys().privateKey, padding, prng()),

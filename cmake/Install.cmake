@@ -1,5 +1,6 @@
-# The installed package: headers, both libraries, a relocatable CMake package and pkg-config files.
+# The installed package: headers, both libraries, a relocatable CMake package, pkg-config files and a bill of materials.
 include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
 
 # The library loads the provider module, and hands it PINs, from the one directory that it was built for; whoever may
 # write to a clone or a build directory would decide what an installed library loads. This stands before all that is
@@ -22,9 +23,13 @@ variable ZRFL_INSTALL_FOR_TRIAL=1.]==])
     endif()
 endforeach()
 
-install(TARGETS zrflcryptoutils zrflcryptoopenssl EXPORT zrflcryptoopenssl-targets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# What hosts run with and what they are built with are components of their own, for packages.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME zrfl_dev)
+foreach(part utils openssl)
+    install(TARGETS zrflcrypto${part} EXPORT zrflcryptoopenssl-targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT zrfl_${part} NAMELINK_COMPONENT zrfl_dev
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endforeach()
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/zrflcryptoopenssl)
 install(EXPORT zrflcryptoopenssl-targets NAMESPACE zrfl:: DESTINATION ${package_directory})
@@ -43,3 +48,14 @@ foreach(package zrflcryptoutils zrflcryptoopenssl)
     configure_file(cmake/${package}.pc.in ${package}.pc @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+include(cmake/BillOfMaterials.cmake)
+install(FILES ${bill_of_materials} DESTINATION ${CMAKE_INSTALL_DATADIR}/zrflcrypto)
+
+if(PROJECT_IS_TOP_LEVEL)
+    add_custom_target(uninstall ${CMAKE_COMMAND} -P ${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake
+        WORKING_DIRECTORY ${PROJECT_BINARY_DIR} VERBATIM)
+endif()
+if(ZRFL_DEBIAN_PACKAGES)
+    include(cmake/DebianPackages.cmake)
+endif()

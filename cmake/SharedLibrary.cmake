@@ -8,7 +8,9 @@ function(zrfl_shared_library target)
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
+    # An absolute path in the built file would leave its trace in the installed one: in the build ID, if nowhere else.
     set_target_properties(${target} PROPERTIES
+        BUILD_RPATH_USE_ORIGIN ON
         EXPORT_NAME ${library_EXPORT_NAME}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}

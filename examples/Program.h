@@ -32,7 +32,10 @@ template <class Work> int run(int count, char** arguments, char const* usage, Wo
         bool const asksForHelp = std::any_of(given.begin(), given.end(), [](std::string const& argument) {
             return argument == "--help" || argument == "-h";
         });
-        int const result = asksForHelp ? (std::fputs(usage, stdout), 0) : std::forward<Work>(work)(given);
+        if (asksForHelp) {
+            std::fputs(usage, stdout);
+        }
+        int const result = asksForHelp ? 0 : std::forward<Work>(work)(given);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
             throw std::system_error(errno, std::generic_category(), "cannot write to the standard output");
         }

@@ -24,6 +24,7 @@ apt_as_root() {
 
 read_lists_for_missing() {
     if ((${#missing[@]})); then
+        ask_for_root "${missing[@]}"
         step "Read the package lists" apt_as_root update
     fi
 }
@@ -43,10 +44,15 @@ private_apt() {
         -o APT::Sandbox::User=root -o APT::Update::Error-Mode=any -o Acquire::Languages=none -o Acquire::Retries=3 "$@"
 }
 
+# The archives that the machine's apt reads, in its order.
+archives() {
+    apt-get update --print-uris | sed -n "s|^'\([^']*/\)dists/[^']*/InRelease'.*|\1|p" | uniq
+}
+
 # Reads the lists of both releases from the first of the machine's archives that has them.
 find_archive() {
     local archive suite
-    for archive in $(apt-get update --print-uris | sed -n "s|^'\([^']*/\)dists/[^']*/InRelease'.*|\1|p" | uniq); do
+    for archive in $(archives); do
         for suite in trixie forky; do
             echo "deb [arch=$architecture signed-by=$keyring] $archive $suite main"
         done >"$new/apt/sources.list"

@@ -4,14 +4,19 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/RepeatedMemory.h"
+#include "support/ResidentMemory.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -42,7 +47,8 @@ ByteArray iterateBuffer(std::istream& input) {
 }
 
 ByteArray extractAtOnce(std::istream& input) {
-    return readExtracted<ByteArray>(input, rethrowUnchanged);
+    auto const bytes = readExtracted<UnfilledSecretBytes>(input, rethrowUnchanged);
+    return {bytes.begin(), bytes.end()};
 }
 
 ByteArray takeAtOnce(std::istream& input) {
@@ -426,6 +432,75 @@ TEST(StreamReaders, AllocateNothingForAPromise) {
     }
 }
 
+// How much memory the reading takes. A sanitizer adds its own notes of what may be touched.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+constexpr std::size_t mebibyte = std::size_t(1) << 20;
+
+UnfilledSecretBytes extractMessage(std::istream& input) {
+    return readExtracted<UnfilledSecretBytes>(input, rethrowUnchanged);
+}
+
+UnfilledSecretBytes takeText(std::istream& input) {
+    return readUnformatted(input, 16);
+}
+
+TEST(StreamReaders, TakeHardlyMoreMemoryThanTheyRead) {
+    constexpr std::size_t size = 64 * mebibyte + 12345;
+    TemporaryDirectory const directory;
+    std::string const path = directory / "message";
+    std::string const pipe = directory / "pipe";
+    writeFile(path, ByteArray(size));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (auto const reader : {extractMessage, takeText}) {
+        std::ifstream file(path, std::ios::binary);
+        EXPECT_LE(peakMemoryOf([&] { EXPECT_EQ(reader(file).size(), size); }), size + mebibyte);
+        ASSERT_EQ(run("(cat " + path + " >" + pipe + " &) >/dev/null").status, 0);
+        std::ifstream piped(pipe, std::ios::binary);
+        EXPECT_LE(peakMemoryOf([&] { EXPECT_EQ(reader(piped).size(), size); }), size + 16 * mebibyte);
+    }
+}
+
+#ifndef ZRFL_EMULATED // the kernel tells of the emulator's memory
+
+/// Whether the kernel has been asked for large pages where `address` lies.
+bool areLargePagesWanted(void const* address) {
+    std::ifstream maps("/proc/self/smaps");
+    bool isThere = false;
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR, &begin, &end) == 2) {
+            auto const at = reinterpret_cast<std::uintptr_t>(address);
+            isThere = begin <= at && at < end;
+        } else if (isThere && line.rfind("VmFlags:", 0) == 0) {
+            return line.find(" hg") != std::string::npos;
+        }
+    }
+    return false;
+}
+
+TEST(StreamReaders, WantLargePagesForLargeBlocks) {
+    if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage")) {
+        GTEST_SKIP() << "this kernel has none";
+    }
+    for (auto const reader : {extractMessage, takeText}) {
+        std::istringstream large(std::string(40 * mebibyte, 'a'));
+        UnfilledSecretBytes const largeText = reader(large);
+        EXPECT_TRUE(areLargePagesWanted(&largeText[20 * mebibyte]));
+        PortionBuffer portions(std::string(40 * mebibyte, 'a'), 65536);
+        std::istream unknown(&portions);
+        UnfilledSecretBytes const joinedText = reader(unknown);
+        EXPECT_TRUE(areLargePagesWanted(&joinedText[20 * mebibyte]));
+        std::istringstream smaller(std::string(20 * mebibyte, 'a'));
+        UnfilledSecretBytes const smallerText = reader(smaller);
+        EXPECT_FALSE(areLargePagesWanted(&smallerText[10 * mebibyte]));
+    }
+}
+
+#endif
+#endif
+
 /// What was typed at a terminal, up to the first end of file; the next reader gets what came after it.
 TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
     for (auto const reader : {extractAtOnce, takeAtOnce}) {
@@ -474,44 +549,38 @@ TEST(StreamReaders, ReadWhatOneWriterPutsIntoAPipe) {
     }
 }
 
-/// The same two MiB of memory again and again, so that a large region costs none.
-class RepeatedMemory {
+/// A region above the limit of int that costs next to no memory.
+class LargeMemory {
 public:
-    explicit RepeatedMemory(std::size_t blocks) : size_(blocks * blockSize) {
-        int const memory = memfd_create("repeated", 0);
-        EXPECT_EQ(ftruncate(memory, blockSize), 0);
-        data_ = static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-        for (std::size_t at = 0; at < size_; at += blockSize) {
-            EXPECT_NE(mmap(data_ + at, blockSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, memory, 0),
-                      MAP_FAILED);
-        }
-        close(memory);
+    LargeMemory()
+        : data_(
+              static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0))) {
+        repeatMemory(data_, size_);
     }
 
-    ~RepeatedMemory() { munmap(data_, size_); }
+    ~LargeMemory() { munmap(data_, size_); }
 
-    RepeatedMemory(RepeatedMemory const&) = delete;
-    RepeatedMemory& operator=(RepeatedMemory const&) = delete;
+    LargeMemory(LargeMemory const&) = delete;
+    LargeMemory& operator=(LargeMemory const&) = delete;
 
     char* data() const { return data_; }
 
     std::size_t size() const { return size_; }
 
 private:
-    static constexpr std::size_t blockSize = std::size_t(1) << 21;
-    std::size_t size_;
-    char* data_ = nullptr;
+    std::size_t size_ = std::size_t(1025) << 21;
+    char* data_;
 };
 
 TEST(StreamReaders, TakeAGetAreaAboveTheLimitOfInt) {
     struct LargeArea : std::streambuf {
-        explicit LargeArea(RepeatedMemory const& memory) {
+        explicit LargeArea(LargeMemory const& memory) {
             setg(memory.data(), memory.data(), memory.data() + memory.size());
         }
     };
 
-    RepeatedMemory const source(1025);
-    RepeatedMemory const target(1025);
+    LargeMemory const source;
+    LargeMemory const target;
     ASSERT_GT(source.size(), std::size_t(INT_MAX));
     LargeArea area(source);
     std::istream input(&area);

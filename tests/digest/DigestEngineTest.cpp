@@ -78,6 +78,9 @@ INSTANTIATE_TEST_SUITE_P(Digest, Engines, testing::ValuesIn(engineCases()), name
 
 TEST(DigestVectors, AgreeHoweverTheMessageArrives) {
     for (Vector const& vector : readVectors("digests.txt")) {
+        if (vector.has("repeat")) {
+            continue;
+        }
         SCOPED_TRACE(vector.id());
         ByteArray const message = vector.bytes("msg");
         std::string const expected = vector.word("digest");
@@ -95,19 +98,20 @@ TEST(DigestVectors, AgreeHoweverTheMessageArrives) {
 }
 
 TEST(DigestVectors, KnowAMillionLettersA) {
-    std::vector<std::pair<std::string, std::string>> const expected{
-        {"SHA1", "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
-        {"SHA224", "20794655980c91d8bbb4c1ea97618a4bf03f42581948b2ee4ee7ad67"},
-        {"SHA256", "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
-        {"SHA384", "9d0e1809716474cb086e834e310a4a1ced149e9c00f248527972cec5704c2a5b07b8b3dc38ecc4ebae97ddd87f3d8985"},
-        {"SHA512",
-         "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973ebde0ff244877ea60a4cb0432ce577c31beb009c5c"
-         "2c49aa2e4eadb217ad8cc09b"},
-    };
-    for (auto const& [name, digest] : expected) {
-        std::istringstream stream(std::string(1000000, 'a'));
-        EXPECT_EQ(hex(create(familyNamed(name))->computeDigest(stream)), digest) << name;
+    std::size_t known = 0;
+    for (Vector const& vector : readVectors("digests.txt")) {
+        if (vector.has("repeat")) {
+            SCOPED_TRACE(vector.id());
+            std::string message;
+            for (int times = vector.number("repeat"); times > 0; --times) {
+                message += text(vector.bytes("msg"));
+            }
+            std::istringstream stream(message);
+            EXPECT_EQ(hex(create(familyNamed(vector.word("hash")))->computeDigest(stream)), vector.word("digest"));
+            ++known;
+        }
     }
+    EXPECT_EQ(known, 5U);
 }
 
 TEST(DigestStreams, ThatThrowTheLibrarysOwnExceptionsAreTranslatedToo) {

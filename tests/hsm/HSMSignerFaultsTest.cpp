@@ -252,6 +252,15 @@ TEST_F(HSMFault, OrNoneLeavesThePINInMemoryThatIsReleased) {
     EXPECT_EQ(watch.blocksWithSecret(), 0U);
 }
 
+TEST_F(HSMFault, OrNoneLeavesAMessageFromAStreamInMemoryThatIsReleased) {
+    std::istringstream message("a message that is read from a stream");
+    HSMSigner const signer(HSMObject(Token::module(), Token::uri("rsa2048")), RSAPaddingMode::PSS, nullptr);
+    ReleaseWatch const watch(bytes("is read from"));
+    signer.sign(message, engine);
+    EXPECT_GT(watch.blocks(), 0U);
+    EXPECT_EQ(watch.blocksWithSecret(), 0U);
+}
+
 class HSMCalls : public HSMFault {};
 
 std::vector<std::string> const lookup{"OSSL_LIB_CTX_new",

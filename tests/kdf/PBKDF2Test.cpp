@@ -40,10 +40,10 @@ INSTANTIATE_TEST_SUITE_P(, PBKDF2Vectors, testing::Values("pbkdf2_published.txt"
 
 TEST_P(PBKDF2Vectors, Agree) {
     for (Vector const& vector : readVectors(GetParam())) {
+        SCOPED_TRACE(vector.id());
         EXPECT_EQ(derive(text(vector.bytes("password")), text(vector.bytes("salt")), vector.number("dklen"),
                          vector.number("iterations")),
-                  vector.word("dk"))
-            << vector.id();
+                  vector.word("dk"));
     }
 }
 

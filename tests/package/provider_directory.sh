@@ -15,7 +15,7 @@ fail() {
 # Takes what the libraries were configured with, without building them: of a component that does not exist there is
 # nothing to install, but the refusal counts for every one.
 configure() { # PROVIDER_DIRECTORY
-    "$cmake" -S "$source" -B "$work/build" -DBUILD_TESTING=OFF -DOPENSSL_INCLUDE_DIR="$include" \
+    "$cmake" -S "$source" -B "$work/build" -G Ninja -DBUILD_TESTING=OFF -DOPENSSL_INCLUDE_DIR="$include" \
         -DOPENSSL_CRYPTO_LIBRARY="$libcrypto" -DCMAKE_CXX_COMPILER="$compiler" -DZRFL_PKCS11_PROVIDER_DIR="$1" >/dev/null
 }
 install() { "$cmake" --install "$work/build" --prefix "$work/installed" --component "$1" 2>&1; }

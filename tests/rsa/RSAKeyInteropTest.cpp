@@ -104,7 +104,7 @@ TYPED_TEST(RSAKeyInterop, WeReadWhatOpensslWrites) {
 TEST(RSAKeyVectors, GoInAndOutUnchanged) {
     std::size_t checked = 0;
     for (Vector const& vector : readVectors("rsa_pkcs1_sign.txt")) {
-        SCOPED_TRACE(vector.id());
+        SCOPED_TRACE(vector.word("id")); // which does not count it as run: its signature is not looked at
         ByteArray const pkcs8 = vector.bytes("pkcs8");
         ByteArray const spki = vector.bytes("spki");
         auto const goesThrough = [&](auto ofSize, KeySignatureMethod method) {

@@ -365,6 +365,17 @@ TEST(RSAKeyKind, IsNotLookedAtWhenTheSizeIsRight) {
                   dsaPublic->getPublicExponent());
 }
 
+TEST(RSAKeyKind, IsToldByTheModulusThatOtherKindsLack) {
+    std::string const noModulus = "Failed to get the modulus for the public key";
+    auto const diffieHellman = provider.createRSA2048PublicKey(readKey("dh2048-public.pem"));
+    EXPECT_THROWS(InternalException, noModulus, diffieHellman->getModulus());
+    EXPECT_NO_THROW(provider.createRSA2048PrivateKey(readKey("dh2048-private.pem")));
+    auto const mlKEM = provider.createRSA1024PublicKey(readKey("mlkem1024-public.pem"));
+    EXPECT_THROWS(InternalException, noModulus, mlKEM->getModulus());
+    EXPECT_NO_THROW(provider.createRSA1024PrivateKey(readKey("mlkem1024-private.pem")));
+    EXPECT_EQ(provider.createRSA2048PublicKey(readKey("rsapss2048-public.pem"))->getModulus().size(), 256U);
+}
+
 TEST(RSAKeyKind, ShowsInTheSizeOtherwise) {
     EXPECT_THROWS(Exception, wrongSize("private", 256, 2048),
                   provider.createRSA2048PrivateKey(readKey("p256-private.pem")));
@@ -633,6 +644,8 @@ TEST(RSASizeQuery, RefusesEveryOtherSize) {
 TEST(RSASizeQuery, LooksAtNothingButTheSize) {
     EXPECT_EQ(provider.getPrivateKeySignatureMethod(readKey("dsa1024-private.pem"), ""), KeySignatureMethod::RSA1024);
     EXPECT_EQ(provider.getPublicKeySignatureMethod(readKey("rsapss2048-public.pem")), KeySignatureMethod::RSA2048);
+    EXPECT_EQ(provider.getPrivateKeySignatureMethod(readKey("dh2048-private.pem"), ""), KeySignatureMethod::RSA2048);
+    EXPECT_EQ(provider.getPublicKeySignatureMethod(readKey("mlkem1024-public.pem")), KeySignatureMethod::RSA1024);
 }
 
 TEST(RSASizeQuery, ReportsWhatTheLoadersReport) {

@@ -1,5 +1,7 @@
 #include "Allocations.h"
 
+#include "RepeatedMemory.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -12,13 +14,15 @@ namespace support {
 struct AllocationState {
     int untilFailure = 0; // 0: none is to fail
     bool failed = false;
+    bool repeats = false; // large blocks
     ReleaseWatch* watch = nullptr;
     AllocationRecording* recording = nullptr;
-    bool busy = false; // with the recording, whose own memory does not count
+    long live = 0;
 
     void* allocate(std::size_t size) {
         constexpr std::size_t tooLarge = std::size_t(1) << 40; // AddressSanitizer would end the program over it
-        if (!busy && untilFailure > 0 && --untilFailure == 0) {
+        bool const counts = ForeignAllocations::depth == 0;
+        if (counts && untilFailure > 0 && --untilFailure == 0) {
             failed = true;
             throw std::bad_alloc();
         }
@@ -26,12 +30,15 @@ struct AllocationState {
         if (block == nullptr) {
             throw std::bad_alloc();
         }
-        if (!busy && recording != nullptr) {
-            busy = true;
+        if (repeats && size >= std::size_t(1) << 30) {
+            repeatMemory(block, size);
+        }
+        ++live;
+        if (counts && recording != nullptr) {
+            ForeignAllocations const own; // the recording's own memory does not count
             recording->blocks_.push_back({block, size});
             recording->held_ += size;
             recording->peak_ = std::max(recording->peak_, recording->held_);
-            busy = false;
         }
         return block;
     }
@@ -43,11 +50,11 @@ struct AllocationState {
                 memmem(block, malloc_usable_size(block), watch->secret_.data(), watch->secret_.size());
             watch->blocksWithSecret_ += found == nullptr ? 0 : 1;
         }
-        if (!busy && recording != nullptr) {
-            busy = true;
+        if (ForeignAllocations::depth == 0 && recording != nullptr) {
+            ForeignAllocations const own;
             record(block);
-            busy = false;
         }
+        live -= block == nullptr ? 0 : 1;
         std::free(block);
     }
 
@@ -83,6 +90,18 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::happened() const {
     return state.failed;
+}
+
+RepeatedBlocks::RepeatedBlocks() {
+    state.repeats = true;
+}
+
+RepeatedBlocks::~RepeatedBlocks() {
+    state.repeats = false;
+}
+
+long liveAllocations() {
+    return state.live;
 }
 
 ReleaseWatch::ReleaseWatch(ByteArray secret) : secret_(std::move(secret)) {

@@ -20,6 +20,34 @@ public:
     bool happened() const;
 };
 
+/// While it lives, the blocks of a GiB or more that operator new hands out on this thread repeat the same two MiB of
+/// memory (RepeatedMemory.h): for sizes that matter while the content does not.
+class RepeatedBlocks {
+public:
+    RepeatedBlocks();
+    ~RepeatedBlocks();
+    RepeatedBlocks(RepeatedBlocks const&) = delete;
+    RepeatedBlocks& operator=(RepeatedBlocks const&) = delete;
+};
+
+/// While it lives, the allocations on this thread are somebody else's: they are not counted, not failed, not recorded.
+class [[gnu::visibility("default")]] ForeignAllocations {
+public:
+    ForeignAllocations() { ++depth; }
+
+    ~ForeignAllocations() { --depth; }
+
+    ForeignAllocations(ForeignAllocations const&) = delete;
+    ForeignAllocations& operator=(ForeignAllocations const&) = delete;
+
+private:
+    friend struct AllocationState;
+    static inline thread_local int depth = 0;
+};
+
+/// How many blocks of operator new this thread holds, those included that others allocated for it.
+long liveAllocations();
+
 /// Looks at every block that operator delete releases on this thread while it lives, at the moment of its release.
 class ReleaseWatch {
 public:

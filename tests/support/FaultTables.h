@@ -166,7 +166,7 @@ inline void expectForgotten(std::string const& call, Variants const& operation) 
         run();
         HostsMark const mark;
         Failing noisy(call);
-        noisy.withError("a rattle in the engine room").butSucceeding();
+        noisy.withError("a rattle in the engine room").succeeding();
         run();
         EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), HostsMark::reason);
         EXPECT_TRUE(mark.isThere());

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <string_view>
+#include <utility>
 
 namespace support {
 
@@ -15,17 +16,18 @@ struct FaultState {
     std::vector<Recording*> recordings;
     std::vector<Failing*> failings;
     std::vector<detail::Replacement*> replacements;
-    bool judging = false;
+    bool unwatched = false;
 
     bool empty() const { return recordings.empty() && failings.empty() && replacements.empty(); }
 
-    Verdict judge(char const* function, std::vector<std::intptr_t> arguments) {
+    Verdict judge(Call const& call) {
         for (Recording* const recording : recordings) {
-            recording->calls_.push_back({function, arguments});
+            recording->calls_.push_back(call);
         }
+        void* const replacement = replacementOf(call.function);
         Failing* now = nullptr;
         for (Failing* const failing : failings) {
-            if (failing->function_ == function && --failing->left_ == 0) {
+            if (failing->function_ == call.function && --failing->left_ == 0) {
                 now = failing;
             }
         }
@@ -33,14 +35,19 @@ struct FaultState {
             if (!now->error_.empty()) {
                 ERR_raise_data(ERR_LIB_USER, 1, "%s", now->error_.c_str());
             }
-            return {true, now->hasResult_, now->result_, now->carriedOut_, now->succeeds_, nullptr};
+            return {!now->succeeds_, now->hasResult_, now->result_, now->carriedOut_, replacement};
         }
+        return {false, false, 0, false, replacement};
+    }
+
+private:
+    void* replacementOf(std::string const& function) const {
         for (detail::Replacement* const replacement : replacements) {
             if (replacement->function == function) {
-                return {false, false, 0, false, false, replacement->body};
+                return replacement->body;
             }
         }
-        return {};
+        return nullptr;
     }
 };
 
@@ -108,7 +115,7 @@ Failing& Failing::carriedOut(bool carriedOut) {
     return *this;
 }
 
-Failing& Failing::butSucceeding() {
+Failing& Failing::succeeding() {
     succeeds_ = true;
     return *this;
 }
@@ -125,8 +132,14 @@ Replacement::~Replacement() {
 
 } // namespace detail
 
+Unwatched::Unwatched() : before_(std::exchange(state.unwatched, true)) {}
+
+Unwatched::~Unwatched() {
+    state.unwatched = before_;
+}
+
 bool isWatched(void const* caller) {
-    if (state.empty() || state.judging) {
+    if (state.empty() || state.unwatched) {
         return false;
     }
     std::string_view const file = fileOf(caller);
@@ -134,11 +147,9 @@ bool isWatched(void const* caller) {
     return file == program || file.find("/libzrflcryptoopenssl.so") != std::string_view::npos;
 }
 
-Verdict judge(char const* function, std::vector<std::intptr_t> arguments) {
-    state.judging = true;
-    Verdict const verdict = state.judge(function, std::move(arguments));
-    state.judging = false;
-    return verdict;
+Verdict judge(Call const& call) {
+    Unwatched const own;
+    return state.judge(call);
 }
 
 } // namespace support

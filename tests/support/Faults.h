@@ -1,6 +1,8 @@
 #ifndef ZRFL_TESTS_SUPPORT_FAULTS_H
 #define ZRFL_TESTS_SUPPORT_FAULTS_H
 
+#include "Allocations.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,10 +18,14 @@
 /// or the test program itself makes: not those of libcrypto's provider modules.
 namespace support {
 
+/// What a function returns, and so how it can fail.
+enum class Returns { Nothing, Number, Size, Object };
+
 /// One call that was made: the function and its arguments, numbers and pointers alike as numbers.
 struct Call {
     std::string function;
     std::vector<std::intptr_t> arguments;
+    Returns returns;
 };
 
 /// Keeps the calls of interposed functions that are made while it lives, the failing and replaced ones included.
@@ -57,11 +63,12 @@ public:
     Failing& withError(std::string text);
     /// The call returns `result` in place of the function's usual failure result.
     Failing& returning(std::intptr_t result);
-    /// The call is carried out, effects and all, and reports failure all the same. A function that returns a new object
-    /// would leak it so.
+    /// The call is carried out, effects and all, and reports failure all the same. A new object that it would return is
+    /// released.
     Failing& carriedOut(bool carriedOut = true);
-    /// The call is carried out and its result stands: no more comes of it than the entry in the error queue.
-    Failing& butSucceeding();
+
+    /// The call is carried out and succeeds: all that is left of the failure is the error of `withError`.
+    Failing& succeeding();
 
     bool isCarriedOut() const { return carriedOut_; }
 
@@ -108,19 +115,31 @@ private:
     Body body_;
 };
 
+// The interposers of a shared library (see tests/CMakeLists.txt) ask the program, hence the visibility.
+
+/// While it lives, no call on this thread is recorded, failed or replaced.
+class [[gnu::visibility("default")]] Unwatched {
+public:
+    Unwatched();
+    ~Unwatched();
+    Unwatched(Unwatched const&) = delete;
+    Unwatched& operator=(Unwatched const&) = delete;
+
+private:
+    bool before_;
+};
+
 /// What an interposer asks: whether this call is to be recorded, failed or replaced.
 struct Verdict {
     bool fails = false;
     bool hasResult = false;
     std::intptr_t result = 0;
     bool carriedOut = false;
-    bool succeeds = false;
     void* replacement = nullptr;
 };
 
-// Of the program, also for interposers in a shared library.
 [[gnu::visibility("default")]] bool isWatched(void const* caller);
-[[gnu::visibility("default")]] Verdict judge(char const* function, std::vector<std::intptr_t> arguments);
+[[gnu::visibility("default")]] Verdict judge(Call const& call);
 
 template <class T> std::intptr_t asNumber(T value) {
     if constexpr (std::is_pointer_v<T>) {
@@ -138,26 +157,50 @@ template <class R> R fromNumber(std::intptr_t number) {
     }
 }
 
-/// The body of every interposer.
-template <class R, class... A>
+template <class R> constexpr Returns returnsOf() {
+    if constexpr (std::is_void_v<R>) {
+        return Returns::Nothing;
+    } else if constexpr (std::is_pointer_v<R>) {
+        return Returns::Object;
+    } else {
+        return std::is_signed_v<R> ? Returns::Number : Returns::Size;
+    }
+}
+
+/// For functions whose result is no object of the caller's to release.
+inline constexpr auto keepResult = [](auto /*result*/) {};
+
+/// The body of every interposer. What is allocated meanwhile is its own, or of a module that libcrypto loads.
+template <class R, class... A, class Release>
 R intercept(char const* function, void const* caller, R (*real)(A...), std::intptr_t failure,
-            std::common_type_t<std::tuple<A...>> arguments) {
+            std::common_type_t<std::tuple<A...>> arguments, Release release) {
+    ForeignAllocations const foreign;
     if (!isWatched(caller)) {
         return std::apply(real, arguments);
     }
     Verdict const verdict =
-        judge(function, std::apply([](auto... a) { return std::vector<std::intptr_t>{asNumber(a)...}; }, arguments));
-    if (verdict.fails && !verdict.succeeds) {
-        if (verdict.carriedOut) {
-            std::apply(real, arguments);
+        judge({function, std::apply([](auto... a) { return std::vector<std::intptr_t>{asNumber(a)...}; }, arguments),
+               returnsOf<R>()});
+    auto const carryOut = [&] {
+        if (verdict.replacement == nullptr) {
+            return std::apply(real, arguments);
         }
-        return fromNumber<R>(verdict.hasResult ? verdict.result : failure);
-    }
-    if (verdict.replacement != nullptr) {
         auto& body = *static_cast<std::function<R(R(*)(A...), A...)>*>(verdict.replacement);
         return std::apply([&](auto... a) { return body(real, a...); }, arguments);
+    };
+    if (!verdict.fails) {
+        return carryOut();
     }
-    return std::apply(real, arguments);
+    if (verdict.carriedOut) {
+        if constexpr (std::is_void_v<R>) {
+            carryOut();
+        } else {
+            R const result = carryOut();
+            Unwatched const own;
+            release(result);
+        }
+    }
+    return fromNumber<R>(verdict.hasResult ? verdict.result : failure);
 }
 
 } // namespace support

@@ -22,15 +22,24 @@
 #define ZRFL_INTERPOSE(result, name, parameters, arguments, failure)                                                   \
     extern "C" result name parameters {                                                                                \
         static auto const real = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name));                           \
-        return support::intercept(#name, __builtin_return_address(0), real, failure, std::make_tuple arguments);       \
+        return support::intercept(#name, __builtin_return_address(0), real, failure, std::make_tuple arguments,        \
+                                  support::keepResult);                                                                \
+    }
+
+// For functions that return a new object, null when they fail: the last column is how it is released.
+#define ZRFL_INTERPOSE_MAKER(result, name, parameters, arguments, release)                                             \
+    extern "C" result name parameters {                                                                                \
+        static auto const real = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name));                           \
+        return support::intercept(#name, __builtin_return_address(0), real, 0, std::make_tuple arguments, release);    \
     }
 
 // For functions that return nothing: they can be recorded, not failed.
 #define ZRFL_OBSERVE(name, type)                                                                                       \
     extern "C" void name(type* object) {                                                                               \
         static auto const real = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name));                           \
+        support::ForeignAllocations const foreign;                                                                     \
         if (support::isWatched(__builtin_return_address(0))) {                                                         \
-            support::judge(#name, {support::asNumber(object)});                                                        \
+            support::judge({#name, {support::asNumber(object)}, support::Returns::Nothing});                           \
         }                                                                                                              \
         real(object);                                                                                                  \
     }
@@ -39,7 +48,7 @@
 ZRFL_INTERPOSE(int, OPENSSL_init_crypto, (uint64_t options, OPENSSL_INIT_SETTINGS const* settings), (options, settings), 0)
 
 // Memory BIOs
-ZRFL_INTERPOSE(BIO*, BIO_new, (BIO_METHOD const* method), (method), 0)
+ZRFL_INTERPOSE_MAKER(BIO*, BIO_new, (BIO_METHOD const* method), (method), BIO_free_all)
 ZRFL_INTERPOSE(int, BIO_write, (BIO* bio, void const* data, int size), (bio, data, size), -1)
 ZRFL_INTERPOSE(int, BIO_read, (BIO* bio, void* data, int size), (bio, data, size), -1)
 ZRFL_INTERPOSE(long, BIO_ctrl, (BIO* bio, int command, long number, void* pointer), (bio, command, number, pointer), 0)
@@ -49,12 +58,12 @@ ZRFL_OBSERVE(BIO_free_all, BIO)
 ZRFL_OBSERVE(NCONF_free, CONF)
 
 // Numbers and points
-ZRFL_INTERPOSE(BIGNUM*, BN_new, (), (), 0)
-ZRFL_INTERPOSE(BIGNUM*, BN_bin2bn, (unsigned char const* data, int size, BIGNUM* number), (data, size, number), 0)
+ZRFL_INTERPOSE_MAKER(BIGNUM*, BN_new, (), (), BN_free)
+ZRFL_INTERPOSE_MAKER(BIGNUM*, BN_bin2bn, (unsigned char const* data, int size, BIGNUM* number), (data, size, number), BN_free)
 ZRFL_INTERPOSE(int, BN_bn2bin, (BIGNUM const* number, unsigned char* data), (number, data), -1)
-ZRFL_INTERPOSE(BN_CTX*, BN_CTX_new, (), (), 0)
-ZRFL_INTERPOSE(EC_GROUP*, EC_GROUP_new_by_curve_name, (int nid), (nid), 0)
-ZRFL_INTERPOSE(EC_POINT*, EC_POINT_new, (EC_GROUP const* group), (group), 0)
+ZRFL_INTERPOSE_MAKER(BN_CTX*, BN_CTX_new, (), (), BN_CTX_free)
+ZRFL_INTERPOSE_MAKER(EC_GROUP*, EC_GROUP_new_by_curve_name, (int nid), (nid), EC_GROUP_free)
+ZRFL_INTERPOSE_MAKER(EC_POINT*, EC_POINT_new, (EC_GROUP const* group), (group), EC_POINT_free)
 ZRFL_INTERPOSE(int, EC_POINT_oct2point, (EC_GROUP const* group, EC_POINT* point, unsigned char const* data, size_t size, BN_CTX* context), (group, point, data, size, context), 0)
 ZRFL_INTERPOSE(size_t, EC_POINT_point2oct, (EC_GROUP const* group, EC_POINT const* point, point_conversion_form_t form, unsigned char* data, size_t size, BN_CTX* context), (group, point, form, data, size, context), 0)
 ZRFL_INTERPOSE(int, EC_POINT_mul, (EC_GROUP const* group, EC_POINT* result, BIGNUM const* n, EC_POINT const* q, BIGNUM const* m, BN_CTX* context), (group, result, n, q, m, context), 0)
@@ -65,16 +74,16 @@ ZRFL_OBSERVE(EC_POINT_free, EC_POINT)
 
 // Digests and MACs
 ZRFL_INTERPOSE(EVP_MD const*, EVP_get_digestbyname, (char const* name), (name), 0)
-ZRFL_INTERPOSE(EVP_MD_CTX*, EVP_MD_CTX_new, (), (), 0)
+ZRFL_INTERPOSE_MAKER(EVP_MD_CTX*, EVP_MD_CTX_new, (), (), EVP_MD_CTX_free)
 ZRFL_INTERPOSE(int, EVP_MD_CTX_get_size_ex, (EVP_MD_CTX const* context), (context), -1)
 ZRFL_INTERPOSE(int, EVP_MD_CTX_copy_ex, (EVP_MD_CTX* target, EVP_MD_CTX const* source), (target, source), 0)
 ZRFL_INTERPOSE(int, EVP_DigestInit_ex, (EVP_MD_CTX* context, EVP_MD const* digest, ENGINE* engine), (context, digest, engine), 0)
 ZRFL_INTERPOSE(int, EVP_DigestInit_ex2, (EVP_MD_CTX* context, EVP_MD const* digest, OSSL_PARAM const* parameters), (context, digest, parameters), 0)
 ZRFL_INTERPOSE(int, EVP_DigestUpdate, (EVP_MD_CTX* context, void const* data, size_t size), (context, data, size), 0)
 ZRFL_INTERPOSE(int, EVP_DigestFinal_ex, (EVP_MD_CTX* context, unsigned char* digest, unsigned int* size), (context, digest, size), 0)
-ZRFL_INTERPOSE(EVP_MAC*, EVP_MAC_fetch, (OSSL_LIB_CTX* library, char const* name, char const* properties), (library, name, properties), 0)
-ZRFL_INTERPOSE(EVP_MAC_CTX*, EVP_MAC_CTX_new, (EVP_MAC* mac), (mac), 0)
-ZRFL_INTERPOSE(EVP_MAC_CTX*, EVP_MAC_CTX_dup, (EVP_MAC_CTX const* source), (source), 0)
+ZRFL_INTERPOSE_MAKER(EVP_MAC*, EVP_MAC_fetch, (OSSL_LIB_CTX* library, char const* name, char const* properties), (library, name, properties), EVP_MAC_free)
+ZRFL_INTERPOSE_MAKER(EVP_MAC_CTX*, EVP_MAC_CTX_new, (EVP_MAC* mac), (mac), EVP_MAC_CTX_free)
+ZRFL_INTERPOSE_MAKER(EVP_MAC_CTX*, EVP_MAC_CTX_dup, (EVP_MAC_CTX const* source), (source), EVP_MAC_CTX_free)
 ZRFL_INTERPOSE(int, EVP_MAC_init, (EVP_MAC_CTX* context, unsigned char const* key, size_t size, OSSL_PARAM const* parameters), (context, key, size, parameters), 0)
 ZRFL_INTERPOSE(int, EVP_MAC_update, (EVP_MAC_CTX* context, unsigned char const* data, size_t size), (context, data, size), 0)
 ZRFL_INTERPOSE(int, EVP_MAC_final, (EVP_MAC_CTX* context, unsigned char* code, size_t* size, size_t capacity), (context, code, size, capacity), 0)
@@ -103,7 +112,7 @@ ZRFL_INTERPOSE(EVP_CIPHER const*, EVP_aes_256_gcm, (), (), 0)
 ZRFL_INTERPOSE(EVP_CIPHER const*, EVP_aes_128_ctr, (), (), 0)
 ZRFL_INTERPOSE(EVP_CIPHER const*, EVP_aes_192_ctr, (), (), 0)
 ZRFL_INTERPOSE(EVP_CIPHER const*, EVP_aes_256_ctr, (), (), 0)
-ZRFL_INTERPOSE(EVP_CIPHER_CTX*, EVP_CIPHER_CTX_new, (), (), 0)
+ZRFL_INTERPOSE_MAKER(EVP_CIPHER_CTX*, EVP_CIPHER_CTX_new, (), (), EVP_CIPHER_CTX_free)
 ZRFL_INTERPOSE(int, EVP_CIPHER_CTX_set_padding, (EVP_CIPHER_CTX* context, int padding), (context, padding), 0)
 ZRFL_INTERPOSE(int, EVP_CIPHER_CTX_ctrl, (EVP_CIPHER_CTX* context, int command, int number, void* pointer), (context, command, number, pointer), 0)
 ZRFL_INTERPOSE(int, EVP_EncryptInit_ex, (EVP_CIPHER_CTX* context, EVP_CIPHER const* cipher, ENGINE* engine, unsigned char const* key, unsigned char const* iv), (context, cipher, engine, key, iv), 0)
@@ -115,18 +124,18 @@ ZRFL_INTERPOSE(int, EVP_DecryptFinal_ex, (EVP_CIPHER_CTX* context, unsigned char
 ZRFL_OBSERVE(EVP_CIPHER_CTX_free, EVP_CIPHER_CTX)
 
 // Keys
-ZRFL_INTERPOSE(EVP_PKEY*, EVP_PKEY_new, (), (), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, EVP_PKEY_dup, (EVP_PKEY* key), (key), 0)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, EVP_PKEY_new, (), (), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, EVP_PKEY_dup, (EVP_PKEY* key), (key), EVP_PKEY_free)
 ZRFL_INTERPOSE(int, EVP_PKEY_get_bits, (EVP_PKEY const* key), (key), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_get_size, (EVP_PKEY const* key), (key), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_get_base_id, (EVP_PKEY const* key), (key), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_get_bn_param, (EVP_PKEY const* key, char const* name, BIGNUM** number), (key, name, number), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_todata, (EVP_PKEY const* key, int selection, OSSL_PARAM** parameters), (key, selection, parameters), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, EVP_PKEY_new_raw_private_key, (int type, ENGINE* engine, unsigned char const* data, size_t size), (type, engine, data, size), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, EVP_PKEY_new_raw_public_key, (int type, ENGINE* engine, unsigned char const* data, size_t size), (type, engine, data, size), 0)
-ZRFL_INTERPOSE(EVP_PKEY_CTX*, EVP_PKEY_CTX_new, (EVP_PKEY* key, ENGINE* engine), (key, engine), 0)
-ZRFL_INTERPOSE(EVP_PKEY_CTX*, EVP_PKEY_CTX_new_id, (int type, ENGINE* engine), (type, engine), 0)
-ZRFL_INTERPOSE(EVP_PKEY_CTX*, EVP_PKEY_CTX_new_from_name, (OSSL_LIB_CTX* library, char const* name, char const* properties), (library, name, properties), 0)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, EVP_PKEY_new_raw_private_key, (int type, ENGINE* engine, unsigned char const* data, size_t size), (type, engine, data, size), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, EVP_PKEY_new_raw_public_key, (int type, ENGINE* engine, unsigned char const* data, size_t size), (type, engine, data, size), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY_CTX*, EVP_PKEY_CTX_new, (EVP_PKEY* key, ENGINE* engine), (key, engine), EVP_PKEY_CTX_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY_CTX*, EVP_PKEY_CTX_new_id, (int type, ENGINE* engine), (type, engine), EVP_PKEY_CTX_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY_CTX*, EVP_PKEY_CTX_new_from_name, (OSSL_LIB_CTX* library, char const* name, char const* properties), (library, name, properties), EVP_PKEY_CTX_free)
 ZRFL_INTERPOSE(int, EVP_PKEY_CTX_ctrl_str, (EVP_PKEY_CTX* context, char const* name, char const* value), (context, name, value), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_keygen_init, (EVP_PKEY_CTX* context), (context), 0)
 ZRFL_INTERPOSE(int, EVP_PKEY_keygen, (EVP_PKEY_CTX* context, EVP_PKEY** key), (context, key), 0)
@@ -143,12 +152,12 @@ extern "C" EVP_PKEY* EVP_PKEY_Q_keygen(OSSL_LIB_CTX* library, char const* proper
     va_end(variable);
     using RSAKeygen = EVP_PKEY* (*)(OSSL_LIB_CTX*, char const*, char const*, size_t);
     static auto const real = reinterpret_cast<RSAKeygen>(dlsym(RTLD_NEXT, "EVP_PKEY_Q_keygen"));
-    return support::intercept("EVP_PKEY_Q_keygen", __builtin_return_address(0), real, 0, std::make_tuple(library, properties, type, bits));
+    return support::intercept("EVP_PKEY_Q_keygen", __builtin_return_address(0), real, 0, std::make_tuple(library, properties, type, bits), EVP_PKEY_free);
 }
 
 // Parameters
-ZRFL_INTERPOSE(OSSL_PARAM_BLD*, OSSL_PARAM_BLD_new, (), (), 0)
-ZRFL_INTERPOSE(OSSL_PARAM*, OSSL_PARAM_BLD_to_param, (OSSL_PARAM_BLD* builder), (builder), 0)
+ZRFL_INTERPOSE_MAKER(OSSL_PARAM_BLD*, OSSL_PARAM_BLD_new, (), (), OSSL_PARAM_BLD_free)
+ZRFL_INTERPOSE_MAKER(OSSL_PARAM*, OSSL_PARAM_BLD_to_param, (OSSL_PARAM_BLD* builder), (builder), OSSL_PARAM_free)
 ZRFL_INTERPOSE(int, OSSL_PARAM_BLD_push_BN, (OSSL_PARAM_BLD* builder, char const* name, BIGNUM const* number), (builder, name, number), 0)
 ZRFL_INTERPOSE(int, OSSL_PARAM_BLD_push_utf8_string, (OSSL_PARAM_BLD* builder, char const* name, char const* text, size_t size), (builder, name, text, size), 0)
 ZRFL_INTERPOSE(int, OSSL_PARAM_BLD_push_octet_string, (OSSL_PARAM_BLD* builder, char const* name, void const* data, size_t size), (builder, name, data, size), 0)
@@ -159,14 +168,14 @@ ZRFL_OBSERVE(OSSL_PARAM_BLD_free, OSSL_PARAM_BLD)
 ZRFL_OBSERVE(OSSL_PARAM_free, OSSL_PARAM)
 
 // Encodings
-ZRFL_INTERPOSE(EVP_PKEY*, PEM_read_bio_PUBKEY, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, PEM_read_bio_PrivateKey, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), 0)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, PEM_read_bio_PUBKEY, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, PEM_read_bio_PrivateKey, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), EVP_PKEY_free)
 ZRFL_INTERPOSE(int, PEM_write_bio_PUBKEY, (BIO* bio, EVP_PKEY const* key), (bio, key), 0)
 ZRFL_INTERPOSE(int, PEM_write_bio_PrivateKey, (BIO* bio, EVP_PKEY const* key, EVP_CIPHER const* cipher, unsigned char const* password, int size, pem_password_cb* callback, void* user), (bio, key, cipher, password, size, callback, user), 0)
 ZRFL_INTERPOSE(int, PEM_write_bio_PKCS8PrivateKey, (BIO* bio, EVP_PKEY const* key, EVP_CIPHER const* cipher, char const* password, int size, pem_password_cb* callback, void* user), (bio, key, cipher, password, size, callback, user), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, d2i_PKCS8PrivateKey_bio, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, d2i_PrivateKey_bio, (BIO* bio, EVP_PKEY** key), (bio, key), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, d2i_PUBKEY_bio, (BIO* bio, EVP_PKEY** key), (bio, key), 0)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, d2i_PKCS8PrivateKey_bio, (BIO* bio, EVP_PKEY** key, pem_password_cb* callback, void* user), (bio, key, callback, user), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, d2i_PrivateKey_bio, (BIO* bio, EVP_PKEY** key), (bio, key), EVP_PKEY_free)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, d2i_PUBKEY_bio, (BIO* bio, EVP_PKEY** key), (bio, key), EVP_PKEY_free)
 ZRFL_INTERPOSE(int, i2d_PKCS8PrivateKey_bio, (BIO* bio, EVP_PKEY const* key, EVP_CIPHER const* cipher, char const* password, int size, pem_password_cb* callback, void* user), (bio, key, cipher, password, size, callback, user), 0)
 ZRFL_INTERPOSE(int, i2d_PUBKEY_bio, (BIO* bio, EVP_PKEY const* key), (bio, key), 0)
 
@@ -185,15 +194,15 @@ ZRFL_INTERPOSE(int, EVP_DigestSign, (EVP_MD_CTX* context, unsigned char* signatu
 ZRFL_INTERPOSE(int, EVP_DigestVerify, (EVP_MD_CTX* context, unsigned char const* signature, size_t size, unsigned char const* data, size_t dataSize), (context, signature, size, data, dataSize), 0)
 
 // Providers and stores
-ZRFL_INTERPOSE(OSSL_LIB_CTX*, OSSL_LIB_CTX_new, (), (), 0)
+ZRFL_INTERPOSE_MAKER(OSSL_LIB_CTX*, OSSL_LIB_CTX_new, (), (), OSSL_LIB_CTX_free)
 ZRFL_INTERPOSE(int, OSSL_PROVIDER_set_default_search_path, (OSSL_LIB_CTX* library, char const* path), (library, path), 0)
-ZRFL_INTERPOSE(OSSL_PROVIDER*, OSSL_PROVIDER_load, (OSSL_LIB_CTX* library, char const* name), (library, name), 0)
+ZRFL_INTERPOSE_MAKER(OSSL_PROVIDER*, OSSL_PROVIDER_load, (OSSL_LIB_CTX* library, char const* name), (library, name), OSSL_PROVIDER_unload)
 ZRFL_INTERPOSE(int, OSSL_PROVIDER_add_conf_parameter, (OSSL_PROVIDER* provider, char const* name, char const* value), (provider, name, value), 0)
 ZRFL_INTERPOSE(int, OSSL_PROVIDER_unload, (OSSL_PROVIDER* provider), (provider), 0)
-ZRFL_INTERPOSE(OSSL_STORE_CTX*, OSSL_STORE_open_ex, (char const* uri, OSSL_LIB_CTX* library, char const* properties, UI_METHOD const* ui, void* uiData, OSSL_PARAM const* parameters, OSSL_STORE_post_process_info_fn postProcess, void* postProcessData), (uri, library, properties, ui, uiData, parameters, postProcess, postProcessData), 0)
-ZRFL_INTERPOSE(OSSL_STORE_INFO*, OSSL_STORE_load, (OSSL_STORE_CTX* store), (store), 0)
+ZRFL_INTERPOSE_MAKER(OSSL_STORE_CTX*, OSSL_STORE_open_ex, (char const* uri, OSSL_LIB_CTX* library, char const* properties, UI_METHOD const* ui, void* uiData, OSSL_PARAM const* parameters, OSSL_STORE_post_process_info_fn postProcess, void* postProcessData), (uri, library, properties, ui, uiData, parameters, postProcess, postProcessData), OSSL_STORE_close)
+ZRFL_INTERPOSE_MAKER(OSSL_STORE_INFO*, OSSL_STORE_load, (OSSL_STORE_CTX* store), (store), OSSL_STORE_INFO_free)
 ZRFL_INTERPOSE(int, OSSL_STORE_INFO_get_type, (OSSL_STORE_INFO const* info), (info), 0)
-ZRFL_INTERPOSE(EVP_PKEY*, OSSL_STORE_INFO_get1_PKEY, (OSSL_STORE_INFO const* info), (info), 0)
+ZRFL_INTERPOSE_MAKER(EVP_PKEY*, OSSL_STORE_INFO_get1_PKEY, (OSSL_STORE_INFO const* info), (info), EVP_PKEY_free)
 ZRFL_INTERPOSE(int, OSSL_STORE_close, (OSSL_STORE_CTX* store), (store), 0)
 ZRFL_OBSERVE(OSSL_STORE_INFO_free, OSSL_STORE_INFO)
 ZRFL_OBSERVE(OSSL_LIB_CTX_free, OSSL_LIB_CTX)

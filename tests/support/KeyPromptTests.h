@@ -38,6 +38,9 @@ protected:
 };
 
 TEST_P(KeyPrompt, IsNeverWrittenOnTheTerminal) {
+    if (!hasPseudoTerminals()) {
+        GTEST_SKIP() << "this machine has no pseudo-terminals";
+    }
     TerminalUse const use = runAtTerminal(GetParam().readAllWithoutPasswords);
     EXPECT_TRUE(use.finished);
     EXPECT_EQ(use.written, "");
@@ -50,10 +53,13 @@ TEST_P(KeyPrompt, NeverReadsTheStandardInput) {
 }
 
 TEST_P(KeyPrompt, WouldHaveBeenSeen) {
+    EXPECT_NE(runWithInput("password\n", askForThePassword).unread, "password\n");
+    if (!hasPseudoTerminals()) {
+        GTEST_SKIP() << "this machine has no pseudo-terminals";
+    }
     TerminalUse const atTerminal = runAtTerminal(askForThePassword);
     EXPECT_FALSE(atTerminal.finished);
     EXPECT_EQ(atTerminal.written, "Enter PEM pass phrase:");
-    EXPECT_NE(runWithInput("password\n", askForThePassword).unread, "password\n");
 }
 
 /// Throws unless each of `readers` refuses the key with exactly `Refusal` and `text`. They get the key as a stream.

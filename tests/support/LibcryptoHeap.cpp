@@ -11,6 +11,7 @@ namespace support {
 
 struct LibcryptoHeap {
     static thread_local int untilFailure; // 0: none is to fail
+    static thread_local long live;
     static thread_local LibcryptoWatch* watch;
     static bool replaced;
 
@@ -23,7 +24,9 @@ struct LibcryptoHeap {
     }
 
     static void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
-        return size == 0 || failsNow() ? nullptr : std::malloc(size);
+        void* const block = size == 0 || failsNow() ? nullptr : std::malloc(size);
+        live += block == nullptr ? 0 : 1;
+        return block;
     }
 
     // Moves the block always, so that what is left at its old place is looked at.
@@ -44,6 +47,7 @@ struct LibcryptoHeap {
         if (block != nullptr && watch != nullptr) {
             watch->look(block);
         }
+        live -= block == nullptr ? 0 : 1;
         std::free(block);
     }
 
@@ -54,11 +58,16 @@ struct LibcryptoHeap {
 };
 
 thread_local int LibcryptoHeap::untilFailure = 0;
+thread_local long LibcryptoHeap::live = 0;
 thread_local LibcryptoWatch* LibcryptoHeap::watch = nullptr;
 bool LibcryptoHeap::replaced = false;
 
 bool isLibcryptoHeapReplaced() {
     return LibcryptoHeap::replaced;
+}
+
+long liveLibcryptoAllocations() {
+    return LibcryptoHeap::live;
 }
 
 ExhaustedLibcrypto::ExhaustedLibcrypto(int nth) {

@@ -31,6 +31,9 @@ public:
     bool happened() const;
 };
 
+/// How many blocks libcrypto holds for this thread.
+long liveLibcryptoAllocations();
+
 /// Looks at every block that libcrypto releases on this thread while it lives, at the moment of its release.
 class LibcryptoWatch {
 public:

@@ -8,9 +8,17 @@
 #include "Provider.h"
 #include "RSA.h"
 
+#include <openssl/provider.h>
+#include <openssl/rsa.h>
+#include <openssl/store.h>
+
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <sstream>
+#include <streambuf>
 #include <type_traits>
 #include <utility>
 
@@ -50,20 +58,137 @@ template <EllipticCurve C> std::vector<void const*> objectsIn(ECCKeyPairPtr<C> c
     return {mostDerived(pair), mostDerived(pair->getPrivateKey()), mostDerived(pair->getPublicKey())};
 }
 
-/// Adds the operation that is `call(arguments)` after `arguments = prepare()`, and whose result is
-/// `describe(arguments, result)` in bytes.
-template <class Prepare, class Call, class Describe>
-void add(List& list, std::string interface, std::string name, std::string kind, Prepare prepare, Call call,
-         Describe describe) {
-    list.push_back({std::move(interface), std::move(name), std::move(kind), [=] {
-                        using Arguments = decltype(prepare());
-                        using Result = std::decay_t<decltype(call(std::declval<Arguments&>()))>;
-                        auto const arguments = std::make_shared<Arguments>(prepare());
-                        auto const result = std::make_shared<std::optional<Result>>();
-                        return OperationRun{[=] { result->emplace(call(*arguments)); },
-                                            [=] { return describe(*arguments, result->value()); },
-                                            [=] { return objectsIn(result->value()); }};
-                    }});
+// What a stream operation works on. A copy of it has streams of its own, with nothing read or written yet.
+
+class Input {
+public:
+    explicit Input(ByteArray const& content) : Input(text(content)) {}
+
+    explicit Input(std::string const& content) : stream_(std::make_unique<std::istringstream>(content)) {}
+
+    Input(Input const& other) : Input(other.stream_->str()) {}
+
+    std::istream& operator*() const { return *stream_; }
+
+private:
+    std::unique_ptr<std::istringstream> stream_;
+};
+
+/// Needs no memory that may run out: that a host's own stream fails is another matter.
+class Output : public std::ostream {
+public:
+    Output() : std::ostream(nullptr) { rdbuf(&sink_); }
+
+    ByteArray written() const { return sink_.written(); }
+
+private:
+    class Sink : public std::streambuf {
+    public:
+        Sink() { setp(room_.data(), room_.data() + room_.size()); }
+
+        ByteArray written() const { return ByteArray(pbase(), pptr()); }
+
+    private:
+        std::array<char, 4096> room_{};
+    };
+
+    Sink sink_;
+};
+
+struct Streams {
+    explicit Streams(ByteArray const& content) : input(content) {}
+
+    Streams(Streams const& other) : input(other.input) {}
+
+    Input input;
+    std::unique_ptr<Output> output = std::make_unique<Output>();
+};
+
+/// A run, whatever the types of its arguments and its result.
+class Run {
+public:
+    virtual ~Run() = default;
+    virtual void call() = 0;
+    virtual ByteArray outcome() = 0;
+    virtual std::vector<void const*> made() = 0;
+    virtual ByteArray again() = 0;
+    virtual bool wroteNoHalf() = 0;
+    virtual std::shared_ptr<Run> beside() = 0;
+};
+
+OperationRun toOperationRun(std::shared_ptr<Run> const& run) {
+    return {[=] { run->call(); },
+            [=] { return run->outcome(); },
+            [=] { return run->made(); },
+            [=] { return run->again(); },
+            [=] { return run->wroteNoHalf(); },
+            [=] { return toOperationRun(run->beside()); }};
+}
+
+/// The use after a call is the same call once more.
+struct SameCall {};
+
+struct NothingToWrite {};
+
+/// Calls `call(arguments)`, whose result is `describe(arguments, result)` in bytes. `again(arguments)` is what comes of
+/// a use after that.
+template <class Arguments, class Call, class Describe, class Again, class NoHalf> class RunOf : public Run {
+public:
+    RunOf(Arguments arguments, Call call, Describe describe, Again again, NoHalf wroteNoHalf)
+        : arguments_(std::move(arguments)), call_(call), describe_(describe), again_(again), wroteNoHalf_(wroteNoHalf) {
+    }
+
+    void call() override { result_.emplace(call_(arguments_)); }
+
+    ByteArray outcome() override { return describe_(arguments_, result_.value()); }
+
+    std::vector<void const*> made() override { return objectsIn(result_.value()); }
+
+    ByteArray again() override {
+        if constexpr (std::is_same_v<Again, SameCall>) {
+            RunOf same(arguments_, call_, describe_, again_, wroteNoHalf_);
+            same.call();
+            return same.outcome();
+        } else {
+            return again_(arguments_);
+        }
+    }
+
+    bool wroteNoHalf() override {
+        if constexpr (std::is_same_v<NoHalf, NothingToWrite>) {
+            return true;
+        } else {
+            return wroteNoHalf_(arguments_);
+        }
+    }
+
+    std::shared_ptr<Run> beside() override {
+        return std::make_shared<RunOf>(arguments_, call_, describe_, again_, wroteNoHalf_);
+    }
+
+private:
+    Arguments arguments_;
+    Call call_;
+    Describe describe_;
+    Again again_;
+    NoHalf wroteNoHalf_;
+    std::optional<std::decay_t<std::invoke_result_t<Call, Arguments&>>> result_;
+};
+
+template <class Prepare, class Call, class Describe, class NoHalf = NothingToWrite, class Again = SameCall>
+std::function<OperationRun()> preparing(Prepare prepare, Call call, Describe describe, NoHalf wroteNoHalf = {},
+                                        Again again = {}) {
+    return [=] {
+        using Of = RunOf<decltype(prepare()), Call, Describe, Again, NoHalf>;
+        return toOperationRun(std::make_shared<Of>(prepare(), call, describe, again, wroteNoHalf));
+    };
+}
+
+/// Adds the operation whose runs are `preparing(steps...)`.
+template <class... Steps>
+Operation& add(List& list, std::string interface, std::string name, std::string kind, Steps... steps) {
+    return list.emplace_back(
+        Operation{std::move(interface), std::move(name), std::move(kind), preparing(std::move(steps)...)});
 }
 
 ByteArray number(unsigned long value) {
@@ -89,16 +214,6 @@ auto const asIs = [](auto const& /*arguments*/, auto const& result) {
 
 ByteArray const message = bytes("a message");
 
-/// What a stream operation works on.
-struct Streams {
-    explicit Streams(ByteArray const& content) : input(text(content)) {}
-
-    std::istringstream input;
-    std::ostringstream output;
-
-    ByteArray written() const { return bytes(output.str()); }
-};
-
 // Random bytes and digests
 
 void addPRNG(List& list) {
@@ -120,55 +235,68 @@ void addPRNG(List& list) {
     add(list, of, "getPRNGName", "", create, [](CryptoPRNGPtr const& prng) { return prng->getPRNGName(); }, asIs);
 }
 
-/// The factory `name`, which is `create(arguments)`, and the members of the engine that it makes.
-template <class Prepare, class Create>
-void addEngine(List& list, std::string const& name, Prepare prepare, Create create) {
+// The members of objects that several factories make take a `Maker` of them, so that they are compiled once.
+template <class Pointer> using Maker = std::function<Pointer()>;
+
+/// The members of the engines that the factory `name` makes.
+void addEngineMembers(List& list, std::string const& name, Maker<DigestEnginePtr> const& fresh) {
     std::string const of = "IDigestEngine";
-    auto const fresh = [=] { return create(prepare()); };
-    add(list, "ICryptoProvider", name, "", prepare, create,
-        [](auto const&, DigestEnginePtr const& made) { return made->computeDigest(message); });
+    auto const fed = [=] {
+        auto engine = fresh();
+        engine->update(message);
+        return engine;
+    };
+    // An engine in the middle of a message first comes to its end, if it can.
+    auto const nextMessage = [](DigestEnginePtr const& engine) {
+        try {
+            engine->finalize();
+        } catch (utils::Exception const&) {
+        }
+        return engine->computeDigest(message);
+    };
+    auto const addMember = [&](std::string const& member, auto given, auto call, auto describe) {
+        add(list, of, member, name, given, call, describe, NothingToWrite(), nextMessage);
+    };
+    addMember(
+        "computeDigest(bytes)", fresh, [](DigestEnginePtr const& engine) { return engine->computeDigest(message); },
+        asIs);
     add(
-        list, of, "computeDigest(bytes)", name, fresh,
-        [](DigestEnginePtr const& engine) { return engine->computeDigest(message); }, asIs);
-    add(
-        list, of, "computeDigest(stream)", name,
-        [=] { return std::make_pair(fresh(), std::make_shared<std::istringstream>(text(message))); },
-        [](auto const& given) { return given.first->computeDigest(*given.second); }, asIs);
+        list, of, "computeDigest(stream)", name, [=] { return std::make_pair(fresh(), Input(message)); },
+        [](auto const& given) { return given.first->computeDigest(*given.second); }, asIs, NothingToWrite(),
+        [=](auto const& given) { return nextMessage(given.first); });
     auto const finish = [](DigestEnginePtr const& engine, Nothing) { return engine->finalize(); };
-    add(
-        list, of, "update(bytes)", name, fresh,
+    addMember(
+        "update(bytes)", fresh,
         [](DigestEnginePtr const& engine) {
             engine->update(message);
             return Nothing();
         },
         finish);
-    add(
-        list, of, "update(pointer)", name, fresh,
+    addMember(
+        "update(pointer)", fresh,
         [](DigestEnginePtr const& engine) {
             engine->update(message.data(), message.size());
             return Nothing();
         },
         finish);
-    add(
-        list, of, "finalize", name,
-        [=] {
-            auto engine = fresh();
-            engine->update(message);
-            return engine;
-        },
-        [](DigestEnginePtr const& engine) { return engine->finalize(); },
+    addMember(
+        "finalize", fed, [](DigestEnginePtr const& engine) { return engine->finalize(); },
         [](DigestEnginePtr const& engine, ByteArray const& digest) { // it begins anew afterwards
             return joined(digest, engine->computeDigest(message));
         });
-    add(
-        list, of, "getDigestName", name, fresh, [](DigestEnginePtr const& engine) { return engine->getDigestName(); },
+    addMember("getDigestName", fresh, [](DigestEnginePtr const& engine) { return engine->getDigestName(); }, asIs);
+    addMember(
+        "getDigestNameForEVP_MD", fresh, [](DigestEnginePtr const& engine) { return engine->getDigestNameForEVP_MD(); },
         asIs);
-    add(
-        list, of, "getDigestNameForEVP_MD", name, fresh,
-        [](DigestEnginePtr const& engine) { return engine->getDigestNameForEVP_MD(); }, asIs);
-    add(
-        list, of, "getDigestSize", name, fresh, [](DigestEnginePtr const& engine) { return engine->getDigestSize(); },
-        asIs);
+    addMember("getDigestSize", fresh, [](DigestEnginePtr const& engine) { return engine->getDigestSize(); }, asIs);
+}
+
+/// The factory `name`, which is `create(arguments)`, and the members of the engine that it makes.
+template <class Prepare, class Create>
+void addEngine(List& list, std::string const& name, Prepare prepare, Create create) {
+    add(list, "ICryptoProvider", name, "", prepare, create,
+        [](auto const&, DigestEnginePtr const& made) { return made->computeDigest(message); });
+    addEngineMembers(list, name, [=] { return create(prepare()); });
 }
 
 #define ZRFL_PLAIN_DIGEST(name)                                                                                        \
@@ -219,6 +347,54 @@ void addDerivation(List& list) {
 
 // AES
 
+/// A way to use AES, the same with every size of a key.
+struct AESUse {
+    std::string name;
+    AESMode mode;
+    AESPaddingMode padding = AESPaddingMode::PKCS7;
+    ByteArray iv = pseudoRandomBytes(16, 2);
+    ByteArray plainText = message;
+};
+
+std::vector<AESUse> aesUses() {
+    std::vector<AESUse> uses;
+    for (auto const& [name, mode] : aesModes()) {
+        uses.push_back({name, mode});
+    }
+    uses.push_back({"cbc without padding", AESMode::CBC, AESPaddingMode::NoPadding, pseudoRandomBytes(16, 2),
+                    pseudoRandomBytes(32, 3)});
+    uses.push_back({"gcm with 12 bytes", AESMode::GCM, AESPaddingMode::PKCS7, pseudoRandomBytes(12, 2)});
+    return uses;
+}
+
+void addAESMembers(List& list, std::string const& kind, ByteArray const& plainText,
+                   Maker<AESEncryptorPtr> const& encryptor, Maker<AESDecryptorPtr> const& decryptor) {
+    auto const cipherText = [=] { return encryptor()->encrypt(plainText); };
+    auto const wroteNothing = [](auto const& with) { return with.second.output->written().empty(); };
+    add(
+        list, "IAESEncryptor", "encrypt(bytes)", kind, encryptor,
+        [=](AESEncryptorPtr const& by) { return by->encrypt(plainText); }, asIs);
+    add(
+        list, "IAESEncryptor", "encrypt(stream)", kind, [=] { return std::make_pair(encryptor(), Streams(plainText)); },
+        [](auto const& with) { return &with.first->encrypt(*with.second.input, *with.second.output); },
+        [](auto const& with, auto const*) { return with.second.output->written(); }, wroteNothing);
+    add(
+        list, "IAESEncryptor", "getKeySize", kind, encryptor,
+        [](AESEncryptorPtr const& by) { return by->getKeySize(); }, asIs);
+
+    add(
+        list, "IAESDecryptor", "decrypt(bytes)", kind, [=] { return std::make_pair(decryptor(), cipherText()); },
+        [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
+    add(
+        list, "IAESDecryptor", "decrypt(stream)", kind,
+        [=] { return std::make_pair(decryptor(), Streams(cipherText())); },
+        [](auto const& with) { return &with.first->decrypt(*with.second.input, *with.second.output); },
+        [](auto const& with, auto const*) { return with.second.output->written(); }, wroteNothing);
+    add(
+        list, "IAESDecryptor", "getKeySize", kind, decryptor,
+        [](AESDecryptorPtr const& by) { return by->getKeySize(); }, asIs);
+}
+
 template <unsigned long Bits, class CreateKey, class CreateEncryptor, class CreateDecryptor>
 void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, CreateDecryptor createDecryptor) {
     using Key = interfaces::AESKeyPtr<Bits>;
@@ -232,62 +408,35 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
     add(list, "IAESKey", "getKeySize", size, key, [](Key const& given) { return given->getKeySize(); }, asIs);
     add(list, "IAESKey", "getKeyBytes", size, key, [](Key const& given) { return given->getKeyBytes(); }, asIs);
 
-    for (auto const& [modeName, mode] : aesModes()) {
-        std::string const kind = size + " " + modeName;
+    for (AESUse const& use : aesUses()) {
+        std::string const kind = size + " " + use.name;
 
         struct Given {
             Key key;
-            ByteArray iv = pseudoRandomBytes(16, 2);
+            ByteArray iv;
             CryptoPRNGPtr prng = {};
         };
 
-        auto const given = [=] { return Given{key()}; };
-        auto const encryptor = [=, used = mode](Given const& from) {
-            return (readyProvider.*createEncryptor)(from.key, from.iv, used, AESPaddingMode::PKCS7, from.prng);
+        auto const given = [=] { return Given{key(), use.iv}; };
+        auto const withoutVector = [=] { return Given{key(), {}, readyProvider.createDefaultCryptoPRNG({})}; };
+        auto const encryptor = [=](Given const& from) {
+            return (readyProvider.*createEncryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
         };
-        auto const decryptor = [=, used = mode](Given const& from) {
-            return (readyProvider.*createDecryptor)(from.key, from.iv, used, AESPaddingMode::PKCS7, from.prng);
+        auto const decryptor = [=](Given const& from) {
+            return (readyProvider.*createDecryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
         };
-        auto const cipherText = [=] { return encryptor(given())->encrypt(message); };
-        add(list, "ICryptoProvider", "createAES" + size + "Encryptor", modeName, given, encryptor,
-            [](auto const&, AESEncryptorPtr const& made) { return made->encrypt(message); });
-        add(
-            list, "ICryptoProvider", "createAES" + size + "Encryptor", modeName + ", vector drawn",
-            [=] { return Given{key(), {}, readyProvider.createDefaultCryptoPRNG({})}; }, encryptor,
-            [](auto const&, AESEncryptorPtr const& made) { return number(made->encrypt(message).size()); });
-        add(list, "ICryptoProvider", "createAES" + size + "Decryptor", modeName, given, decryptor,
+        auto const plainText = use.plainText;
+        auto const cipherText = [=] { return encryptor(given())->encrypt(plainText); };
+        add(list, "ICryptoProvider", "createAES" + size + "Encryptor", use.name, given, encryptor,
+            [=](auto const&, AESEncryptorPtr const& made) { return made->encrypt(plainText); });
+        add(list, "ICryptoProvider", "createAES" + size + "Encryptor", use.name + ", vector drawn", withoutVector,
+            encryptor,
+            [=](auto const&, AESEncryptorPtr const& made) { return number(made->encrypt(plainText).size()); });
+        add(list, "ICryptoProvider", "createAES" + size + "Decryptor", use.name, given, decryptor,
             [=](auto const&, AESDecryptorPtr const& made) { return made->decrypt(cipherText()); });
-
-        add(
-            list, "IAESEncryptor", "encrypt(bytes)", kind, [=] { return encryptor(given()); },
-            [](AESEncryptorPtr const& by) { return by->encrypt(message); }, asIs);
-        add(
-            list, "IAESEncryptor", "encrypt(stream)", kind,
-            [=] { return std::make_pair(encryptor(given()), std::make_shared<Streams>(message)); },
-            [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->encrypt(input, output) == &output;
-            },
-            [](auto const& with, bool) { return with.second->written(); });
-        add(
-            list, "IAESEncryptor", "getKeySize", kind, [=] { return encryptor(given()); },
-            [](AESEncryptorPtr const& by) { return by->getKeySize(); }, asIs);
-
-        add(
-            list, "IAESDecryptor", "decrypt(bytes)", kind,
-            [=] { return std::make_pair(decryptor(given()), cipherText()); },
-            [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
-        add(
-            list, "IAESDecryptor", "decrypt(stream)", kind,
-            [=] { return std::make_pair(decryptor(given()), std::make_shared<Streams>(cipherText())); },
-            [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->decrypt(input, output) == &output;
-            },
-            [](auto const& with, bool) { return with.second->written(); });
-        add(
-            list, "IAESDecryptor", "getKeySize", kind, [=] { return decryptor(given()); },
-            [](AESDecryptorPtr const& by) { return by->getKeySize(); }, asIs);
+        add(list, "ICryptoProvider", "createAES" + size + "Decryptor", use.name + ", vector drawn", withoutVector,
+            decryptor, [](auto const&, AESDecryptorPtr const& made) { return number(made->getKeySize()); });
+        addAESMembers(list, kind, plainText, [=] { return encryptor(given()); }, [=] { return decryptor(given()); });
     }
 }
 
@@ -305,48 +454,54 @@ struct ToSign {
     explicit ToSign(DigestEnginePtr engine) : digest(std::move(engine)) {}
 
     ByteArray bytes = message;
-    std::shared_ptr<std::istringstream> stream = std::make_shared<std::istringstream>(text(message));
+    Input stream{message};
     DigestEnginePtr digest;
 };
 
-/// The members of a signer, of any family; `isRight(signature)` judges its signatures.
-template <class Create, class Judge>
-void addSigner(List& list, std::string const& of, std::string const& kind, Create create, Judge isRight,
-               DigestEnginePtr (*digest)()) {
-    using Given = std::pair<decltype(create()), ToSign>;
+/// The members of a signer, of any family; `isRight(signature)` judges its signatures, those by hand included.
+template <class SignerPtr>
+void addSigner(List& list, std::string const& of, std::string const& kind, Maker<SignerPtr> const& create,
+               std::function<bool(ByteArray const&)> const& isRight, DigestEnginePtr (*digest)(),
+               std::function<OperationRun()> const& prepareBare = {}) {
+    using Given = std::pair<SignerPtr, ToSign>;
     auto const prepare = [=] { return Given(create(), ToSign(digest())); };
     auto const judge = [=](auto const&, ByteArray const& signature) { return number(isRight(signature) ? 1 : 0); };
     add(
         list, of, "sign(bytes)", kind, prepare,
-        [](Given const& with) { return with.first->sign(with.second.bytes, with.second.digest); }, judge);
+        [](Given const& with) { return with.first->sign(with.second.bytes, with.second.digest); }, judge)
+        .prepareBare = prepareBare;
     add(
         list, of, "sign(stream)", kind, prepare,
-        [](Given const& with) { return with.first->sign(*with.second.stream, with.second.digest); }, judge);
+        [](Given const& with) { return with.first->sign(*with.second.stream, with.second.digest); }, judge)
+        .prepareBare = prepareBare;
     add(list, of, "getKeySize", kind, create, [](auto const& signer) { return signer->getKeySize(); }, asIs);
 }
 
-template <class Create, class Sign>
-void addVerifier(List& list, std::string const& of, std::string const& kind, Create create, Sign sign,
-                 DigestEnginePtr (*digest)()) {
-    struct Given {
-        decltype(create()) verifier;
+template <class VerifierPtr>
+void addVerifier(List& list, std::string const& of, std::string const& kind, Maker<VerifierPtr> const& create,
+                 Maker<ByteArray> const& sign, DigestEnginePtr (*digest)()) {
+    struct Verification {
+        VerifierPtr verifier;
         ByteArray signature;
-        ToSign message;
     };
 
-    auto const prepare = [=] { return Given{create(), sign(), ToSign(digest())}; };
+    auto const prepare = [=] { return std::make_pair(Verification{create(), sign()}, ToSign(digest())); };
     add(
         list, of, "verify(bytes)", kind, prepare,
-        [](Given const& with) {
-            return with.verifier->verify(with.message.bytes, with.signature, with.message.digest).isValid();
+        [](auto const& given) {
+            auto const& [by, signed_] = given;
+            return by.verifier->verify(signed_.bytes, by.signature, signed_.digest).isValid();
         },
-        asIs);
+        asIs)
+        .negative = number(0);
     add(
         list, of, "verify(stream)", kind, prepare,
-        [](Given const& with) {
-            return with.verifier->verify(*with.message.stream, with.signature, with.message.digest).isValid();
+        [](auto const& given) {
+            auto const& [by, signed_] = given;
+            return by.verifier->verify(*signed_.stream, by.signature, signed_.digest).isValid();
         },
-        asIs);
+        asIs)
+        .negative = number(0);
     add(list, of, "getKeySize", kind, create, [](auto const& verifier) { return verifier->getKeySize(); }, asIs);
 }
 
@@ -357,9 +512,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
     std::string const size = std::to_string(N);
     std::string const factory = "ICryptoProvider";
     auto const file = [](char const* name) { return [=] { return readRSAKey(N, name); }; };
-    auto const stream = [](char const* name) {
-        return [=] { return std::make_shared<std::istringstream>(text(readRSAKey(N, name))); };
-    };
+    auto const stream = [](char const* name) { return [=] { return Input(readRSAKey(N, name)); }; };
     auto const numbers = [] {
         for (Vector const& vector : readVectors("keys/rsa_numbers.txt")) {
             if (vector.number("bits") == N) {
@@ -383,7 +536,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
         return joined(key->getModulus(), key->getPrivateExponent());
     };
     auto const describePublic = [](auto const&, PublicKey const& key) { return key->getDER(); };
-    auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
+    static auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
     auto const privateKey = [] { return Of::createPrivateKey(readRSAKey(N, "private.der")); };
     auto const publicKey = [] { return Of::createPublicKey(readRSAKey(N, "public.der")); };
 
@@ -394,7 +547,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
             return number(pair->getPrivateKey()->getModulus() == pair->getPublicKey()->getModulus() ? 1 : 0);
         });
     std::string const createPrivate = "createRSA" + size + "PrivateKey";
-    for (char const* const name : {"private.der", "private.pem", "traditional.der"}) {
+    for (char const* const name : {"private.der", "private.pem", "traditional.der", "traditional.pem"}) {
         add(
             list, factory, createPrivate + "(bytes)", name, file(name),
             [](ByteArray const& encoded) { return Of::createPrivateKey(encoded); }, describePrivate);
@@ -403,7 +556,8 @@ template <unsigned long N> void addRSAKeys(List& list) {
         list, factory, createPrivate + "(numbers)", "", given,
         [](Numbers const& n) { return Of::createPrivateKey(n.modulus, n.privateExponent, n.publicExponent); },
         describePrivate);
-    for (char const* const name : {"encrypted.der", "encrypted.pem", "traditional-encrypted.pem"}) {
+    for (char const* const name :
+         {"private.der", "private.pem", "encrypted.der", "encrypted.pem", "traditional-encrypted.pem"}) {
         add(
             list, factory, createPrivate + "(stream)", name, stream(name),
             [](auto const& encoded) { return Of::createPrivateKey(*encoded, "password"); }, describePrivate);
@@ -421,12 +575,15 @@ template <unsigned long N> void addRSAKeys(List& list) {
         list, factory, createPublic + "(numbers)", "", given,
         [](Numbers const& n) { return Of::createPublicKey(n.modulus, n.publicExponent); }, describePublic);
 
-    static auto const pair = Of::generateKeyPair(prng()); // one is enough, since it never changes
+    auto const pair = [] {
+        static auto const made = Of::generateKeyPair(prng()); // one is enough, since it never changes
+        return made;
+    };
     add(
-        list, "IRSAKeyPair", "getPublicKey", size, noArguments, [](Nothing) { return pair->getPublicKey(); },
+        list, "IRSAKeyPair", "getPublicKey", size, pair, [](auto const& of) { return of->getPublicKey(); },
         describePublic);
     add(
-        list, "IRSAKeyPair", "getPrivateKey", size, noArguments, [](Nothing) { return pair->getPrivateKey(); },
+        list, "IRSAKeyPair", "getPrivateKey", size, pair, [](auto const& of) { return of->getPrivateKey(); },
         describePrivate);
     std::string const ofPrivate = "IRSAPrivateKey";
     add(list, ofPrivate, "getKeySize", size, privateKey, [](auto const& key) { return key->getKeySize(); }, asIs);
@@ -437,11 +594,67 @@ template <unsigned long N> void addRSAKeys(List& list) {
         [](auto const& key) { return key->getPrivateExponent(); }, asIs);
     std::string const ofPublic = "IRSAPublicKey";
     add(list, ofPublic, "getKeySize", size, publicKey, [](auto const& key) { return key->getKeySize(); }, asIs);
-    add(list, ofPublic, "getDER", size, publicKey, [](auto const& key) { return key->getDER(); }, asIs);
+    add(
+        list, ofPublic, "getDER", size, publicKey, [](auto const& key) { return key->getDER(); }, asIs)
+        .prepareBare = preparing([] { return readPublic(text(readRSAKey(N, "public.pem"))); },
+                                 [](RawKey const& key) { return publicDER(key); }, asIs);
     add(list, ofPublic, "getModulus", size, publicKey, [](auto const& key) { return key->getModulus(); }, asIs);
     add(
         list, ofPublic, "getPublicExponent", size, publicKey, [](auto const& key) { return key->getPublicExponent(); },
         asIs);
+}
+
+struct RSAEncryptionUse {
+    std::string name;
+    RSAPaddingMode padding;
+    std::size_t overhead; ///< What the padding takes of a block.
+};
+
+std::vector<RSAEncryptionUse> rsaEncryptionUses() {
+    return {{"PKCS1", RSAPaddingMode::PKCS1_V1_5, 11},
+            {"OAEP1", RSAPaddingMode::OAEP_SHA1, 42},
+            {"OAEP256", RSAPaddingMode::OAEP_SHA256, 66},
+            {"OAEP512", RSAPaddingMode::OAEP_SHA512, 130}};
+}
+
+/// `streamed` is the message of the streams, `room` what a block has for it.
+void addRSAEncryptionMembers(List& list, std::string const& kind, ByteArray const& streamed, std::size_t room,
+                             Maker<RSAEncryptorPtr> const& encryptor, Maker<RSADecryptorPtr> const& decryptor) {
+    auto const firstBlock = [=](ByteArray const& plainText) {
+        return plainText.empty() ||
+               (plainText.size() == room && std::equal(plainText.begin(), plainText.end(), streamed.begin()));
+    };
+    auto const cipherText = [=] { return encryptor()->encrypt(message); };
+    auto const decrypted = [=](ByteArray const& block) { return decryptor()->decrypt(block); };
+    auto const encryptedStream = [=] {
+        Streams streams(streamed);
+        encryptor()->encrypt(*streams.input, *streams.output);
+        return streams.output->written();
+    };
+    auto const decryptedStream = [=](ByteArray const& blocks) {
+        Streams streams(blocks);
+        decryptor()->decrypt(*streams.input, *streams.output);
+        return streams.output->written();
+    };
+    add(
+        list, "IRSAEncryptor", "encrypt(bytes)", kind, encryptor, [](auto const& by) { return by->encrypt(message); },
+        [=](auto const&, ByteArray const& block) { return decrypted(block); });
+    add(
+        list, "IRSAEncryptor", "encrypt(stream)", kind, [=] { return std::make_pair(encryptor(), Streams(streamed)); },
+        [](auto const& with) { return &with.first->encrypt(*with.second.input, *with.second.output); },
+        [=](auto const& with, auto const*) { return decryptedStream(with.second.output->written()); },
+        [=](auto const& with) { return firstBlock(decryptedStream(with.second.output->written())); });
+    add(list, "IRSAEncryptor", "getKeySize", kind, encryptor, [](auto const& by) { return by->getKeySize(); }, asIs);
+    add(
+        list, "IRSADecryptor", "decrypt(bytes)", kind, [=] { return std::make_pair(decryptor(), cipherText()); },
+        [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
+    add(
+        list, "IRSADecryptor", "decrypt(stream)", kind,
+        [=] { return std::make_pair(decryptor(), Streams(encryptedStream())); },
+        [](auto const& with) { return &with.first->decrypt(*with.second.input, *with.second.output); },
+        [](auto const& with, auto const*) { return with.second.output->written(); },
+        [=](auto const& with) { return firstBlock(with.second.output->written()); });
+    add(list, "IRSADecryptor", "getKeySize", kind, decryptor, [](auto const& by) { return by->getKeySize(); }, asIs);
 }
 
 template <unsigned long N> void addRSAUses(List& list) {
@@ -462,9 +675,14 @@ template <unsigned long N> void addRSAUses(List& list) {
     auto const withPrivate = [] { return Private(); };
     auto const withPublic = [] { return Public(); };
 
-    for (auto const& [name, padding] :
-         {std::pair("PKCS1", RSAPaddingMode::PKCS1_V1_5), std::pair("OAEP1", RSAPaddingMode::OAEP_SHA1)}) {
+    for (RSAEncryptionUse const& use : rsaEncryptionUses()) {
+        auto const& [name, padding, overhead] = use;
+        if (N / 8 <= overhead) {
+            continue; // the padding leaves no room for a message
+        }
         std::string const kind = size + " " + name;
+        // Of the smallest key two blocks, which a stream may fail between.
+        ByteArray const streamed = N == 1024 ? pseudoRandomBytes(N / 8 - overhead + 1, 4) : message;
         auto const encryptor = [used = padding](Public const& with) {
             return Of::encryptor(with.key, used, with.prng);
         };
@@ -477,36 +695,9 @@ template <unsigned long N> void addRSAUses(List& list) {
             [=](auto const&, auto const& made) { return decrypted(made->encrypt(message)); });
         add(list, factory, "createRSA" + size + "Decryptor", name, withPrivate, decryptor,
             [=](auto const&, auto const& made) { return made->decrypt(cipherText()); });
-        add(
-            list, "IRSAEncryptor", "encrypt(bytes)", kind, [=] { return encryptor(Public()); },
-            [](auto const& by) { return by->encrypt(message); },
-            [=](auto const&, ByteArray const& block) { return decrypted(block); });
-        add(
-            list, "IRSAEncryptor", "encrypt(stream)", kind,
-            [=] { return std::make_pair(encryptor(Public()), std::make_shared<Streams>(message)); },
-            [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->encrypt(input, output) == &output;
-            },
-            [=](auto const& with, bool) { return decrypted(with.second->written()); });
-        add(
-            list, "IRSAEncryptor", "getKeySize", kind, [=] { return encryptor(Public()); },
-            [](auto const& by) { return by->getKeySize(); }, asIs);
-        add(
-            list, "IRSADecryptor", "decrypt(bytes)", kind,
-            [=] { return std::make_pair(decryptor(Private()), cipherText()); },
-            [](auto const& with) { return with.first->decrypt(with.second); }, asIs);
-        add(
-            list, "IRSADecryptor", "decrypt(stream)", kind,
-            [=] { return std::make_pair(decryptor(Private()), std::make_shared<Streams>(cipherText())); },
-            [](auto const& with) {
-                auto& [input, output] = *with.second;
-                return &with.first->decrypt(input, output) == &output;
-            },
-            [](auto const& with, bool) { return with.second->written(); });
-        add(
-            list, "IRSADecryptor", "getKeySize", kind, [=] { return decryptor(Private()); },
-            [](auto const& by) { return by->getKeySize(); }, asIs);
+        addRSAEncryptionMembers(
+            list, kind, streamed, N / 8 - overhead, [=] { return encryptor(Public()); },
+            [=] { return decryptor(Private()); });
     }
 
     for (auto const& [name, padding] :
@@ -524,17 +715,16 @@ template <unsigned long N> void addRSAUses(List& list) {
             [=](auto const&, auto const& made) {
                 return number(made->verify(message, sign(), sha256()).isValid() ? 1 : 0);
             });
-        addSigner(list, "IRSASigner", kind, [=] { return signer(Private()); }, isRight, sha256);
-        addVerifier(list, "IRSAVerifier", kind, [=] { return verifier(Public()); }, sign, sha256);
+        addSigner<RSASignerPtr>(list, "IRSASigner", kind, [=] { return signer(Private()); }, isRight, sha256);
+        addVerifier<RSAVerifierPtr>(list, "IRSAVerifier", kind, [=] { return verifier(Public()); }, sign, sha256);
     }
 }
 
 void addQueries(List& list) {
     std::string const factory = "ICryptoProvider";
-    for (char const* const name : {"encrypted.der", "encrypted.pem"}) {
+    for (char const* const name : {"private.der", "private.pem", "encrypted.der", "encrypted.pem"}) {
         add(
-            list, factory, "getPrivateKeySignatureMethod(stream)", name,
-            [=] { return std::make_shared<std::istringstream>(text(readRSAKey(2048, name))); },
+            list, factory, "getPrivateKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
             [](auto const& encoded) { return readyProvider.getPrivateKeySignatureMethod(*encoded, "password"); }, asIs);
         add(
             list, factory, "getPrivateKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
@@ -542,8 +732,7 @@ void addQueries(List& list) {
     }
     for (char const* const name : {"public.der", "public.pem"}) {
         add(
-            list, factory, "getPublicKeySignatureMethod(stream)", name,
-            [=] { return std::make_shared<std::istringstream>(text(readRSAKey(2048, name))); },
+            list, factory, "getPublicKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
             [](auto const& encoded) { return readyProvider.getPublicKeySignatureMethod(*encoded); }, asIs);
         add(
             list, factory, "getPublicKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
@@ -552,6 +741,22 @@ void addQueries(List& list) {
 }
 
 // Elliptic curves
+
+ByteArray signByHand(RawKey const& key, char const* digest, ByteArray const& data) {
+    auto const requireOne = [](int result) {
+        if (result != 1) {
+            throw std::runtime_error("libcrypto cannot sign");
+        }
+    };
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    requireOne(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key.get(), nullptr));
+    std::size_t size = 0;
+    requireOne(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()));
+    ByteArray signature(size);
+    requireOne(EVP_DigestSign(context.get(), signature.data(), &size, data.data(), data.size()));
+    signature.resize(size);
+    return signature;
+}
 
 template <class Of> void addECC(List& list, std::string const& file) {
     std::string const curve = Of::name;
@@ -581,7 +786,8 @@ template <class Of> void addECC(List& list, std::string const& file) {
     add(
         list, factory, createPrivate + "(stream)", "",
         [=] {
-            return std::make_shared<std::istringstream>(encryptedPEM(readPrivate(text(privateText())), "password"));
+            static ByteArray const encrypted = bytes(encryptedPEM(readPrivate(text(privateText())), "password"));
+            return Input(encrypted);
         },
         [](auto const& encoded) { return Of::privateKey(*encoded, "password"); }, describePrivate);
     std::string const createPublic = "createECC" + curve + "PublicKey";
@@ -592,8 +798,7 @@ template <class Of> void addECC(List& list, std::string const& file) {
         list, factory, createPublic + "FromPoint", "", [=] { return publicKey()->getPublicPoint(); },
         [](ByteArray const& point) { return Of::publicKeyFromPoint(point); }, describePublic);
     add(
-        list, factory, createPublic + "(stream)", "",
-        [=] { return std::make_shared<std::istringstream>(text(publicText())); },
+        list, factory, createPublic + "(stream)", "", [=] { return Input(publicText()); },
         [](auto const& encoded) { return Of::publicKey(*encoded); }, describePublic);
 
     static auto const pair = Of::generateKeyPair(); // one is enough, since it never changes
@@ -632,8 +837,15 @@ template <class Of> void addECCSignatures(List& list, std::string const& file) {
         [=](auto const&, auto const& made) {
             return number(made->verify(message, sign(), sha512()).isValid() ? 1 : 0);
         });
-    addSigner(list, "IECCSigner", curve, [=] { return Of::signer(privateKey()); }, isRight, sha512);
-    addVerifier(list, "IECCVerifier", curve, [=] { return Of::verifier(publicKey()); }, sign, sha512);
+    // Out of memory, libcrypto may make a wrong ECDSA signature, or look for a nonce for seconds.
+    std::function<OperationRun()> const signingByHand =
+        preparing([=] { return readPrivate(text(readKey(file + "-private.pem"))); },
+                  [](RawKey const& key) { return signByHand(key, "sha512", message); },
+                  [=](auto const&, ByteArray const& signature) { return number(isRight(signature) ? 1 : 0); });
+    addSigner<ECCSignerPtr>(
+        list, "IECCSigner", curve, [=] { return Of::signer(privateKey()); }, isRight, sha512,
+        Of::curve == EllipticCurve::P256 ? signingByHand : nullptr);
+    addVerifier<ECCVerifierPtr>(list, "IECCVerifier", curve, [=] { return Of::verifier(publicKey()); }, sign, sha512);
 }
 
 void addHSMFactory(List& list) {
@@ -674,14 +886,76 @@ std::vector<Operation> const& operations() {
     return all;
 }
 
+namespace {
+
+/// The calls of the signer of a module, by hand: a signature, or, where there is nothing to sign, the size of the key.
+ByteArray useModuleByHand(HSMObject const& object, ByteArray const* toSign) {
+    auto const require = [](bool succeeded) {
+        if (!succeeded) {
+            throw std::runtime_error("libcrypto or the module failed");
+        }
+    };
+    std::unique_ptr<OSSL_LIB_CTX, decltype(&OSSL_LIB_CTX_free)> const library(OSSL_LIB_CTX_new(), &OSSL_LIB_CTX_free);
+    require(library != nullptr && OSSL_PROVIDER_set_default_search_path(library.get(), ZRFL_PKCS11_PROVIDER_DIR) == 1);
+    std::unique_ptr<OSSL_PROVIDER, decltype(&OSSL_PROVIDER_unload)> const provider(
+        OSSL_PROVIDER_load(library.get(), "pkcs11prov"), &OSSL_PROVIDER_unload);
+    require(provider != nullptr);
+    require(OSSL_PROVIDER_add_conf_parameter(provider.get(), "pkcs11_module", object.getModulePath().c_str()) == 1);
+    require(OSSL_PROVIDER_add_conf_parameter(provider.get(), "force_login", "1") == 1);
+    require(OSSL_PROVIDER_add_conf_parameter(provider.get(), "debug_level", "0") == 1);
+    RawKey key;
+    {
+        std::unique_ptr<OSSL_STORE_CTX, decltype(&OSSL_STORE_close)> const store(
+            OSSL_STORE_open_ex(object.getURI().c_str(), library.get(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr),
+            &OSSL_STORE_close);
+        require(store != nullptr);
+        while (OSSL_STORE_INFO* const loaded = OSSL_STORE_load(store.get())) {
+            std::unique_ptr<OSSL_STORE_INFO, decltype(&OSSL_STORE_INFO_free)> const info(loaded, &OSSL_STORE_INFO_free);
+            if (OSSL_STORE_INFO_get_type(info.get()) == OSSL_STORE_INFO_PKEY) {
+                key = owned(OSSL_STORE_INFO_get1_PKEY(info.get()));
+            }
+        }
+    }
+    require(key != nullptr);
+    int const bits = EVP_PKEY_get_bits(key.get());
+    if (toSign == nullptr) {
+        return number(static_cast<unsigned long>(bits));
+    }
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    EVP_PKEY_CTX* keyContext = nullptr;
+    require(context != nullptr && EVP_DigestSignInit_ex(context.get(), &keyContext, "sha256", library.get(), nullptr,
+                                                        key.get(), nullptr) == 1);
+    require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) > 0);
+    require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, 32) > 0);
+    std::size_t size = 0;
+    require(EVP_DigestSign(context.get(), nullptr, &size, toSign->data(), toSign->size()) == 1);
+    ByteArray signature(size);
+    require(EVP_DigestSign(context.get(), signature.data(), &size, toSign->data(), toSign->size()) == 1);
+    signature.resize(size);
+    return signature;
+}
+
+} // namespace
+
 std::vector<Operation> hsmOperations(HSMObject const& key, ByteArray const& publicKey) {
     List list;
-    addSigner(
+    auto const isRight = [=](ByteArray const& signature) {
+        return isPSSWithSalt(32, readPublic(text(publicKey)).get(), "sha256", message, signature);
+    };
+    // The provider module for PKCS #11 does not live through every want of memory.
+    auto const signingByHand = preparing(
+        noArguments, [=](Nothing) { return useModuleByHand(key, &message); },
+        [=](auto const&, ByteArray const& signature) { return number(isRight(signature) ? 1 : 0); });
+    addSigner<interfaces::HSMSignerPtr>(
         list, "IHSMSigner", "PSS", [=] { return readyProvider.createHSMSigner(key, RSAPaddingMode::PSS, nullptr); },
-        [=](ByteArray const& signature) {
-            return isPSSWithSalt(32, readPublic(text(publicKey)).get(), "sha256", message, signature);
-        },
-        sha256);
+        isRight, sha256, signingByHand);
+    for (Operation& operation : list) {
+        if (operation.name == "getKeySize") {
+            operation.prepareBare =
+                preparing(noArguments, [=](Nothing) { return useModuleByHand(key, nullptr); }, asIs);
+        }
+    }
     return list;
 }
 

@@ -6,6 +6,7 @@
 #include <foundation/crypto/utils/HSMObject.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,12 @@ struct OperationRun {
     std::function<ByteArray()> outcome; ///< What came of a call that returned: for every right result the same bytes.
     /// The objects that the call returned, as their most derived classes, those inside a key pair included.
     std::function<std::vector<void const*>()> made;
+    /// What comes of the same objects in their next use, whatever a call before has left to do: after every call that
+    /// did them no harm the same bytes.
+    std::function<ByteArray()> again;
+    /// Whether a call that threw has written nothing, or no more than a documented part of its result.
+    std::function<bool()> wroteNoHalf;
+    std::function<OperationRun()> beside; ///< A call on the same objects, with streams and a result of its own.
 };
 
 struct Operation {
@@ -26,6 +33,11 @@ struct Operation {
     std::string name;      ///< With the kind of its arguments where several have one name: "sign(stream)".
     std::string kind;      ///< Of the object it belongs to or makes, such as "2048 PSS"; may be empty.
     std::function<OperationRun()> prepare;
+    /// The outcome with which it may return, in place of an exception, when something failed in it: a verification then
+    /// says that nothing was shown to be signed.
+    std::optional<ByteArray> negative = {};
+    /// The same calls of libcrypto by hand, where libcrypto itself answers wrongly when it runs out of memory.
+    std::function<OperationRun()> prepareBare = {};
 
     std::string description() const { return interface + "::" + name + (kind.empty() ? "" : ", " + kind); }
 };

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <string>
 
+#include <malloc.h>
+
 namespace support {
 
 /// A number that the kernel tells about this process in KiB, such as "VmRSS:", in bytes.
@@ -20,6 +22,7 @@ inline std::size_t readProcessStatus(std::string const& name) {
 
 /// By how many bytes `work` raised the process's resident memory at most.
 template <class Work> std::size_t peakMemoryOf(Work&& work) {
+    malloc_trim(0); // what the heap keeps of earlier work would be used again, and not be seen
     std::ofstream("/proc/self/clear_refs") << "5"; // forgets the peak so far
     std::size_t const before = readProcessStatus("VmRSS:");
     work();

@@ -91,7 +91,7 @@ TEST(Failing, CarriesTheCallOutWhereTheTestSaysSo) {
 
 TEST(Failing, MayLeaveAnErrorAndSucceed) {
     Failing failing("EVP_MD_CTX_new");
-    failing.withError("why").butSucceeding();
+    failing.withError("why").succeeding();
     EVP_MD_CTX* const context = EVP_MD_CTX_new();
     EXPECT_NE(context, nullptr);
     EXPECT_EQ(ERR_GET_LIB(ERR_peek_last_error()), ERR_LIB_USER);

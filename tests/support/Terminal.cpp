@@ -71,11 +71,29 @@ pid_t startSession() {
     return child;
 }
 
+/// The typing end of a new pseudo-terminal, or -1.
+int openTerminal() {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal >= 0 && (grantpt(terminal) != 0 || unlockpt(terminal) != 0)) {
+        close(terminal);
+        return -1;
+    }
+    return terminal;
+}
+
 } // namespace
 
+bool hasPseudoTerminals() {
+    int const terminal = openTerminal();
+    if (terminal >= 0) {
+        close(terminal);
+    }
+    return terminal >= 0;
+}
+
 TerminalUse runAtTerminal(std::function<void()> const& work) {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
+    int const terminal = openTerminal();
+    if (terminal < 0) {
         throw std::runtime_error("no pseudo-terminal");
     }
     std::string const name = ptsname(terminal);

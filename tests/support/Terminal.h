@@ -13,6 +13,9 @@ struct TerminalUse {
     std::string unread;  ///< What it left of its standard input.
 };
 
+/// Whether this machine has pseudo-terminals, which a container may lack.
+bool hasPseudoTerminals();
+
 /// Runs `work` in a process of its own whose controlling terminal and standard input is a new pseudo-terminal, at which
 /// nobody types.
 TerminalUse runAtTerminal(std::function<void()> const& work);

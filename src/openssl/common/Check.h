@@ -12,13 +12,23 @@
 
 namespace foundation::crypto::openssl {
 
+// Throwing stands in functions of its own, so that the checks of a call that succeeds are no more than comparisons.
+
+template <class Failure> [[noreturn]] void fail(char const* message) {
+    throw Failure(message);
+}
+
+[[noreturn]] inline void failExplained(char const* message) {
+    throw utils::InternalException(message + getOpenSSLErrorText());
+}
+
 /// Throws `Failure(message)` unless `holds`. The condition has to be spelled out at the call, because libcrypto
 /// succeeds with 1, with a positive count or with a pointer, and fails with 0, -1 or -2: its results are not to be
 /// tested for truth.
 template <class Failure = utils::InternalException, class Truth> void require(Truth holds, char const* message) {
     static_assert(std::is_same_v<Truth, bool>, "compare the result with what success is for this call");
     if (!holds) {
-        throw Failure(message);
+        fail<Failure>(message);
     }
 }
 
@@ -26,7 +36,7 @@ template <class Failure = utils::InternalException, class Truth> void require(Tr
 template <class Truth> void requireExplained(Truth holds, char const* message) {
     static_assert(std::is_same_v<Truth, bool>, "compare the result with what success is for this call");
     if (!holds) {
-        throw utils::InternalException(message + getOpenSSLErrorText());
+        failExplained(message);
     }
 }
 

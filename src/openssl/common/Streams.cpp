@@ -88,6 +88,17 @@ std::size_t take(std::streambuf& buffer, char* data, std::size_t size) {
     return taken;
 }
 
+constexpr std::size_t mebibyte = std::size_t(1) << 20;
+
+/// Tells the system about the whole pages inside a block of `smallest` bytes or more. It may do as it likes.
+void advise(void* block, std::size_t size, std::size_t smallest, int advice) noexcept {
+    if (size >= smallest) {
+        auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        std::size_t const before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
+        madvise(static_cast<char*>(block) + before, (size - before) / page * page, advice);
+    }
+}
+
 } // namespace
 
 std::size_t countKnown(std::streambuf& buffer) {
@@ -100,13 +111,11 @@ std::size_t countKnown(std::streambuf& buffer) {
 }
 
 void dropPages(void* block, std::size_t size) noexcept {
-    constexpr std::size_t large = std::size_t(1) << 20;
-    if (size < large) {
-        return;
-    }
-    auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    std::size_t const before = (page - reinterpret_cast<std::uintptr_t>(block) % page) % page;
-    madvise(static_cast<char*>(block) + before, (size - before) / page * page, MADV_DONTNEED);
+    advise(block, size, mebibyte, MADV_DONTNEED);
+}
+
+void wantLargePages(void* block, std::size_t size) noexcept {
+    advise(block, size, 32 * mebibyte, MADV_HUGEPAGE);
 }
 
 void beginExtraction(std::istream& input) {

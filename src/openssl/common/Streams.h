@@ -39,6 +39,11 @@ std::size_t countKnown(std::streambuf& buffer);
 /// Returns the pages of a large block to the system; the heap, to which it goes back next, might keep them.
 void dropPages(void* block, std::size_t size) noexcept;
 
+/// Asks for large pages under a large block that is still to be filled: the system takes as long to provide its memory
+/// in pages of the usual size as it takes to read a file into it. Blocks below 32 MiB, which the heap may keep and hand
+/// to others, are left alone.
+void wantLargePages(void* block, std::size_t size) noexcept;
+
 /// For the pieces of a text whose length is not known: what was copied from them is not resident twice.
 template <class Byte> struct PieceAllocator : UnfilledWipingAllocator<Byte> {
     PieceAllocator() noexcept = default;
@@ -69,6 +74,7 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     std::size_t const known = countKnown();
     std::size_t const room = 1 + (known != 0 ? known + 1 : smallestPiece); // one more than is known shows the end
     bytes.reserve(room + roomBehind);
+    wantLargePages(bytes.data(), bytes.capacity());
     bytes.resize(room);
     bytes[0] = static_cast<unsigned char>(first);
     std::size_t size = 1 + read(reinterpret_cast<char*>(bytes.data()) + 1, room - 1);
@@ -88,6 +94,7 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     }
     Bytes joined;
     joined.reserve(size + roomBehind);
+    wantLargePages(joined.data(), joined.capacity());
     joined.insert(joined.end(), bytes.begin(), bytes.end());
     for (Piece& piece : pieces) {
         joined.insert(joined.end(), piece.begin(), piece.end());

@@ -47,6 +47,7 @@ OSSL_PARAMUPtr exportParameters(EVP_PKEY const* key, int selection, char const* 
 }
 
 ByteArray exportPrivatePEM(EVP_PKEY* key) {
+    ErrorQueueMark const mark; // an encoder that runs out of memory may be followed by another that does not
     // Encoding an EC key changes a flag of it for a moment, so that exports at the same time would disturb each other.
     EVP_PKEYUPtr const duplicate(EVP_PKEY_dup(key));
     BIOUPtr const bio = newMemoryBIO();
@@ -56,12 +57,14 @@ ByteArray exportPrivatePEM(EVP_PKEY* key) {
 }
 
 ByteArray exportPublicPEM(EVP_PKEY* key) {
+    ErrorQueueMark const mark;
     BIOUPtr const bio = newMemoryBIO();
     require(PEM_write_bio_PUBKEY(bio.get(), key) == 1, "Failed to write public key to BIO");
     return toByteArray(bio.get());
 }
 
 ByteArray exportPublicPoint(EVP_PKEY* key) {
+    ErrorQueueMark const mark;
     OSSL_PARAMUPtr const parameters =
         exportParameters(key, EVP_PKEY_PUBLIC_KEY, "Failed to extract public point from public EVP_PKEY");
     OSSL_PARAM const* const point = OSSL_PARAM_locate_const(parameters.get(), OSSL_PKEY_PARAM_PUB_KEY);
@@ -69,7 +72,18 @@ ByteArray exportPublicPoint(EVP_PKEY* key) {
     return toByteArray(*point);
 }
 
+template <utils::EllipticCurve C> EVP_PKEYUPtr privateKeyFromInteger(ByteArray const& integer) {
+    ErrorQueueMark const mark;
+    return CurveTraits<C>::makePrivateKey(integer);
+}
+
+template <utils::EllipticCurve C> EVP_PKEYUPtr publicKeyFromPoint(ByteArray const& point) {
+    ErrorQueueMark const mark;
+    return CurveTraits<C>::makePublicKey(point);
+}
+
 template <utils::EllipticCurve C> EVP_PKEYUPtr generate() {
+    ErrorQueueMark const mark;
     EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new_id(CurveTraits<C>::keyType, nullptr));
     requireExplained(EVP_PKEY_keygen_init(context.get()) == 1,
                      "Failed to initialize key context object. OpenSSL error: ");
@@ -82,6 +96,7 @@ template <utils::EllipticCurve C> EVP_PKEYUPtr generate() {
 
 /// A key of its own with the public part of `key`.
 EVP_PKEYUPtr extractPublicKey(EVP_PKEY* key) {
+    ErrorQueueMark const mark;
     BIOUPtr const bio = newMemoryBIO();
     requireExplained(PEM_write_bio_PUBKEY(bio.get(), key) == 1, "Failed to write public key to BIO. OpenSSL error: ");
     return readPEMPublicKey(bio.get());
@@ -92,7 +107,7 @@ EVP_PKEYUPtr extractPublicKey(EVP_PKEY* key) {
 template <utils::EllipticCurve C>
 ECCPrivateKey<C>::ECCPrivateKey(ByteArray const& bytes, ECCKeyInput kind)
     : ECCPrivateKey(kind == ECCKeyInput::Encoded ? privateKeyFromPEM(asText(bytes), "")
-                                                 : CurveTraits<C>::makePrivateKey(bytes)) {}
+                                                 : privateKeyFromInteger<C>(bytes)) {}
 
 template <utils::EllipticCurve C>
 ECCPrivateKey<C>::ECCPrivateKey(std::istream& encodedKey, std::string const& password)
@@ -107,6 +122,7 @@ template <utils::EllipticCurve C> ByteArray ECCPrivateKey<C>::getPEM() const {
 }
 
 template <utils::EllipticCurve C> ByteArray ECCPrivateKey<C>::getPrivateInteger() const {
+    ErrorQueueMark const mark;
     OSSL_PARAMUPtr const parameters =
         exportParameters(key_.get(), EVP_PKEY_KEYPAIR, "Failed to extract information from private EVP_PKEY");
     WipedObject const wiped(parameters.get());
@@ -117,8 +133,7 @@ template <utils::EllipticCurve C> ByteArray ECCPrivateKey<C>::getPrivateInteger(
 
 template <utils::EllipticCurve C>
 ECCPublicKey<C>::ECCPublicKey(ByteArray const& bytes, ECCKeyInput kind)
-    : ECCPublicKey(kind == ECCKeyInput::Encoded ? publicKeyFromPEM(asText(bytes))
-                                                : CurveTraits<C>::makePublicKey(bytes)) {}
+    : ECCPublicKey(kind == ECCKeyInput::Encoded ? publicKeyFromPEM(asText(bytes)) : publicKeyFromPoint<C>(bytes)) {}
 
 template <utils::EllipticCurve C>
 ECCPublicKey<C>::ECCPublicKey(std::istream& encodedKey)

@@ -2,6 +2,7 @@
 
 #include "common/Check.h"
 #include "common/Conversions.h"
+#include "common/ErrorQueue.h"
 
 #include <openssl/core_names.h>
 #include <openssl/pem.h>
@@ -60,6 +61,7 @@ EVP_PKEYUPtr readPEMPrivateKey(BIO* bio, std::string const& password) {
 
 void checkCurve(EVP_PKEY const* key, utils::EllipticCurve expected) {
     require(key != nullptr, "Failed to sanity check EVP_PKEY. Argument is nullptr");
+    ErrorQueueMark const mark;
     utils::EllipticCurve const found = getCurve(key);
     if (found != expected) {
         throw utils::KeyAndCurveMismatch("Actual curve (" + getName(found) + ") does not match expected curve (" +

@@ -34,7 +34,7 @@ std::string getAcceptedDigest(DigestEnginePtr const& engine, utils::EllipticCurv
     return rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(engine); });
 }
 
-ByteArray signECC(EVP_PKEY* key, char const* digest, ByteArray const& message) {
+ByteArray signECC(EVP_PKEY* key, char const* digest, Message message) {
     ErrorQueueMark const mark;
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     require(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key, nullptr) == 1,
@@ -43,7 +43,7 @@ ByteArray signECC(EVP_PKEY* key, char const* digest, ByteArray const& message) {
 }
 
 utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, std::size_t longestSignature, char const* digest,
-                                             ByteArray const& message, ByteArray const& signature) {
+                                             Message message, ByteArray const& signature) {
     if (key != nullptr && signature.size() > longestSignature) {
         return utils::makeInvalidSignatureVerificationStatus(); // libcrypto cuts the size of such a one to 32 bits
     }
@@ -51,14 +51,25 @@ utils::SignatureVerificationStatus verifyECC(EVP_PKEY* key, std::size_t longestS
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     require(EVP_DigestVerifyInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key, nullptr) == 1,
             "Failed while doing setup to verify signature");
-    int const result =
-        EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size());
+    int const result = EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data, message.size);
     return result == 1 ? utils::makeValidSignatureVerificationStatus()
                        : utils::makeInvalidSignatureVerificationStatus();
 }
 
-ByteArray readMessage(std::istream& message) {
-    return readExtracted<ByteArray>(message, rethrowForeignAs<utils::InternalException>);
+template <utils::EllipticCurve C> ByteArray signOn(EVP_PKEY* key, Message message, DigestEnginePtr const& engine) {
+    std::string const name = getAcceptedDigest(engine, C);
+    return signECC(key, CurveTraits<C>::chooseDigest(name), message);
+}
+
+template <utils::EllipticCurve C>
+utils::SignatureVerificationStatus verifyOn(EVP_PKEY* key, Message message, ByteArray const& signature,
+                                            DigestEnginePtr const& engine) {
+    std::string const name = getAcceptedDigest(engine, C);
+    return verifyECC(key, CurveTraits<C>::longestSignature, CurveTraits<C>::chooseDigest(name), message, signature);
+}
+
+UnfilledSecretBytes readMessage(std::istream& message) {
+    return readExtracted<UnfilledSecretBytes>(message, rethrowForeignAs<utils::InternalException>);
 }
 
 } // namespace
@@ -67,13 +78,12 @@ template <utils::EllipticCurve C>
 ECCSigner<C>::ECCSigner(std::shared_ptr<ECCPrivateKey<C>> key) : key_(std::move(key)) {}
 
 template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(ByteArray const& message, DigestEnginePtr digest) const {
-    std::string const name = getAcceptedDigest(digest, C);
-    return signECC(rawKey(key_), CurveTraits<C>::chooseDigest(name), message);
+    return signOn<C>(rawKey(key_), message, digest);
 }
 
 template <utils::EllipticCurve C> ByteArray ECCSigner<C>::sign(std::istream& message, DigestEnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return sign(readMessage(message), std::move(digest));
+    return signOn<C>(rawKey(key_), readMessage(message), digest);
 }
 
 template <utils::EllipticCurve C> long ECCSigner<C>::getKeySize() const {
@@ -86,16 +96,14 @@ ECCVerifier<C>::ECCVerifier(std::shared_ptr<ECCPublicKey<C>> key) : key_(std::mo
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(ByteArray const& message, ByteArray const& signature,
                                                           DigestEnginePtr digest) const {
-    std::string const name = getAcceptedDigest(digest, C);
-    return verifyECC(rawKey(key_), CurveTraits<C>::longestSignature, CurveTraits<C>::chooseDigest(name), message,
-                     signature);
+    return verifyOn<C>(rawKey(key_), message, signature, digest);
 }
 
 template <utils::EllipticCurve C>
 utils::SignatureVerificationStatus ECCVerifier<C>::verify(std::istream& message, ByteArray const& signature,
                                                           DigestEnginePtr digest) const {
     FormatFlagsRestorer const restorer(message);
-    return verify(readMessage(message), signature, std::move(digest));
+    return verifyOn<C>(rawKey(key_), readMessage(message), signature, digest);
 }
 
 template <utils::EllipticCurve C> long ECCVerifier<C>::getKeySize() const {

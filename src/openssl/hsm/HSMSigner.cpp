@@ -93,6 +93,14 @@ HSMSigner::HSMSigner(HSMObject hsmObject, RSAPaddingMode padding, interfaces::Cr
     : hsmObject_(std::move(hsmObject)), padding_(padding), prng_(std::move(prng)) {}
 
 ByteArray HSMSigner::sign(ByteArray const& message, DigestEnginePtr digest) const {
+    return sign(Message(message), digest);
+}
+
+ByteArray HSMSigner::sign(std::istream& message, DigestEnginePtr digest) const {
+    return sign(Message(readExtracted<UnfilledSecretBytes>(message, rethrowUnchanged)), digest);
+}
+
+ByteArray HSMSigner::sign(Message message, DigestEnginePtr const& digest) const {
     OSSL_LIB_CTXUPtr const library(OSSL_LIB_CTX_new());
     KeyInModule const found = findKey(library.get(), hsmObject_);
     require(EVP_PKEY_get_bits(found.key.get()) > 1024, "RSA 1024 is insecure and no longer supported.");
@@ -110,10 +118,6 @@ ByteArray HSMSigner::sign(ByteArray const& message, DigestEnginePtr digest) cons
         require(setPSSSaltLength(keyContext, digestName), "Failed to set the salt length for context when signing.");
     }
     return openssl::sign(context.get(), message);
-}
-
-ByteArray HSMSigner::sign(std::istream& message, DigestEnginePtr digest) const {
-    return sign(readExtracted<ByteArray>(message, rethrowUnchanged), std::move(digest));
 }
 
 unsigned long HSMSigner::getKeySize() const {

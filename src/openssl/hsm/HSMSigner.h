@@ -1,6 +1,8 @@
 #ifndef ZRFL_OPENSSL_HSMSIGNER_H
 #define ZRFL_OPENSSL_HSMSIGNER_H
 
+#include "common/Signature.h"
+
 #include <foundation/crypto/interfaces/ICryptoPRNG.h>
 #include <foundation/crypto/interfaces/IHSMSigner.h>
 #include <foundation/crypto/utils/HSMObject.h>
@@ -21,6 +23,8 @@ public:
     unsigned long getKeySize() const override;
 
 private:
+    ByteArray sign(Message message, interfaces::DigestEnginePtr const& digest) const;
+
     utils::HSMObject hsmObject_;
     utils::RSAPaddingMode padding_;
     interfaces::CryptoPRNGPtr prng_;

@@ -115,6 +115,7 @@ void requireSize(EVP_PKEY const* key, unsigned long expected, char const* kind) 
 
 ByteArray getNumber(EVP_PKEY const* key, char const* name, char const* notFound) {
     return rethrowAs<utils::InternalException>([&] {
+        ErrorQueueMark const mark;
         BNUPtr const number(BN_new());
         WipedObject const wiped(number.get()); // it may be the private exponent
         BIGNUM* found = number.get();
@@ -163,6 +164,7 @@ RSAPrivateKey<KeySize>::RSAPrivateKey(ByteArray const& modulus, ByteArray const&
     : RSAPrivateKey(makeRSAPrivateKey(modulus, privateExponent, publicExponent)) {}
 
 template <class KeySize> ByteArray RSAPrivateKey<KeySize>::getDER() const {
+    ErrorQueueMark const mark; // an encoder that runs out of memory may be followed by another that does not
     BIOUPtr const bio = newMemoryBIO();
     require(i2d_PKCS8PrivateKey_bio(bio.get(), get(), nullptr, nullptr, 0, nullptr, nullptr) != 0,
             "Failed to convert RSA private key to DER-form BIO.");
@@ -194,6 +196,7 @@ RSAPublicKey<KeySize>::RSAPublicKey(ByteArray const& modulus, ByteArray const& p
     : RSAPublicKey(makeRSAPublicKey(modulus, publicExponent)) {}
 
 template <class KeySize> ByteArray RSAPublicKey<KeySize>::getDER() const {
+    ErrorQueueMark const mark;
     BIOUPtr const bio = newMemoryBIO();
     require(i2d_PUBKEY_bio(bio.get(), get()) != 0, "Failed to convert RSA public key to DER-form BIO.");
     return toByteArray(bio.get());

@@ -41,11 +41,12 @@ bool setSaltLength(EVP_PKEY_CTX* context, RSAPaddingMode padding, std::string co
     return padding != RSAPaddingMode::PSS || setPSSSaltLength(context, digestName);
 }
 
-ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& message, DigestEnginePtr const& digest) {
+ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, Message message, DigestEnginePtr const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
     std::string const digestName =
         rethrowForeignAs<utils::InternalException>([&] { return getDigestNameForSignature(digest); });
 
+    ErrorQueueMark const mark;
     EVP_MD_CTXUPtr const context(EVP_MD_CTX_new());
     require(EVP_DigestSignInit_ex(context.get(), nullptr, digestName.c_str(), nullptr, nullptr, key, nullptr) == 1,
             "Failed to initialize the digest for signing.");
@@ -57,8 +58,8 @@ ByteArray signRSA(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& messag
     return sign(context.get(), message);
 }
 
-bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding, int signaturePadding,
-                 ByteArray const& message, ByteArray const& signature, DigestEnginePtr const& digest) {
+bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding, int signaturePadding, Message message,
+                 ByteArray const& signature, DigestEnginePtr const& digest) {
     std::string const digestName = getDigestNameForSignature(digest);
     if (signature.size() != modulusSize) {
         return false; // RFC 8017, 8.1.2 and 8.2.2, step 1, where libcrypto takes any PSS signature of the same number
@@ -70,12 +71,11 @@ bool isSignedRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
     EVP_PKEY_CTX* const keyContext = EVP_MD_CTX_get_pkey_ctx(context.get());
     return EVP_PKEY_CTX_set_rsa_padding(keyContext, signaturePadding) > 0 &&
            setSaltLength(keyContext, padding, digestName) &&
-           EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data(), message.size()) == 1;
+           EVP_DigestVerify(context.get(), signature.data(), signature.size(), message.data, message.size) == 1;
 }
 
-SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
-                                      ByteArray const& message, ByteArray const& signature,
-                                      DigestEnginePtr const& digest) {
+SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding, Message message,
+                                      ByteArray const& signature, DigestEnginePtr const& digest) {
     int const signaturePadding = getSignaturePadding(padding);
     ErrorQueueMark const mark; // what hinders the check is no more than an answer: nothing was shown to be signed
     bool const isSigned = holdsWithoutThrowing(
@@ -83,8 +83,8 @@ SignatureVerificationStatus verifyRSA(EVP_PKEY* key, std::size_t modulusSize, RS
     return isSigned ? utils::makeValidSignatureVerificationStatus() : utils::makeInvalidSignatureVerificationStatus();
 }
 
-ByteArray readMessage(std::istream& message) {
-    return readExtracted<ByteArray>(message, rethrowForeignAs<utils::InternalException>);
+UnfilledSecretBytes readMessage(std::istream& message) {
+    return readExtracted<UnfilledSecretBytes>(message, rethrowForeignAs<utils::InternalException>);
 }
 
 } // namespace
@@ -101,7 +101,7 @@ template <class KeySize> ByteArray RSASigner<KeySize>::sign(ByteArray const& mes
 }
 
 template <class KeySize> ByteArray RSASigner<KeySize>::sign(std::istream& message, DigestEnginePtr digest) const {
-    return sign(readMessage(message), std::move(digest));
+    return signRSA(key_->get(), padding_, readMessage(message), digest);
 }
 
 template <class KeySize>
@@ -121,7 +121,7 @@ SignatureVerificationStatus RSAVerifier<KeySize>::verify(ByteArray const& messag
 template <class KeySize>
 SignatureVerificationStatus RSAVerifier<KeySize>::verify(std::istream& message, ByteArray const& signature,
                                                          DigestEnginePtr digest) const {
-    return verify(readMessage(message), signature, std::move(digest));
+    return verifyRSA(key_->get(), modulusBytes<KeySize>, padding_, readMessage(message), signature, digest);
 }
 
 template class RSASigner<utils::RSAKeySize<1024>>;

@@ -27,7 +27,7 @@
 namespace foundation::crypto::interfaces {
 
 /// Makes every object of the library. It holds no state, all its operations are const, and any number of threads may
-/// use one provider. What it returns is never empty, belongs to the caller, and outlives the provider.
+/// use one provider. What it returns is never null, belongs to the caller, and outlives the provider.
 ///
 /// Keys and random generators handed in must come from this library (from any provider object). One that is null or of
 /// another implementation, another copy of this library in the process included, counts as missing; what then happens
@@ -100,7 +100,7 @@ public:
     /// Generates a key pair with the public exponent 65537; for 4096 bits that may take seconds. The random bytes come
     /// from libcrypto's generator: `prng` is kept by the pair but not drawn from, and may be of any implementation.
     ///
-    /// @throws utils::InternalException for an empty `prng` ("The PRNG does not exist.").
+    /// @throws utils::InternalException for a null `prng` ("The PRNG does not exist.").
     virtual RSAKeyPairPtr<1024> generateRSA1024KeyPair(CryptoPRNGPtr prng) const = 0;
 
     /// The same for 2048 bits.
@@ -397,7 +397,7 @@ public:
     /// - The other modes take its first 16 bytes; more are ignored.
     /// - An empty vector makes the encryptor draw 16 bytes from `prng`, in every mode. They are not reported, so nobody
     ///   else can decrypt: give a vector of your own for data that leaves the object. With a vector `prng` is not used
-    ///   and may be empty.
+    ///   and may be null.
     ///
     /// An unknown `mode`, or a missing key, is not refused here but by each call of the encryptor. `padding` matters to
     /// CBC alone.

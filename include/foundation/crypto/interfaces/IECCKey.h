@@ -60,10 +60,10 @@ template <utils::EllipticCurve C> class IECCKeyPair {
 public:
     virtual ~IECCKeyPair() = default;
 
-    /// Returns the private key, shared with the pair; never empty.
+    /// Returns the private key, shared with the pair; never null.
     virtual ECCPrivateKeyPtr<C> getPrivateKey() const = 0;
 
-    /// Returns the public key, shared with the pair; never empty.
+    /// Returns the public key, shared with the pair; never null.
     virtual ECCPublicKeyPtr<C> getPublicKey() const = 0;
 };
 

@@ -25,7 +25,7 @@ public:
     /// the same key and message.
     ///
     /// @throws utils::UnsupportedDigestAlgorithm for a digest that the curve does not accept.
-    /// @throws utils::InternalException for an empty `digest` ("The digest engine does not exist.") or one that throws;
+    /// @throws utils::InternalException for a null `digest` ("The digest engine does not exist.") or one that throws;
     ///         for a key that was missing or not of this library when the signer was made; for a libcrypto failure.
     virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
 
@@ -54,7 +54,7 @@ public:
     /// gives the invalid status; it is never an exception.
     ///
     /// @throws utils::UnsupportedDigestAlgorithm for a digest that the curve does not accept.
-    /// @throws utils::InternalException for an empty `digest` ("The digest engine does not exist.") or one that throws;
+    /// @throws utils::InternalException for a null `digest` ("The digest engine does not exist.") or one that throws;
     ///         for a key that was missing or not of this library when the verifier was made; when libcrypto cannot set
     ///         the verification up.
     virtual utils::SignatureVerificationStatus verify(ByteArray const& message, ByteArray const& signature,

@@ -43,7 +43,7 @@ public:
     ///         private key, the PIN or the PKCS #11 module is wrong ("Failed to load the reference to the key on HSM"),
     ///         or the URI cannot be opened at all; when it describes several ("Error when more than one private key can
     ///         be described by " and the URI); for a key of 1024 bits or fewer, elliptic-curve keys included ("RSA 1024
-    ///         is insecure and no longer supported."); for an OAEP or PKCS #1 v1.5 padding; for an empty `digest` ("The
+    ///         is insecure and no longer supported."); for an OAEP or PKCS #1 v1.5 padding; for a null `digest` ("The
     ///         digest engine does not exist."); when the module cannot make the signature.
     virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
 

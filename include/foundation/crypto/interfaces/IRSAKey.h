@@ -73,10 +73,10 @@ template <class KeySize> class IRSAKeyPair {
 public:
     virtual ~IRSAKeyPair() = default;
 
-    /// Returns the public key, shared with the pair; never empty.
+    /// Returns the public key, shared with the pair; never null.
     virtual std::shared_ptr<IRSAPublicKey<KeySize>> getPublicKey() const = 0;
 
-    /// Returns the private key, shared with the pair; never empty.
+    /// Returns the private key, shared with the pair; never null.
     virtual std::shared_ptr<IRSAPrivateKey<KeySize>> getPrivateKey() const = 0;
 };
 

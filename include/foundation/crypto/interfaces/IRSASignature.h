@@ -28,7 +28,7 @@ public:
     /// PKCS #1 v1.5 signatures of one message are always the same, PSS signatures are not.
     ///
     /// @throws utils::InternalException for an OAEP padding, which comes first ("Cannot use OAEP as Padding Algorithm
-    ///         for Signatures in OpenSSL."); for an empty `digest` ("The digest engine does not exist.") or one that
+    ///         for Signatures in OpenSSL."); for a null `digest` ("The digest engine does not exist.") or one that
     ///         throws; for a hash that libcrypto does not know or that is too long for the key; for a libcrypto
     ///         failure.
     virtual ByteArray sign(ByteArray const& message, DigestEnginePtr digest) const = 0;
@@ -54,7 +54,7 @@ public:
     virtual ~IRSAVerifier() = default;
 
     /// Says whether `signature` is one of `message`. Everything that stands in the way of a valid signature gives the
-    /// invalid status, without a reason: a wrong signature, another size, padding or hash, an empty `digest` or one
+    /// invalid status, without a reason: a wrong signature, another size, padding or hash, a null `digest` or one
     /// that throws, a libcrypto failure.
     ///
     /// @throws utils::InternalException for an OAEP padding, and for nothing else ("Cannot use OAEP as Padding

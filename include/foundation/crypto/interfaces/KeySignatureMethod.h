@@ -3,7 +3,8 @@
 
 namespace foundation::crypto::interfaces {
 
-/// Which RSA signatures a key can make: the answer of the provider's key queries.
+/// The answer of the provider's key queries: how many bits a key has, and so which RSA signatures it can make if it is
+/// an RSA key. DH, DSA and ML-KEM-1024 keys with as many bits are answered for alike; `getModulus()` throws for them.
 enum class KeySignatureMethod : int {
     RSA1024 = 0,
     RSA2048 = 1,

@@ -2,6 +2,7 @@
 #define FOUNDATION_CRYPTO_OPENSSL_CRYPTOPROVIDER_H
 
 #include "foundation/crypto/interfaces/ICryptoProvider.h"
+#include "foundation/crypto/openssl/Version.h"
 #include "foundation/crypto/utils/DefaultPRNGAlgorithm.h"
 #include "foundation/crypto/utils/DigestAlgorithms.h"
 #include "foundation/crypto/utils/SignatureVerificationStatus.h"
