@@ -308,14 +308,14 @@ template <class Factory> Way ofECCKeyStream(std::string const& name, std::string
             }};
 }
 
-/// Of the URI of a key in a module, which may have the PIN in it.
+/// Of the module's path and the URI of a key in it, which may have the PIN in it.
 Way ofURI(std::string const& name, std::size_t size) {
     return {name, [=](OwnStack& stack) {
-                std::string const module(size, 'm');
+                std::string const module = text(pseudoRandomBytes(size, 2));
                 std::string const uri = text(pseudoRandomBytes(size));
                 stack.run(
                     [&] { provider.createHSMSigner(utils::HSMObject(module, uri), RSAPaddingMode::PSS, nullptr); });
-                return Secrets{bytes(uri)};
+                return Secrets{bytes(module), bytes(uri)};
             }};
 }
 

@@ -55,6 +55,8 @@ TEST(BIOs, BringBackWhatWasWritten) {
     std::string const content("text\0with a NUL\n", 16);
     EXPECT_EQ(text(toByteArray(memory(content).get())), content);
 
+    EXPECT_EQ(text(toByteArray(memory("1").get())), "1");
+
     BIOUPtr const bio = memory("one");
     write("two", bio.get());
     EXPECT_EQ(text(toByteArray(bio.get())), "onetwo");

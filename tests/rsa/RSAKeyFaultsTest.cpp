@@ -329,6 +329,11 @@ TEST(RSAKeyFault, ThatIsAnExceptionIsTranslated) {
             EXPECT_THROWS(InternalException, "out of order", operation());
         }
         {
+            Replacing<decltype(BIO_write)> const throwing(
+                "BIO_write", [](auto, BIO*, void const*, int) -> int { throw utils::InvalidKey("out of order"); });
+            EXPECT_THROWS(InternalException, "out of order", operation());
+        }
+        {
             Replacing<decltype(BIO_new)> const exhausted(
                 "BIO_new", [](auto, BIO_METHOD const*) -> BIO* { throw std::bad_alloc(); });
             EXPECT_THROWS(InternalException, "std::bad_alloc", operation());
@@ -341,8 +346,14 @@ TEST(RSAKeyFault, ThatIsAnExceptionIsTranslated) {
     }
     for (auto const& operation :
          {exportPrivateModulus, exportPrivateExponent, exportPublicModulus, exportPublicExponent}) {
+        {
+            Replacing<decltype(BN_bn2bin)> const throwing("BN_bn2bin", [](auto, BIGNUM const*, unsigned char*) -> int {
+                throw std::length_error("out of order");
+            });
+            EXPECT_THROWS(InternalException, "out of order", operation());
+        }
         Replacing<decltype(BN_bn2bin)> const throwing(
-            "BN_bn2bin", [](auto, BIGNUM const*, unsigned char*) -> int { throw std::length_error("out of order"); });
+            "BN_bn2bin", [](auto, BIGNUM const*, unsigned char*) -> int { throw utils::InvalidKey("out of order"); });
         EXPECT_THROWS(InternalException, "out of order", operation());
     }
     for (auto const& operation : {queryPrivatePEM, queryPrivateStream, queryPublicDER, queryPublicStream}) {

@@ -31,7 +31,7 @@ public:
 };
 
 /// While it lives, the allocations on this thread are somebody else's: they are not counted, not failed, not recorded.
-class ForeignAllocations {
+class [[gnu::visibility("default")]] ForeignAllocations {
 public:
     ForeignAllocations() { ++depth; }
 

@@ -114,8 +114,10 @@ private:
     Body body_;
 };
 
+// The interposers of a shared library (see tests/CMakeLists.txt) ask the program, hence the visibility.
+
 /// While it lives, no call on this thread is recorded, failed or replaced.
-class Unwatched {
+class [[gnu::visibility("default")]] Unwatched {
 public:
     Unwatched();
     ~Unwatched();
