@@ -1,6 +1,6 @@
-// Ten thousand mutations of everything that comes from outside. What is right to answer is known in advance only for
-// signatures; of the rest it is asked that the answer is a key or one of the library's own exceptions, that a key
-// serves, and that nothing happens that a sanitizer would see.
+// Mutations of everything that comes from outside, ten thousand of each in the long tests. What is right to answer is
+// known in advance only for signatures; of the rest it is asked that the answer is a key or one of the library's own
+// exceptions, that a key serves, and that nothing happens that a sanitizer would see.
 #include "support/ECC.h"
 #include "support/Mutations.h"
 #include "support/PEM.h"
@@ -20,12 +20,7 @@ namespace {
 using namespace support;
 namespace utils = foundation::crypto::utils;
 
-#if defined(__SANITIZE_THREAD__) // which has nothing to see here
-constexpr int readersRounds = 2500;
-#else
-constexpr int readersRounds = 10000;
-#endif
-constexpr int rounds = 10000;
+int const rounds = mutations(10000);
 
 /// Runs `work`; true when it returns, false for one of the library's own exceptions, and everything else fails the
 /// test.
@@ -70,7 +65,7 @@ TYPED_TEST(ECCHostileInput, AsPrivateKeyText) {
         texts.push_back(traditionalPEM(raw, "secret"));
     }
     int keys = 0;
-    for (int i = 0; i < readersRounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         ByteArray const input = mutate(bytes(texts[static_cast<std::size_t>(i) % texts.size()]), this->random);
         survives([&] {
             std::istringstream stream(text(input));
@@ -80,13 +75,13 @@ TYPED_TEST(ECCHostileInput, AsPrivateKeyText) {
         });
     }
     EXPECT_GT(keys, 0); // some of what is changed does not matter
-    EXPECT_LT(keys, readersRounds);
+    EXPECT_LT(keys, rounds);
 }
 
 TYPED_TEST(ECCHostileInput, AsEncryptedKeyText) {
     RawKey const raw = readPrivate(text(this->pair->getPrivateKey()->getPEM()));
     ByteArray const locked = bytes(encryptedPEM(raw, "secret"));
-    for (int i = 0; i < readersRounds / 20; ++i) { // each right one costs a key derivation
+    for (int i = 0; i < rounds / 20; ++i) { // each right one costs a key derivation
         std::istringstream stream(text(mutate(locked, this->random)));
         survives([&] { use<TypeParam>(TypeParam::privateKey(stream, "secret")); });
     }
@@ -96,7 +91,7 @@ TYPED_TEST(ECCHostileInput, AsPublicKeyText) {
     RawKey const raw = readPrivate(text(this->pair->getPrivateKey()->getPEM()));
     std::string const texts[] = {publicPEM(raw), privatePEM(raw)};
     int keys = 0;
-    for (int i = 0; i < readersRounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         ByteArray const input = mutate(bytes(texts[i % 4 == 3 ? 1 : 0]), this->random);
         survives([&] {
             std::istringstream stream(text(input));
@@ -106,7 +101,7 @@ TYPED_TEST(ECCHostileInput, AsPublicKeyText) {
         });
     }
     EXPECT_GT(keys, 0);
-    EXPECT_LT(keys, readersRounds);
+    EXPECT_LT(keys, rounds);
 }
 
 TYPED_TEST(ECCHostileInput, AsKeyStructures) { // the text around them intact
@@ -122,7 +117,7 @@ TYPED_TEST(ECCHostileInput, AsKeyStructures) { // the text around them intact
         return bytes("-----BEGIN " + label + "-----\n" + lines + "-----END " + label + "-----\n");
     };
     int keys = 0;
-    for (int i = 0; i < readersRounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         survives([&] {
             use<TypeParam>(TypeParam::privateKey(wrap(mutate(privateDER(raw), this->random), "PRIVATE KEY")));
             ++keys;
@@ -137,7 +132,7 @@ TYPED_TEST(ECCHostileInput, AsKeyStructures) { // the text around them intact
 
 TYPED_TEST(ECCHostileInput, AsPrivateIntegers) {
     ByteArray const integer = this->pair->getPrivateKey()->getPrivateInteger();
-    for (int i = 0; i < readersRounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         ByteArray const input = mutate(integer, this->random);
         bool const made = survives([&] { use<TypeParam>(TypeParam::privateKeyFromInteger(input)); });
         bool const expected = TypeParam::curve == EllipticCurve::P256 ? !input.empty() : input.size() == 32;
@@ -147,7 +142,7 @@ TYPED_TEST(ECCHostileInput, AsPrivateIntegers) {
 
 TYPED_TEST(ECCHostileInput, AsPublicPoints) {
     ByteArray const point = this->pair->getPublicKey()->getPublicPoint();
-    for (int i = 0; i < readersRounds; ++i) {
+    for (int i = 0; i < rounds; ++i) {
         ByteArray const input = mutate(point, this->random);
         bool const made = survives([&] { use<TypeParam>(TypeParam::publicKeyFromPoint(input)); });
         if (TypeParam::curve == EllipticCurve::Curve25519) {
@@ -173,7 +168,7 @@ TYPED_TEST(ECCHostileInput, AsMessages) {
     auto const verifier = TypeParam::verifier(this->pair->getPublicKey());
     ByteArray const message = pseudoRandomBytes(100);
     ByteArray const signature = TypeParam::signer(this->pair->getPrivateKey())->sign(message, engine);
-    for (int i = 0; i < readersRounds / 10; ++i) {
+    for (int i = 0; i < rounds / 10; ++i) {
         ByteArray const input = mutate(message, this->random);
         EXPECT_EQ(verifier->verify(input, signature, engine).isValid(), input == message) << hex(input);
     }

@@ -50,7 +50,8 @@ void loadAllWithoutTheirPasswords() {
 
 INSTANTIATE_TEST_SUITE_P(ECC, KeyPrompt,
                          testing::Values(KeyPromptCase{[] { encryptedKeys(); }, loadAllWithoutTheirPasswords,
-                                                       [] { readPrivate(encryptedKeys().front()); }}));
+                                                       [] { readPrivate(encryptedKeys().front()); }}),
+                         [](auto const&) { return "EncryptedKeys"; });
 
 } // namespace
 

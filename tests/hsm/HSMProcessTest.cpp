@@ -181,7 +181,7 @@ protected:
 
 TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     char const* const wanted = std::getenv("ZRFL_HSM_SIGNATURES");
-    int const signatures = wanted != nullptr ? std::atoi(wanted) : (instrumented ? 100 : 1000);
+    int const signatures = wanted != nullptr ? std::atoi(wanted) : (instrumented ? 100 : 400);
     SpyModule const spy(token);
     auto const signer = signerOf(SpyModule::path(), Token::uri("rsa2048"));
     auto const engine = provider.createSHA256DigestEngine();
@@ -257,7 +257,7 @@ protected:
 
 TEST_F(HSMSharing, WorksFromManyThreadsBehindTheSerializedSigner) {
     std::size_t const threads = 6;
-    int const rounds = instrumented ? 10 : 50;
+    int const rounds = instrumented ? 10 : 20;
     std::vector<std::string> const before = token.files();
     std::vector<std::string> const keys{"rsa2048", "rsa3072", "certified"};
     std::vector<HSMSignerPtr> signers; // two threads share each; all share the module

@@ -78,7 +78,8 @@ void readWithoutPassPhrase() {
 
 INSTANTIATE_TEST_SUITE_P(RSA, KeyPrompt,
                          testing::Values(KeyPromptCase{[] { encryptedKeys(); }, loadAllWithoutTheirPasswords,
-                                                       readWithoutPassPhrase}));
+                                                       readWithoutPassPhrase}),
+                         [](auto const&) { return "EncryptedKeys"; });
 
 } // namespace
 

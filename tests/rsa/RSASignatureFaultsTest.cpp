@@ -1,6 +1,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/HostsMark.h"
 #include "support/RSA.h"
 #include "support/Throws.h"
 

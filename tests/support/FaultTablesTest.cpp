@@ -1,5 +1,6 @@
 // What the fault tables ask is asked in earnest.
 #include "support/FaultTables.h"
+#include "support/HostsMark.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 

@@ -4,9 +4,15 @@
 #include "Bytes.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 
 namespace support {
+
+/// How many of `all` mutations a test makes: a quarter with every run, and all of them in the long tests.
+inline int mutations(int all) {
+    return std::getenv("ZRFL_ALL_MUTATIONS") != nullptr ? all : all / 4;
+}
 
 /// `bytes` with one to four alterations such as an attacker or a broken disk makes, up to 300 bytes longer each; the
 /// same for the same state of `random`. They may undo one another.

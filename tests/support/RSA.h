@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -50,56 +49,20 @@ struct RSAKeyUser {
     std::size_t blockSize() const { return bits / 8; }
 };
 
-template <unsigned long N> RSAKeyUser makeRSAKeyUser(ByteArray const& pkcs8, ByteArray const& spki) {
-    using OfSize = RSAKeys<N>;
-    auto const prng = CryptoProvider().createDefaultCryptoPRNG({});
-    auto const privateKey = pkcs8.empty() ? nullptr : OfSize::createPrivateKey(pkcs8);
-    auto const publicKey = spki.empty() ? nullptr : OfSize::createPublicKey(spki);
-    return {N, [=](RSAPaddingMode padding) { return OfSize::signer(privateKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return OfSize::verifier(publicKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return OfSize::encryptor(publicKey, padding, prng); },
-            [=](RSAPaddingMode padding) { return OfSize::decryptor(privateKey, padding, prng); }};
-}
-
 /// For a key of `bits`; either half may be missing.
-inline RSAKeyUser makeRSAKeyUser(int bits, ByteArray const& pkcs8, ByteArray const& spki) {
-    switch (bits) {
-    case 1024:
-        return makeRSAKeyUser<1024>(pkcs8, spki);
-    case 2048:
-        return makeRSAKeyUser<2048>(pkcs8, spki);
-    case 4096:
-        return makeRSAKeyUser<4096>(pkcs8, spki);
-    default:
-        throw std::out_of_range("an RSA key of " + std::to_string(bits) + " bits");
-    }
-}
+RSAKeyUser makeRSAKeyUser(int bits, ByteArray const& pkcs8, ByteArray const& spki);
 
 /// For the key of a vector.
-inline RSAKeyUser makeRSAKeyUser(Vector const& vector) {
-    auto const bytesOf = [&](char const* name) { return vector.has(name) ? vector.bytes(name) : ByteArray(); };
-    return makeRSAKeyUser(vector.number("bits"), bytesOf("pkcs8"), bytesOf("spki"));
-}
+RSAKeyUser makeRSAKeyUser(Vector const& vector);
 
 /// For the tests' own key of that size.
-inline RSAKeyUser const& rsaTestKeyUser(int bits) {
-    static auto const make = [](int size) {
-        auto const read = [&](char const* name) { return readRSAKey(static_cast<unsigned long>(size), name); };
-        return makeRSAKeyUser(size, read("private.der"), read("public.der"));
-    };
-    static RSAKeyUser const users[]{make(1024), make(2048), make(4096)};
-    return bits == 1024 ? users[0] : bits == 2048 ? users[1] : users[2];
-}
+RSAKeyUser const& rsaTestKeyUser(int bits);
 
 /// For a key that loads as any RSA key of its size does, but that may only be used with PSS.
-inline RSAKeyUser makePSSKeyUser() {
-    return makeRSAKeyUser(2048, readRSAKey(2048, "pss-private.pem"), readRSAKey(2048, "pss-public.pem"));
-}
+RSAKeyUser makePSSKeyUser();
 
 /// For a DSA key, which loads as an RSA key of its size does, too.
-inline RSAKeyUser makeDSAKeyUser() {
-    return makeRSAKeyUser(1024, readKey("dsa1024-private.pem"), readKey("dsa1024-public.pem"));
-}
+RSAKeyUser makeDSAKeyUser();
 
 /// The keys of one size and the generators, for the tests of the objects that are made from them.
 template <class OfSize> class RSAObjects : public testing::Test {
