@@ -113,10 +113,11 @@ public:
     virtual std::vector<void const*> made() = 0;
     virtual ByteArray again() = 0;
     virtual bool wroteNoHalf() = 0;
-    virtual std::shared_ptr<Run> beside() = 0;
+    virtual std::unique_ptr<Run> beside() = 0;
 };
 
-OperationRun toOperationRun(std::shared_ptr<Run> const& run) {
+OperationRun toOperationRun(std::unique_ptr<Run> only) {
+    std::shared_ptr<Run> const run = std::move(only);
     return {[=] { run->call(); },
             [=] { return run->outcome(); },
             [=] { return run->made(); },
@@ -146,9 +147,9 @@ public:
 
     ByteArray again() override {
         if constexpr (std::is_same_v<Again, SameCall>) {
-            RunOf same(arguments_, call_, describe_, again_, wroteNoHalf_);
-            same.call();
-            return same.outcome();
+            std::unique_ptr<Run> const same = beside();
+            same->call();
+            return same->outcome();
         } else {
             return again_(arguments_);
         }
@@ -162,8 +163,8 @@ public:
         }
     }
 
-    std::shared_ptr<Run> beside() override {
-        return std::make_shared<RunOf>(arguments_, call_, describe_, again_, wroteNoHalf_);
+    std::unique_ptr<Run> beside() override {
+        return std::unique_ptr<Run>(new RunOf(arguments_, call_, describe_, again_, wroteNoHalf_));
     }
 
 private:
@@ -180,7 +181,8 @@ std::function<OperationRun()> preparing(Prepare prepare, Call call, Describe des
                                         Again again = {}) {
     return [=] {
         using Of = RunOf<decltype(prepare()), Call, Describe, Again, NoHalf>;
-        return toOperationRun(std::make_shared<Of>(prepare(), call, describe, again, wroteNoHalf));
+        // Owners of each such class would take as long to compile as all the rest.
+        return toOperationRun(std::unique_ptr<Run>(new Of(prepare(), call, describe, again, wroteNoHalf)));
     };
 }
 
