@@ -10,6 +10,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-digests
+/// @{
+
 /// Computes a message digest (FIPS 180-4, RFC 1321), an HMAC (RFC 2104) or a BLAKE2b digest (RFC 7693) over a message
 /// that arrives in one piece, in several, or as a stream. Signers and verifiers also take an engine as their choice of
 /// hash: they only ask for its names, and its own state is neither used nor changed. An engine of the host's own must
@@ -73,6 +76,8 @@ public:
 
 /// The pointer as operations take and return it.
 using DigestEnginePtr = std::shared_ptr<IDigestEngine>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-rsa-keys
+/// @{
+
 // `KeySize` names the size of the modulus: utils::RSAKeySize of 1024, 2048 or 4096 bits. A key of another size cannot
 // be made. 1024 bits are offered for old data only (NIST SP 800-131A disallows them for new signatures).
 
@@ -82,6 +85,8 @@ public:
 
 /// The pointer as operations take and return it.
 template <unsigned long Bits> using RSAKeyPairPtr = std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<Bits>>>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-digests
+/// @{
+
 // One descriptor for each digest algorithm. They hold nothing and may be asked from any thread:
 //
 // - getDigestName() is the algorithm's own name, as messages show it and as the elliptic-curve signers compare it;
@@ -93,6 +96,8 @@ public:
     static std::string getDigestName();
     static std::size_t getDigestSize() noexcept;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

@@ -5,6 +5,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-rsa-signatures
+/// @{
+
 class SignatureVerificationStatus;
 
 /// The status of a signature that matches its message and key.
@@ -33,6 +36,8 @@ private:
 
     bool valid_;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

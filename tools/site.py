@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""What stands between the sources and the site that tools/docs makes of them: pages and headers stay as they read best
+by themselves, and get here what links them.
+
+Usage: tools/site.py FILE        prints the page, the header or the groups as doxygen is to read them
+"""
+import collections
+import functools
+import posixpath
+import re
+import sys
+from pathlib import Path
+
+from pages import FENCED, INDENTED, QUOTED, blank, headings, links
+from texts import ROOT, files
+
+HEADERS = ROOT / "include/foundation/crypto"
+PROVIDER = HEADERS / "interfaces/ICryptoProvider.h"
+GROUPS = ROOT / "docs/site/groups.dox"
+EXAMPLES = sorted((ROOT / "examples").glob("*.cpp"))
+
+# What stands on the site for a folder of the repository.
+FOLDERS = {"examples": '<a href="examples.html">{}</a>',
+           "include/foundation/crypto/interfaces": "@link foundation::crypto::interfaces {}@endlink"}
+
+
+def label(path, anchor=""):
+    """The name on the site of a page, which is also its file's, or of a section: docs/aes.md is aes."""
+    page = re.sub(r"^docs/", "", path[:-len(".md")])
+    names = {"README": "guides" if path.startswith("docs/") else "index", "CHANGELOG": "about-changelog",
+             "CONTRIBUTING": "about-contributing", "SECURITY": "about-security"}
+    page = names.get(page, page.replace("/", "-").lower())
+    return f"{page}-{anchor}" if anchor else page
+
+
+def without_comments(header):
+    return blank(header.read_text(), r"//[^\n]*")
+
+
+@functools.lru_cache(maxsize=None)
+def families():
+    """The provider's operations by family, as the patterns of the groups share them out: each belongs to one."""
+    names = list(dict.fromkeys(re.findall(r"\b(\w+)\([^;{}]*\) const = 0;", without_comments(PROVIDER))))
+    patterns = re.findall(r"@defgroup (\S+)(?:(?!@defgroup).)*?@operations (\S+)", GROUPS.read_text(), flags=re.S)
+    shared = {family: [name for name in names if re.fullmatch(pattern, name)] for family, pattern in patterns}
+    if sorted(names) != sorted(name for members in shared.values() for name in members):
+        raise SystemExit(f"{GROUPS}: some operation belongs to no family, or to two")
+    return shared
+
+
+@functools.lru_cache(maxsize=None)
+def meanings():
+    """What a name in a page means, where it can mean one thing: a type, or an operation that one interface has."""
+    found = collections.defaultdict(set)
+    for path in files(HEADERS, ".h"):
+        text, scope = without_comments(path), f"foundation::crypto::{path.parent.name}"
+        for name in re.findall(r"^(?:template <.*> )?(?:enum )?(?:class (?:ZRFL_EXPORT )?|using (?=\w+ = ))(\w+)\b(?!;)", text, flags=re.M):
+            found[name].add(f"{scope}::{name}")
+        for owner, body in re.findall(r"^(?:template <.*> )?class (I[A-Z]\w+) \{(.*?)^\};", text, flags=re.M | re.S):
+            for name in re.findall(r"\b(\w+)\([^;{}]*\)(?: const)? = 0;", body):
+                found[name].add(f"{scope}::{owner}::{name}")
+    return {name: next(iter(places)) for name, places in found.items() if len(places) == 1}
+
+
+def replaced(text, changes):
+    """The text with each (start, end, by what) of the changes made."""
+    for start, end, by in sorted(changes, reverse=True):
+        text = text[:start] + by + text[end:]
+    return text
+
+
+def linked(path, link, seen):
+    """A link of a page as the site has it. One that leads nowhere there stays unresolved, which doxygen refuses. The first
+    link from the README or from the list of guides to a page that it lists puts that page beneath it in the tree."""
+    file, _, anchor = link.target.partition("#")
+    if ":" in file or link.picture:
+        return None
+    target = posixpath.normpath(posixpath.join(posixpath.dirname(path), file)) if file else path
+    if target in FOLDERS:
+        return FOLDERS[target].format(link.text)
+    listed_by = "README.md" if "/" not in target or target == "docs/README.md" else "docs/README.md"
+    if path == listed_by and target not in seen and not anchor:
+        seen.add(target)
+        return f'@subpage {label(target)} "{link.text}"'
+    return f"@link {label(target, anchor)} {link.text}@endlink"
+
+
+def example_page(name):
+    return name.replace(".", "_8") + "-example.html"
+
+
+def page(path, text):
+    """A page with the names of its sections, its links, and links from what it names to the reference."""
+    listing = path in ("README.md", "docs/README.md")  # in the tree, sections would stand among the pages beneath them
+    changes, taken, seen = [], [], {path}
+    for number, heading in enumerate(headings(text)):
+        taken.append((heading.start, heading.end))
+        if number == 0:
+            name = label(path)
+            below = "" if listing else "\n\n[TOC]"
+            if f"reference-{name}" in families():
+                below += f"\n\nReference: @ref reference-{name}"
+            changes.append((heading.end, heading.end, f" {{#{'mainpage' if name == 'index' else name}}}{below}"))
+        elif listing:
+            changes.append((heading.start, heading.end, f"@anchor {label(path, heading.anchor)}\n<h1>{heading.text}</h1>"))
+        else:
+            changes.append((heading.end, heading.end, f" {{#{label(path, heading.anchor)}}}"))
+    for link in links(text):
+        by = linked(path, link, seen)
+        if by:
+            taken.append((link.start, link.end))
+            changes.append((link.start, link.end, by))
+    prose = blank(text, FENCED, INDENTED)
+    for code in re.finditer(QUOTED, prose):
+        name = re.fullmatch(r"(?:P\.|\w+::)*(\w+)(?:\(.*)?", code[0][1:-1], flags=re.S)
+        example = re.fullmatch(r"examples/(\w+\.cpp)", code[0][1:-1])
+        target = example[1] if example else name and meanings().get(name[1])
+        if target and not any(start <= code.start() < end for start, end in taken):
+            if example:
+                changes.append((code.start(), code.end(), f'<a href="{example_page(target)}">{code[0]}</a>'))
+            else:
+                changes.append((code.start(), code.end(), f"@link {target} {code[0]}@endlink"))
+    for strong in re.finditer(r"\*\*[^*]+\*\*", blank(prose, QUOTED)):  # doxygen's own stops at a link
+        changes += [(strong.start(), strong.start() + 2, "<b>"), (strong.end() - 2, strong.end(), "</b>")]
+    return replaced(text, changes)
+
+
+def provider(text):
+    """The provider's header with its sections as groups of operations, and a link to the guide from each operation."""
+    guides = {name: family[len("reference-"):] for family, names in families().items() for name in names}
+    text = re.sub(r"\n\n    // ---- (.*)\n\n", "\n    /** @} */\n    /** @name \\1\n     @{ */\n", text)
+    text = text.replace("/** @} */\n", "\n", 1).replace("\n};", "/** @} */ };")
+
+    def guide(match):
+        return f"    /// @par Guide\n    /// @ref {guides[match[1]]}\n" if match[1] in guides else ""
+
+    return re.sub(r"(?=^    virtual [^;]*?\b(\w+)\()", guide, text, flags=re.M)
+
+
+def groups(text):
+    """The groups with the operations of each family, and a page for each example."""
+    families_in_order = iter(families().items())
+
+    def operations(_):
+        family, names = next(families_in_order)
+        scope = "foundation::crypto::interfaces::ICryptoProvider"
+        return (f"Guide: @ref {family[len('reference-'):]}\n///\n/// Operations of the provider:\n///\n" +
+                "\n".join(f"/// - @link {scope}::{name} `{name}`@endlink" for name in names))
+
+    text = re.sub(r"@operations \S+", operations, text)
+    examples = []
+    for path in EXAMPLES:
+        first = re.match(r"// (.*?[.:])\n", path.read_text().replace("\n// ", " ") + "\n", flags=re.S)
+        examples.append(f"/// @example {path.name}\n/// {first[1]}\n")
+    return text + "\n".join(examples)
+
+
+def main():
+    path = Path(sys.argv[1]).resolve()
+    text = path.read_text()
+    if path == PROVIDER:
+        text = provider(text)
+    elif path.name == "CryptoProvider.h":
+        text = re.sub(r"^    (?:ByteArray|interfaces::)[^;]* override;\n", "", text, flags=re.M)
+    elif path == GROUPS:
+        text = groups(text)
+    elif path.suffix == ".md":
+        text = page(path.relative_to(ROOT).as_posix(), text)
+    sys.stdout.write(text)
+
+
+if __name__ == "__main__":
+    main()
