@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Looks through a folder of HTML pages for links, in pages and in the data of tree and search, that lead to no file or to
-no anchor of one, and for marks of Markdown or doxygen that a reader sees raw.
+"""Looks through a folder of HTML pages for links, in pages and in the data of tree and search, that lead to no file or
+to no anchor of one, and for marks of Markdown or doxygen that a reader sees raw.
 
 Usage: tools/dead_links.py FOLDER
 """

@@ -2,16 +2,19 @@
 """What stands between the sources and the site that tools/docs makes of them: pages and headers stay as they read best
 by themselves, and get here what links them.
 
-Usage: tools/site.py FILE        prints the page, the header or the groups as doxygen is to read them
+Usage: tools/site.py FILE         prints the page, the header or the groups as doxygen is to read them
+       tools/site.py index TAGS   prints what the search finds: the sections of all pages, and the names in the tag file
 """
 import collections
 import functools
+import json
 import posixpath
 import re
 import sys
 from pathlib import Path
+from xml.etree import ElementTree
 
-from pages import FENCED, INDENTED, QUOTED, blank, headings, links
+from pages import FENCED, INDENTED, QUOTED, all_pages, blank, headings, links
 from texts import ROOT, files
 
 HEADERS = ROOT / "include/foundation/crypto"
@@ -54,7 +57,8 @@ def meanings():
     found = collections.defaultdict(set)
     for path in files(HEADERS, ".h"):
         text, scope = without_comments(path), f"foundation::crypto::{path.parent.name}"
-        for name in re.findall(r"^(?:template <.*> )?(?:enum )?(?:class (?:ZRFL_EXPORT )?|using (?=\w+ = ))(\w+)\b(?!;)", text, flags=re.M):
+        types = r"^(?:template <.*> )?(?:enum )?(?:class (?:ZRFL_EXPORT )?|using (?=\w+ = ))(\w+)\b(?!;)"
+        for name in re.findall(types, text, flags=re.M):
             found[name].add(f"{scope}::{name}")
         for owner, body in re.findall(r"^(?:template <.*> )?class (I[A-Z]\w+) \{(.*?)^\};", text, flags=re.M | re.S):
             for name in re.findall(r"\b(\w+)\([^;{}]*\)(?: const)? = 0;", body):
@@ -70,8 +74,8 @@ def replaced(text, changes):
 
 
 def linked(path, link, seen):
-    """A link of a page as the site has it. One that leads nowhere there stays unresolved, which doxygen refuses. The first
-    link from the README or from the list of guides to a page that it lists puts that page beneath it in the tree."""
+    """A link of a page as the site has it. One that leads nowhere there stays unresolved, which doxygen refuses. The
+    first link from the README or from the list of guides to a page that it lists puts that page beneath it in the tree."""
     file, _, anchor = link.target.partition("#")
     if ":" in file or link.picture:
         return None
@@ -95,16 +99,16 @@ def page(path, text):
     changes, taken, seen = [], [], {path}
     for number, heading in enumerate(headings(text)):
         taken.append((heading.start, heading.end))
+        name = label(path, heading.anchor if number else "")
         if number == 0:
-            name = label(path)
             below = "" if listing else "\n\n[TOC]"
             if f"reference-{name}" in families():
                 below += f"\n\nReference: @ref reference-{name}"
             changes.append((heading.end, heading.end, f" {{#{'mainpage' if name == 'index' else name}}}{below}"))
         elif listing:
-            changes.append((heading.start, heading.end, f"@anchor {label(path, heading.anchor)}\n<h1>{heading.text}</h1>"))
+            changes.append((heading.start, heading.end, f"@anchor {name}\n<h1>{heading.text}</h1>"))
         else:
-            changes.append((heading.end, heading.end, f" {{#{label(path, heading.anchor)}}}"))
+            changes.append((heading.end, heading.end, f" {{#{name}}}"))
     for link in links(text):
         by = linked(path, link, seen)
         if by:
@@ -155,7 +159,42 @@ def groups(text):
     return text + "\n".join(examples)
 
 
+def paragraphs(text):
+    """What a reader sees of a piece of a page: its paragraphs, items and rows, each in one line."""
+    text = re.sub(r"^(```\w*|[|:-]+)$", "", text, flags=re.M)
+    text = re.sub(r"!?\[([^]]*)\]\([^)\s]+\)", r"\1", text).replace("`", "").replace("**", "")
+    for piece in re.split(r"\n\s*\n|\n(?=\||[-*] |\d+\. )", text):
+        line = " ".join(re.sub(r"^(\||[-*] |\d+\. )|\|$", "", piece.strip()).split())
+        if line:
+            yield line
+
+
+def index(tags):
+    """What can be found: an address, a title, where it stands, and the lines that are looked through."""
+    for path, text in sorted(all_pages().items(), key=lambda item: not item[0].startswith("docs/")):  # guides first
+        if path.startswith("tests/"):
+            continue
+        parts = list(headings(text))
+        ends = [part.start for part in parts[1:]] + [len(text)]
+        for number, (part, end) in enumerate(zip(parts, ends)):
+            address = label(path) + ".html" + (f"#{label(path, part.anchor)}" if number else "")
+            yield address, part.text.replace("`", ""), parts[0].text if number else "", list(paragraphs(text[part.end:end]))
+    for compound in ElementTree.parse(tags).getroot():
+        kind, name = compound.get("kind"), (compound.findtext("title") or compound.findtext("name")).rpartition("::")[2]
+        if kind in ("class", "group"):
+            yield compound.findtext("filename"), name, "reference", []
+            known = set()
+            for member in compound.findall("member"):
+                address = f"{member.findtext('anchorfile')}#{member.findtext('anchor')}"
+                if address not in known:  # those of a section of a class stand there twice
+                    known.add(address)
+                    yield address, member.findtext("name"), name, [member.findtext("arglist") or ""]
+
+
 def main():
+    if sys.argv[1] == "index":
+        print("const everything =", json.dumps(list(index(sys.argv[2])), ensure_ascii=False, indent=0), end=";\n")
+        return
     path = Path(sys.argv[1]).resolve()
     text = path.read_text()
     if path == PROVIDER:
