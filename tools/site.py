@@ -116,7 +116,8 @@ def page(path, text):
             changes.append((link.start, link.end, by))
     prose = blank(text, FENCED, INDENTED)
     for code in re.finditer(QUOTED, prose):
-        name = re.fullmatch(r"(?:P\.|\w+::)*(\w+)(?:\(.*)?", code[0][1:-1], flags=re.S)
+        # A plain word such as `update` may be anybody's.
+        name = re.fullmatch(r"(?:P\.|\w+::)*(\w*[A-Z]\w*|\w+(?=\())(?:\(.*)?", code[0][1:-1], flags=re.S)
         example = re.fullmatch(r"examples/(\w+\.cpp)", code[0][1:-1])
         target = example[1] if example else name and meanings().get(name[1])
         if target and not any(start <= code.start() < end for start, end in taken):
@@ -155,7 +156,7 @@ def groups(text):
     examples = []
     for path in EXAMPLES:
         first = re.match(r"// (.*?[.:])\n", path.read_text().replace("\n// ", " ") + "\n", flags=re.S)
-        examples.append(f"/// @example {path.name}\n/// {first[1]}\n")
+        examples.append(f"/// @example {path.name}\n/// @details {first[1]}\n")
     return text + "\n".join(examples)
 
 

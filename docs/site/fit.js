@@ -1,5 +1,8 @@
-// Shows tables that are wider than the page as cards (site.css).
-const fitTables = () => {
+// Shows tables that are wider than the page as cards (site.css), and lets the keyboard scroll code that is.
+const fit = () => {
+    for (const code of document.querySelectorAll("div.fragment, pre.fragment")) {
+        code.tabIndex = code.scrollWidth > code.clientWidth ? 0 : -1;
+    }
     for (const table of document.querySelectorAll("table.markdownTable")) {
         const columns = [...table.rows[0].cells].map(cell => cell.textContent.trim());
         for (const row of table.rows) {
@@ -9,5 +12,5 @@ const fitTables = () => {
         table.classList.toggle("cards", table.tBodies[0].scrollWidth > table.parentElement.clientWidth);
     }
 };
-addEventListener("load", fitTables);
-addEventListener("resize", fitTables);
+addEventListener("load", fit);
+addEventListener("resize", fit);
