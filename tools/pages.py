@@ -6,7 +6,7 @@ from texts import ROOT
 
 # A heading: its level, its text, and the anchor that a viewer gives it.
 Heading = collections.namedtuple("Heading", "level text anchor start end")
-# A link or a picture: where it stands in the page, its text and what it leads to.
+# A link or a picture: its text, what it leads to, and where it stands in the page.
 Link = collections.namedtuple("Link", "picture text target start end")
 
 FENCED = r"^```.*?^```\s*?$"
@@ -38,5 +38,9 @@ def headings(text):
 
 
 def links(text):
-    for match in re.finditer(r"(!?)\[([^]]*)\]\(([^)\s]+)\)", blank(text, FENCED, INDENTED, QUOTED)):
+    prose = blank(text, FENCED, INDENTED, QUOTED)
+    for match in re.finditer(r"(!?)\[([^]]*)\]\(([^)\s]+)\)", prose):
         yield Link(bool(match[1]), text[match.start(2):match.end(2)], match[3], match.start(), match.end())
+    for match in re.finditer(r"<(?:img|source)\b[^>]*?\bsrc(?:set)?=\"([^\"]+)\"[^>]*>", prose):
+        alternative = re.search(r"\balt=\"([^\"]*)\"", match[0])
+        yield Link(True, alternative[1] if alternative else "", match[1], match.start(), match.end())

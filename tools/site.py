@@ -73,12 +73,15 @@ def replaced(text, changes):
     return text
 
 
-def linked(path, link, seen):
+def linked(path, text, link, seen):
     """A link of a page as the site has it. One that leads nowhere there stays unresolved, which doxygen refuses. The
     first link from the README or from the list of guides to a page that it lists puts that page beneath it in the tree."""
     file, _, anchor = link.target.partition("#")
-    if ":" in file or link.picture:
+    if ":" in file:
         return None
+    if link.picture:  # tools/docs puts them beside the pages; doxygen knows no choice of sources
+        is_source = text.startswith("<source", link.start)
+        return "" if is_source else f'<img src="{posixpath.basename(file)}" alt="{link.text}">'
     target = posixpath.normpath(posixpath.join(posixpath.dirname(path), file)) if file else path
     if target in FOLDERS:
         return FOLDERS[target].format(link.text)
@@ -110,11 +113,12 @@ def page(path, text):
         else:
             changes.append((heading.end, heading.end, f" {{#{name}}}"))
     for link in links(text):
-        by = linked(path, link, seen)
-        if by:
+        by = linked(path, text, link, seen)
+        if by is not None:
             taken.append((link.start, link.end))
             changes.append((link.start, link.end, by))
     prose = blank(text, FENCED, INDENTED)
+    changes += [(tag.start(), tag.end(), "") for tag in re.finditer(r"</?picture>", blank(prose, QUOTED))]
     for code in re.finditer(QUOTED, prose):
         # A plain word such as `update` may be anybody's.
         name = re.fullmatch(r"(?:P\.|\w+::)*(\w*[A-Z]\w*|\w+(?=\())(?:\(.*)?", code[0][1:-1], flags=re.S)
