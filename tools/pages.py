@@ -1,6 +1,7 @@
 """The Markdown pages of the repository: their headings, the anchors by which viewers know these, and their links."""
 import collections
 import re
+import subprocess
 
 from texts import ROOT
 
@@ -16,9 +17,9 @@ QUOTED = r"`[^`]+`"
 
 def all_pages():
     """Every page by its path, which is relative to the repository."""
-    return {path.relative_to(ROOT).as_posix(): path.read_text()
-            for pattern in ("*.md", "docs/**/*.md", "fuzz/*.md", "tests/vectors/**/*.md")
-            for path in sorted(ROOT.glob(pattern))}
+    listed = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard", "*.md"],
+                            cwd=ROOT, capture_output=True, text=True, check=True).stdout.split("\0")
+    return {path: (ROOT / path).read_text() for path in listed if (ROOT / path).is_file()}
 
 
 def blank(text, *patterns):

@@ -3,6 +3,7 @@
 by themselves, and get here what links them.
 
 Usage: tools/site.py FILE         prints the page, the header or the groups as doxygen is to read them
+       tools/site.py pages        prints which pages the site has
        tools/site.py index TAGS   prints what the search finds: the sections of all pages, and the names in the tag file
 """
 import collections
@@ -25,6 +26,11 @@ EXAMPLES = sorted((ROOT / "examples").glob("*.cpp"))
 # What stands on the site for a folder of the repository.
 FOLDERS = {"examples": '<a href="examples.html">{}</a>',
            "include/foundation/crypto/interfaces": "@link foundation::crypto::interfaces {}@endlink"}
+
+
+def is_on_site(path):
+    """All pages are but those of the tests' data."""
+    return not path.startswith("tests/")
 
 
 def label(path, anchor=""):
@@ -177,7 +183,7 @@ def paragraphs(text):
 def index(tags):
     """What can be found: an address, a title, where it stands, and the lines that are looked through."""
     for path, text in sorted(all_pages().items(), key=lambda item: not item[0].startswith("docs/")):  # guides first
-        if path.startswith("tests/"):
+        if not is_on_site(path):
             continue
         parts = list(headings(text))
         ends = [part.start for part in parts[1:]] + [len(text)]
@@ -197,6 +203,9 @@ def index(tags):
 
 
 def main():
+    if sys.argv[1] == "pages":
+        print(*filter(is_on_site, all_pages()))
+        return
     if sys.argv[1] == "index":
         print("const everything =", json.dumps(list(index(sys.argv[2])), ensure_ascii=False, indent=0), end=";\n")
         return
