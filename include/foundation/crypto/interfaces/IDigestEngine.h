@@ -25,6 +25,7 @@ namespace foundation::crypto::interfaces {
 /// The operations throw `utils::InternalException`: for a libcrypto failure and, from `finalize()` and the stream form
 /// of `computeDigest`, for any standard exception met on the way, with its text. (A stream that throws an exception of
 /// this library's own has it passed on unchanged by BLAKE2b.)
+/// @ingroup reference-hmac reference-blake2b
 class IDigestEngine {
 public:
     virtual ~IDigestEngine() = default;

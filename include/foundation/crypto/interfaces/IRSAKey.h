@@ -9,10 +9,12 @@
 namespace foundation::crypto::interfaces {
 
 /// @addtogroup reference-rsa-keys
+///
+/// @par Sizes
+/// `KeySize` names the size of the modulus: `utils::RSAKeySize` of 1024, 2048 or 4096 bits. A key of another size
+/// cannot be made. 1024 bits are offered for old data only (NIST SP 800-131A disallows them for new signatures).
+///
 /// @{
-
-// `KeySize` names the size of the modulus: utils::RSAKeySize of 1024, 2048 or 4096 bits. A key of another size cannot
-// be made. 1024 bits are offered for old data only (NIST SP 800-131A disallows them for new signatures).
 
 /// An RSA private key (RFC 8017). It never changes and may be shared between threads. Numbers are big-endian and
 /// unsigned, without leading zero bytes.

@@ -18,6 +18,7 @@ ZRFL_EXPORT SignatureVerificationStatus makeInvalidSignatureVerificationStatus()
 /// What a verifier found: valid or invalid, and nothing in between. A small immutable value. No status can be made from
 /// a truth value, and none turns into one unless asked to, so a result code is never taken for a verdict by accident:
 /// `if (verifier->verify(message, signature, digest))` is meant, `int ok = verifier->verify(...)` does not compile.
+/// @ingroup reference-ecc-signatures
 class ZRFL_EXPORT SignatureVerificationStatus {
 public:
     /// True exactly for a valid signature.
