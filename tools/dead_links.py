@@ -43,7 +43,8 @@ def main():
     pages = {path.relative_to(folder).as_posix(): Page(path) for path in folder.rglob("*.html")}
     found, count = [], 0
     links = [(name, target) for name, page in pages.items() for target in page.targets]
-    for path in set(folder.rglob("*.js")) - set(folder.glob("navtreeindex*.js")):  # which say where in the tree a page is
+    places = set(folder.glob("navtreeindex*.js"))  # where in the tree each page is
+    for path in set(folder.rglob("*.js")) - places:
         links += [(path.relative_to(folder).as_posix(), target)
                   for target in re.findall(r"""["']((?:\.\./)?[\w-]+\.html(?:#[\w-]*)?)["']""", path.read_text())]
     for name, target in links:
