@@ -38,7 +38,9 @@ const showSought = () => {
     const place = sought && [...document.querySelectorAll(".textblock :is(p, li, td)")].find(begins);
     if (place) {
         place.classList.add("sought");
-        setTimeout(() => place.scrollIntoView({block: "center"}), 100); // after doxygen has gone to the section
+        for (const delay of [100, 600]) { // after doxygen has gone to the section, which may take it a while
+            setTimeout(() => place.scrollIntoView({block: "center"}), delay);
+        }
     }
 };
 
