@@ -26,7 +26,7 @@ endforeach()
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_dev}
     COMPONENT zrfl_doc)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package_dev} COMPONENT zrfl_doc
-    PATTERN CMakeLists.txt EXCLUDE PATTERN Doxyfile EXCLUDE)
+    PATTERN CMakeLists.txt EXCLUDE PATTERN site EXCLUDE)
 
 # What packages of hosts depend on, by symbols and by shlibs. Hosts call by slot, which no symbol shows, so each
 # depends on the version that it was built with or a later one.

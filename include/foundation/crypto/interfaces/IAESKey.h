@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-aes
+/// @{
+
 /// An AES key (FIPS 197) of the size that `KeySize` names: `utils::AESKeySize` of 128, 192 or 256. It never changes,
 /// may be shared between threads, and lives as long as any encryptor or decryptor made from it. Its own bytes are
 /// zeroed when the last reference goes.
@@ -26,6 +29,8 @@ public:
 
 /// The pointer as operations take and return it.
 template <unsigned long Bits> using AESKeyPtr = std::shared_ptr<IAESKey<utils::AESKeySize<Bits>>>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

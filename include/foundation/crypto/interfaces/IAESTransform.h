@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-aes
+/// @{
+
 /// Encrypts whole messages with AES (FIPS 197) in the mode that it was made with (NIST SP 800-38A; GCM: SP 800-38D). A
 /// message has at most 2147483647 bytes. There is no incremental form and no additional authenticated data.
 ///
@@ -25,7 +28,7 @@ public:
     /// - CBC with `NoPadding`, CFB, OFB, CTR: the message's size;
     /// - GCM: the message's size and 16 bytes more, the tag, at the end.
     ///
-    /// @throws utils::InternalException, as for every failure, also those of the standard library (with their text):
+    /// @throws utils::InternalException for every failure, also those of the standard library (with their text):
     ///         for a mode outside the enumeration; for a key that was missing or not of this library when the encryptor
     ///         was made; for a message above the limit; for a message that is no multiple of 16 bytes in CBC with
     ///         `NoPadding`; for a GCM nonce above 128 bytes; for a libcrypto failure.
@@ -56,7 +59,7 @@ public:
     /// Decrypts `cipherText` and returns the message: in GCM 16 bytes shorter, in CBC with `PKCS7` by 1 to 16 bytes,
     /// otherwise as long as the input. Nothing is returned of a GCM message whose tag does not match.
     ///
-    /// @throws utils::InternalException, as for every failure, also those of the standard library (with their text):
+    /// @throws utils::InternalException for every failure, also those of the standard library (with their text):
     ///         for a GCM message below 16 bytes ("Input data is smaller than the tag size") or with a wrong tag ("Tag
     ///         verification failed or decryption error"); in CBC for an input that is no multiple of 16 bytes or has
     ///         wrong padding ("Failed to finalize decryption"); for a mode outside the enumeration; for a key that was
@@ -76,6 +79,8 @@ public:
 
 /// The pointer as operations take and return it.
 using AESDecryptorPtr = std::shared_ptr<IAESDecryptor>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

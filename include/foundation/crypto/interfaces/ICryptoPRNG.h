@@ -9,6 +9,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-random
+/// @{
+
 /// Hands out cryptographically secure random bytes from libcrypto's generator (NIST SP 800-90A). That generator belongs
 /// to the whole process and seeds itself from the operating system: every object of this kind draws from it, and a seed
 /// given to one of them is mixed into what all of them hand out. Output can never be reproduced from a seed.
@@ -40,6 +43,8 @@ public:
 
 /// The pointer as operations take and return it.
 using CryptoPRNGPtr = std::shared_ptr<ICryptoPRNG>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

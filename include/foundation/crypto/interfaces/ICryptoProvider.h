@@ -41,6 +41,7 @@ namespace foundation::crypto::interfaces {
 /// of a later exception. Join the threads that use the library before `exit`: libcrypto cleans up under them.
 ///
 /// Operations are called by position: the declarations stand in the order of the binary interface, which never changes.
+/// @ingroup reference-provider
 class ICryptoProvider {
 public:
     virtual ~ICryptoProvider() = default;
@@ -55,8 +56,7 @@ public:
     // ---- Message digests (FIPS 180-4, RFC 1321), HMAC (RFC 2104) and BLAKE2b (RFC 7693)
 
     /// Makes a digest engine for MD5, 16 bytes; broken, for old formats only.
-    ///
-    /// @throws utils::InternalException, here and for the next five, when libcrypto does not offer the digest.
+    /// @throws utils::InternalException when libcrypto does not offer the digest; so do the next five.
     virtual DigestEnginePtr createMD5DigestEngine() const = 0;
 
     /// Makes a digest engine for SHA-1, 20 bytes; broken for signatures.
@@ -229,8 +229,8 @@ public:
     virtual RSAEncryptorPtr createRSA4096Encryptor(RSAPublicKeyPtr<4096> key, utils::RSAPaddingMode padding,
                                                    CryptoPRNGPtr prng) const = 0;
 
-    /// Makes a decryptor; as the encryptor, with "The decryption key does not exist." and "Cannot use PSS as Padding
-    /// Algorithm for decryption.". About `PKCS1_V1_5` read at `IRSADecryptor`: an altered block is not an error there.
+    /// Makes a decryptor; as the encryptor. The texts are "The decryption key does not exist." and "Cannot use PSS as
+    /// Padding Algorithm for decryption.". With `PKCS1_V1_5` an altered block is not an error: read `IRSADecryptor`.
     ///
     /// @throws utils::InvalidKey, utils::InternalException as the encryptor.
     virtual RSADecryptorPtr createRSA1024Decryptor(RSAPrivateKeyPtr<1024> key, utils::RSAPaddingMode padding,
@@ -259,8 +259,8 @@ public:
     virtual RSASignerPtr createRSA4096Signer(RSAPrivateKeyPtr<4096> key, utils::RSAPaddingMode padding,
                                              CryptoPRNGPtr prng) const = 0;
 
-    /// Makes a verifier; as the signer, with "The verifying key does not exist. Please correct." and "The PRNG does not
-    /// exist. Please correct.".
+    /// Makes a verifier; as the signer. The texts are "The verifying key does not exist. Please correct." and "The PRNG
+    /// does not exist. Please correct.".
     ///
     /// @throws utils::InvalidKey, utils::InternalException as the signer.
     virtual RSAVerifierPtr createRSA1024Verifier(RSAPublicKeyPtr<1024> key, utils::RSAPaddingMode padding,

@@ -10,6 +10,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-digests
+/// @{
+
 /// Computes a message digest (FIPS 180-4, RFC 1321), an HMAC (RFC 2104) or a BLAKE2b digest (RFC 7693) over a message
 /// that arrives in one piece, in several, or as a stream. Signers and verifiers also take an engine as their choice of
 /// hash: they only ask for its names, and its own state is neither used nor changed. An engine of the host's own must
@@ -22,6 +25,7 @@ namespace foundation::crypto::interfaces {
 /// The operations throw `utils::InternalException`: for a libcrypto failure and, from `finalize()` and the stream form
 /// of `computeDigest`, for any standard exception met on the way, with its text. (A stream that throws an exception of
 /// this library's own has it passed on unchanged by BLAKE2b.)
+/// @ingroup reference-hmac reference-blake2b
 class IDigestEngine {
 public:
     virtual ~IDigestEngine() = default;
@@ -73,6 +77,8 @@ public:
 
 /// The pointer as operations take and return it.
 using DigestEnginePtr = std::shared_ptr<IDigestEngine>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

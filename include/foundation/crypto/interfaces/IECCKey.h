@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-ecc-keys
+/// @{
+
 /// A private key on the curve `C`: for ECDSA on P-256 (FIPS 186-5) or for Ed25519 (RFC 8032). It never changes and may
 /// be shared between threads.
 template <utils::EllipticCurve C> class IECCPrivateKey {
@@ -69,6 +72,8 @@ public:
 
 /// The pointer as operations take and return it.
 template <utils::EllipticCurve C> using ECCKeyPairPtr = std::shared_ptr<IECCKeyPair<C>>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

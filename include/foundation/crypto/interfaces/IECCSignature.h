@@ -10,6 +10,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-ecc-signatures
+/// @{
+
 /// Makes signatures with one private key: ECDSA on P-256 (FIPS 186-5) or Ed25519 on Curve25519 (RFC 8032). The object
 /// never changes and may be shared between threads.
 ///
@@ -74,6 +77,8 @@ public:
 
 /// The pointer as operations take and return it.
 using ECCVerifierPtr = std::shared_ptr<IECCVerifier>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

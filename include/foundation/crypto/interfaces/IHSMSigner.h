@@ -9,6 +9,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-hsm
+/// @{
+
 /// Makes RSA-PSS signatures (RFC 8017, section 8.1) with a private key that never leaves a hardware security module,
 /// reached over PKCS #11. Only its description is kept: **every call, `getKeySize()` included, loads the module, logs
 /// in, finds the key anew, and unloads everything**; a failed call leaves the signer usable.
@@ -62,6 +65,8 @@ public:
 
 /// The pointer as operations take and return it.
 using HSMSignerPtr = std::shared_ptr<IHSMSigner>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-rsa-encryption
+/// @{
+
 /// Encrypts with an RSA public key: OAEP or PKCS #1 v1.5 (RFC 8017, sections 7.1 and 7.2), as it was made. One block
 /// takes as many bytes as the modulus has, less the padding's share:
 ///
@@ -55,7 +58,7 @@ using RSAEncryptorPtr = std::shared_ptr<IRSAEncryptor>;
 /// Decrypts with an RSA private key what an `IRSAEncryptor` with its public key and the same padding has encrypted.
 /// Draws random bytes and may be shared between threads as that does.
 ///
-/// **`PKCS1_V1_5` decrypts with implicit rejection:** an altered block is not an error but gives pseudo-random bytes,
+/// **Rejection is implicit with `PKCS1_V1_5`:** an altered block is not an error but gives pseudo-random bytes,
 /// of a random length and always the same for the same block and key. A caller must not branch on whether the result
 /// looks right where others can see it (that is what the rejection is for), and learns of a forgery only from a check
 /// further in. With OAEP every altered block is an error.
@@ -84,6 +87,8 @@ public:
 
 /// The pointer as operations take and return it.
 using RSADecryptorPtr = std::shared_ptr<IRSADecryptor>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

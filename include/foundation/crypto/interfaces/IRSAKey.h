@@ -8,8 +8,13 @@
 
 namespace foundation::crypto::interfaces {
 
-// `KeySize` names the size of the modulus: utils::RSAKeySize of 1024, 2048 or 4096 bits. A key of another size cannot
-// be made. 1024 bits are offered for old data only (NIST SP 800-131A disallows them for new signatures).
+/// @addtogroup reference-rsa-keys
+///
+/// @par Sizes
+/// `KeySize` names the size of the modulus: `utils::RSAKeySize` of 1024, 2048 or 4096 bits. A key of another size
+/// cannot be made. 1024 bits are offered for old data only (NIST SP 800-131A disallows them for new signatures).
+///
+/// @{
 
 /// An RSA private key (RFC 8017). It never changes and may be shared between threads. Numbers are big-endian and
 /// unsigned, without leading zero bytes.
@@ -82,6 +87,8 @@ public:
 
 /// The pointer as operations take and return it.
 template <unsigned long Bits> using RSAKeyPairPtr = std::shared_ptr<IRSAKeyPair<utils::RSAKeySize<Bits>>>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

@@ -10,6 +10,9 @@
 
 namespace foundation::crypto::interfaces {
 
+/// @addtogroup reference-rsa-signatures
+/// @{
+
 /// Makes RSA signatures with one private key: PSS or PKCS #1 v1.5 (RFC 8017, sections 8.1 and 8.2), as it was made. The
 /// object never changes and may be shared between threads.
 ///
@@ -75,6 +78,8 @@ public:
 
 /// The pointer as operations take and return it.
 using RSAVerifierPtr = std::shared_ptr<IRSAVerifier>;
+
+/// @}
 
 } // namespace foundation::crypto::interfaces
 

@@ -16,6 +16,7 @@ namespace foundation::crypto::openssl {
 /// Constructing one lets libcrypto register its digests and error texts, once per process however many providers are
 /// made, and from any thread; it does not fail. A provider holds nothing: it may be made and destroyed at any time,
 /// shared between threads and copied, and what it made outlives it.
+/// @ingroup reference-provider
 class ZRFL_EXPORT CryptoProvider : public interfaces::ICryptoProvider {
 public:
     CryptoProvider();

@@ -9,9 +9,14 @@
 
 namespace foundation::crypto::openssl {
 
+/// @addtogroup reference-provider
+/// @{
+
 /// The version of the headers that a host was compiled with. That of the library it runs with may be a later one:
 /// `docs/compatibility.md` tells how to find out.
 inline constexpr char version[] = "1.0.0";
+
+/// @}
 
 } // namespace foundation::crypto::openssl
 

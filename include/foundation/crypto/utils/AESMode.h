@@ -3,6 +3,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-aes
+/// @{
+
 /// The modes of operation of AES (NIST SP 800-38A; GCM: SP 800-38D). Any other value is accepted when a transform is
 /// made and refused by each of its calls.
 enum class AESMode : int {
@@ -18,6 +21,8 @@ enum class AESPaddingMode : int {
     PKCS7 = 0,     ///< 1 to 16 bytes are added when encrypting and removed when decrypting (RFC 5652, section 6.3).
     NoPadding = 1, ///< Nothing is added: the message must be a multiple of 16 bytes.
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

@@ -7,6 +7,7 @@ namespace foundation::crypto::utils {
 
 /// Bytes as they cross the interface: keys, messages, digests, signatures, cipher texts and encoded keys. It does not
 /// wipe itself; a caller that is done with secret bytes overwrites them.
+/// @ingroup reference-bytes
 using ByteArray = std::vector<unsigned char>;
 
 } // namespace foundation::crypto::utils

@@ -8,11 +8,16 @@
 
 namespace foundation::crypto::utils {
 
-// One descriptor for each digest algorithm. They hold nothing and may be asked from any thread:
-//
-// - getDigestName() is the algorithm's own name, as messages show it and as the elliptic-curve signers compare it;
-// - getDigestSize() is the length of the digest in bytes;
-// - getDigestNameForEVP_MD() is the name by which libcrypto finds the hash; for HMAC, that of the hash underneath.
+/// @addtogroup reference-digests
+///
+/// @par Descriptors
+/// There is one for each algorithm. They hold nothing and may be asked from any thread:
+///
+/// - `getDigestName()` is the algorithm's own name, as messages show it and as the elliptic-curve signers compare it;
+/// - `getDigestSize()` is the length of the digest in bytes;
+/// - `getDigestNameForEVP_MD()` is the name by which libcrypto finds the hash; for HMAC, that of the hash underneath.
+///
+/// @{
 
 /// MD5 (RFC 1321). Broken; for old formats only, and refused for elliptic-curve signatures.
 class ZRFL_EXPORT MD5DigestAlgorithm {
@@ -63,6 +68,7 @@ public:
 };
 
 /// HMAC with SHA-1 (RFC 2104, FIPS 198-1).
+/// @ingroup reference-hmac
 class ZRFL_EXPORT HMACSHA1DigestAlgorithm {
 public:
     static std::string getDigestName();
@@ -71,6 +77,7 @@ public:
 };
 
 /// HMAC with SHA-256 (RFC 2104, FIPS 198-1).
+/// @ingroup reference-hmac
 class ZRFL_EXPORT HMACSHA256DigestAlgorithm {
 public:
     static std::string getDigestName();
@@ -79,6 +86,7 @@ public:
 };
 
 /// HMAC with SHA-512 (RFC 2104, FIPS 198-1).
+/// @ingroup reference-hmac
 class ZRFL_EXPORT HMACSHA512DigestAlgorithm {
 public:
     static std::string getDigestName();
@@ -88,11 +96,14 @@ public:
 
 /// BLAKE2b (RFC 7693), with or without a key. The size is the default one, 64 bytes; an engine answers for its own size
 /// and for its libcrypto name, which depends on whether it has a key.
+/// @ingroup reference-blake2b
 class ZRFL_EXPORT Blake2bDigestAlgorithm {
 public:
     static std::string getDigestName();
     static std::size_t getDigestSize() noexcept;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

@@ -7,6 +7,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-ecc-keys
+/// @{
+
 /// The curves that elliptic-curve keys lie on.
 enum class EllipticCurve : int {
     P256 = 0,       ///< NIST P-256, for ECDSA (FIPS 186-5, SP 800-186).
@@ -15,6 +18,8 @@ enum class EllipticCurve : int {
 
 /// The curve's name as messages show it, "P256" or "Curve25519"; "unknown curve" for a value outside the enumeration.
 ZRFL_EXPORT std::string getName(EllipticCurve curve);
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

@@ -8,6 +8,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-exceptions
+/// @{
+
 /// The root of every failure that the library reports; thrown by value, caught by reference. Thrown itself only for an
 /// RSA key of another size than the one asked for. Besides this family only `std::bad_alloc` and `std::length_error`
 /// leave the library, each where an operation says so or where memory runs out, and from an HSM signer whatever a
@@ -93,6 +96,8 @@ public:
     UnsupportedDigestAlgorithm& operator=(UnsupportedDigestAlgorithm const&) = default;
     ~UnsupportedDigestAlgorithm() override;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

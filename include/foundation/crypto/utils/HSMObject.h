@@ -7,6 +7,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-hsm
+/// @{
+
 /// Says where a private key is held in a hardware security module. A value; nothing is checked here. A URI that carries
 /// a PIN is a secret: both strings are wiped wherever an object ends, is assigned to or is moved from. What the
 /// accessors hand out is the caller's to wipe.
@@ -35,6 +38,8 @@ private:
     std::string modulePath_;
     std::string uri_;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

@@ -3,6 +3,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-rsa-encryption
+/// @{
+
 /// The paddings of RSA (RFC 8017). The OAEP values are for encryption only, `PSS` is for signatures only. A value
 /// outside the enumeration is refused by each encryption and decryption; in signatures it means PSS with libcrypto's
 /// default salt length.
@@ -13,6 +16,8 @@ enum class RSAPaddingMode : int {
     PKCS1_V1_5 = 3,  ///< PKCS #1 v1.5; when encrypting it takes 11 bytes of each block. The HSM signer refuses it.
     PSS = 4,         ///< RSA-PSS with a salt as long as the digest for SHA-1, SHA-256 and SHA-512.
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 

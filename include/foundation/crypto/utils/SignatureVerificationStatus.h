@@ -5,6 +5,9 @@
 
 namespace foundation::crypto::utils {
 
+/// @addtogroup reference-rsa-signatures
+/// @{
+
 class SignatureVerificationStatus;
 
 /// The status of a signature that matches its message and key.
@@ -15,6 +18,7 @@ ZRFL_EXPORT SignatureVerificationStatus makeInvalidSignatureVerificationStatus()
 /// What a verifier found: valid or invalid, and nothing in between. A small immutable value. No status can be made from
 /// a truth value, and none turns into one unless asked to, so a result code is never taken for a verdict by accident:
 /// `if (verifier->verify(message, signature, digest))` is meant, `int ok = verifier->verify(...)` does not compile.
+/// @ingroup reference-ecc-signatures
 class ZRFL_EXPORT SignatureVerificationStatus {
 public:
     /// True exactly for a valid signature.
@@ -33,6 +37,8 @@ private:
 
     bool valid_;
 };
+
+/// @}
 
 } // namespace foundation::crypto::utils
 
