@@ -48,3 +48,19 @@ in_debian() {
         --die-with-parent --cap-add ALL --clearenv --setenv PATH /usr/sbin:/usr/bin:/sbin:/bin --setenv HOME /tmp \
         --setenv LC_ALL C.UTF-8 --setenv DEBIAN_FRONTEND noninteractive "${options[@]}" "${@:2}"
 }
+
+# in_copy VERSION [BWRAP OPTION...] -- COMMAND...: in a copy of the clean one that is gone afterwards, in a clone in
+# /clone that has nothing but what git knows of this one, as one commit.
+in_copy() {
+    local copy=$clean$1-copy
+    as_root rm -rf "$copy" "$scratch/clone"
+    as_root cp -a "$clean$1" "$copy"
+    mkdir "$scratch/clone"
+    git -C "$root" ls-files -z | tar -c -C "$root" --null --files-from=- | tar -x -C "$scratch/clone"
+    git -C "$scratch/clone" init -q -b main
+    git -C "$scratch/clone" add --all
+    git -C "$scratch/clone" -c user.name=copy -c user.email=copy commit -qm "The clone as it is"
+    as_root chown -R 0:0 "$scratch/clone"
+    in_debian "$copy" --bind "$scratch/clone" /clone --chdir /clone "${@:2}"
+    as_root rm -rf "$copy" "$scratch/clone"
+}
