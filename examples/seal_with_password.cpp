@@ -22,13 +22,13 @@
 // PBKDF2 (over HMAC-SHA-512) makes 64 bytes: 32 are AES's key, 32 the header's. They are one block of its output, so
 // whoever guesses passwords gains nothing by computing the one half and not the other.
 //
-// - The digest tells an accident in the header from a wrong password before anything is derived. It has no key, so it
-//   is no hindrance to somebody who changes the header on purpose.
-// - The code under the header's key tells a wrong password before the content is read, and a header that somebody
-//   changed; which of both, nobody can know, since each gives another key than the file was sealed with. It also holds
-//   the file to one password: a GCM cipher text alone can be made to open under several keys.
-// - The tag tells damaged content. No header fits other content, and needs not be authenticated with it: the salt is
-//   drawn for each file and decides the key, and the nonce is the tag's own.
+// - The digest finds an accident in the header before anything is derived. It has no key, so it is no hindrance to
+//   somebody who changes the header on purpose.
+// - The code under the header's key finds a wrong password before the content is read, and a header that somebody
+//   changed. Which of the two it was cannot be told: another salt gives another key, as another password does. The code
+//   also holds the file to one password, since a GCM cipher text alone can be made to open under several keys.
+// - The tag finds damaged content, and the content of another file: the salt is drawn for each and decides the key, so
+//   the header needs no authentication together with the content, for which the library's GCM has no operation.
 // - Whoever makes the file chooses the iterations, and with them how long opening it takes: they have an upper bound.
 #include "Files.h"
 #include "Program.h"
@@ -93,8 +93,8 @@ ByteArray digestOf(ByteArray const& header) {
 }
 
 auto aesKey(secrets::Wiped<ByteArray> const& keys) {
-    return provider.createAES256Key(*keys);
-} // takes the first 32
+    return provider.createAES256Key(*keys); // of the first 32 bytes
+}
 
 void seal(std::istream& input, std::string const& path, std::ostream& output, Password const& password) {
     auto const prng = provider.createDefaultCryptoPRNG({});

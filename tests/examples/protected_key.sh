@@ -40,7 +40,6 @@ rejects "password and ./password are the same file" generate ./password new.pub 
 rejects "password and ./password are the same file" generate new ./password password
 rejects "new* and *new are the same file" generate new ./new password
 
-rm private.pem public.pem
 at_terminal $'typed\ntyped' 0 $'Password for private.pem: \nThe same again: ' generate private.pem public.pem
 at_terminal typed 0 'Password for private.pem: ' sign private.pem file signature
 openssl dgst "${pss[@]}" -verify public.pem -signature signature file >/dev/null || fail "openssl refuses the signature"
