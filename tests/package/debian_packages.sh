@@ -8,9 +8,9 @@ work=$(mktemp -d)
 utils=libzrflcryptoutils1 openssl=libzrflcryptoopenssl1 dev=libzrflcryptoopenssl-dev doc=libzrflcryptoopenssl-doc
 
 apt-get -qq update
-apt-get -qqy --no-install-recommends install dpkg-dev cmake ninja-build python3
 commands=$(block README.md sh '^apt-get install .*[.]deb')
 eval "$commands"
+apt-get -qqy --no-install-recommends install dpkg-dev python3 # for this script
 [[ -s /usr/share/doc/$dev/docs/README.md ]]
 
 try_readme_hosts "$work"
