@@ -8,9 +8,9 @@ work=$(mktemp -d)
 
 dpkg --add-architecture arm64
 apt-get -qq update
-apt-get -qqy --no-install-recommends install g++-aarch64-linux-gnu pkgconf qemu-user build/package-arm64/*.deb
+apt-get -qqy --no-install-recommends install g++-aarch64-linux-gnu pkgconf qemu-user ./build/package-arm64/*.deb
 libraries=/usr/lib/aarch64-linux-gnu
-[[ $(readelf -h $libraries/libzrflcryptoopenssl.so.1) == *AArch64* ]]
+[[ $(aarch64-linux-gnu-readelf -h $libraries/libzrflcryptoopenssl.so.1) == *AArch64* ]]
 
 # As the README has it, with the compiler and the packages' folder for that processor.
 c++() { aarch64-linux-gnu-g++ "$@"; }
