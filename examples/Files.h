@@ -68,6 +68,15 @@ auto loadKey(std::string const& path, std::string const& wanted, std::string con
     }
 }
 
+/// Does `work` with a file; a failure names the file.
+template <class Work> void named(std::string const& path, Work&& work) {
+    try {
+        std::forward<Work>(work)();
+    } catch (std::exception const& error) {
+        throw std::runtime_error(path + ": " + error.what());
+    }
+}
+
 // Writing. A file is written whole under a name of its own beside its target, and then renamed to it, so that the
 // target is the old file or the new one at every moment: when the disk is full, when the program is killed (a file
 // ".new-..." may stay then), and for the one who reads it meanwhile. It may be the file that was read. The folder must
@@ -273,6 +282,30 @@ inline std::string hex(ByteArray const& bytes) {
         text += digits[byte & 0x0fU];
     }
     return text;
+}
+
+/// In lines of 64 characters (RFC 7468).
+inline std::string base64(ByteArray const& bytes) {
+    static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        unsigned long group = 0;
+        for (std::size_t byte = at; byte < at + 3; ++byte) {
+            group = group << 8U | (byte < bytes.size() ? bytes[byte] : 0U);
+        }
+        for (std::size_t digit = 0; digit < 4; ++digit) {
+            text += at + digit <= bytes.size() ? digits[group >> (18 - 6 * digit) & 63U] : '=';
+        }
+        if (at % 48 == 45 && at + 3 < bytes.size()) {
+            text += '\n';
+        }
+    }
+    return text + '\n';
+}
+
+/// DER in its armour (RFC 7468).
+inline std::string pem(std::string const& label, ByteArray const& der) {
+    return "-----BEGIN " + label + "-----\n" + base64(der) + "-----END " + label + "-----\n";
 }
 
 } // namespace files

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -24,16 +25,29 @@ inline void require(bool areTaken) {
     }
 }
 
+/// A failure that scripts are to tell from others: the program ends with a status of its own.
+class Failure : public std::runtime_error {
+public:
+    Failure(int status, std::string const& text) : std::runtime_error(text), status_(status) {}
+
+    int status() const noexcept { return status_; }
+
+private:
+    int status_;
+};
+
 /// Runs `work(arguments)` and returns what the program is to end with: the result, 1 for a failure, which is reported,
-/// or 2 for arguments that it does not take. Whoever asks for help gets the usage and nothing else.
-template <class Work> int run(int count, char** arguments, char const* usage, Work&& work) {
+/// or 2 for arguments that it does not take. Whoever asks for help gets the usage and `help`, and nothing else.
+template <class Work> int run(int count, char** arguments, char const* usage, char const* help, Work&& work) {
     try {
         Arguments const given(arguments + std::min(count, 1), arguments + count);
         bool const asksForHelp = std::any_of(given.begin(), given.end(), [](std::string const& argument) {
             return argument == "--help" || argument == "-h";
         });
         if (asksForHelp) {
-            std::fputs(usage, stdout);
+            std::printf("%s\n%s"
+                        "Exit status: 0 all is well, 1 it is not (the standard error tells why), 2 other arguments.\n",
+                        usage, help);
         }
         int const result = asksForHelp ? 0 : std::forward<Work>(work)(given);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
@@ -43,6 +57,9 @@ template <class Work> int run(int count, char** arguments, char const* usage, Wo
     } catch (Misuse const&) {
         std::fputs(usage, stderr);
         return 2;
+    } catch (Failure const& failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return failure.status();
     } catch (std::exception const& error) { // the library's own family among them
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -30,5 +30,5 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: blake2b_file FILE [BYTES]\n", run);
+    return program::run(count, arguments, "usage: blake2b_file FILE [BYTES]\n", "Memory: 12 MiB.\n", run);
 }

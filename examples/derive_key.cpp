@@ -33,5 +33,5 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: derive_key [SALT] <PASSWORDFILE\n", run);
+    return program::run(count, arguments, "usage: derive_key [SALT] <PASSWORDFILE\n", "Memory: 12 MiB.\n", run);
 }

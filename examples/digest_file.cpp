@@ -27,5 +27,5 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: digest_file FILE\n", run);
+    return program::run(count, arguments, "usage: digest_file FILE\n", "Memory: 12 MiB.\n", run);
 }

@@ -48,7 +48,7 @@ Operation decryptWith(std::string const& keyPath) {
 void transformFile(Operation const& operation, std::string const& inputPath, std::string const& outputPath) {
     std::ifstream input = files::open(inputPath);
     std::ostringstream result;
-    operation(input, result);
+    files::named(inputPath, [&] { operation(input, result); });
     // A file that breaks off in mid-read is no exception, unless the stream is told so.
     files::requireReadToItsEnd(input, inputPath);
     files::write(outputPath, result);
@@ -64,5 +64,6 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: encrypt_file encrypt|decrypt KEY INPUT OUTPUT\n", run);
+    return program::run(count, arguments, "usage: encrypt_file encrypt|decrypt KEY INPUT OUTPUT\n",
+                        "Memory: 12 MiB and 3 times the size of INPUT.\n", run);
 }

@@ -45,5 +45,5 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: generate_rsa_key PRIVATE PUBLIC\n", run);
+    return program::run(count, arguments, "usage: generate_rsa_key PRIVATE PUBLIC\n", "Memory: 12 MiB.\n", run);
 }

@@ -51,27 +51,30 @@ auto readKey(std::string const& path) {
     });
 }
 
-void seal(std::string const& keyPath, std::istream& input, std::ostream& output) {
+void seal(std::string const& keyPath, std::istream& input, std::string const& path, std::ostream& output) {
     // One nonce serves one message: a new one for each encryptor, and one encryptor for each file.
     ByteArray const nonce = provider.createDefaultCryptoPRNG({})->generateRandomBytes(nonceSize);
     auto const encryptor =
         provider.createAES256Encryptor(readKey(keyPath), nonce, AESMode::GCM, AESPaddingMode::NoPadding, nullptr);
     output.write(reinterpret_cast<char const*>(nonce.data()), static_cast<std::streamsize>(nonce.size()));
-    encryptor->encrypt(input, output);
+    files::named(path, [&] { encryptor->encrypt(input, output); });
 }
 
-void open(std::string const& keyPath, std::istream& input, std::ostream& output) {
-    ByteArray const nonce = read(input, nonceSize);
-    // Throws for a wrong key and for a file that was changed; nothing is written then.
-    provider.createAES256Decryptor(readKey(keyPath), nonce, AESMode::GCM, AESPaddingMode::NoPadding, nullptr)
-        ->decrypt(input, output);
+void open(std::string const& keyPath, std::istream& input, std::string const& path, std::ostream& output) {
+    auto const key = readKey(keyPath);
+    files::named(path, [&] {
+        ByteArray const nonce = read(input, nonceSize);
+        // Throws for a wrong key and for a file that was changed; nothing is written then.
+        provider.createAES256Decryptor(key, nonce, AESMode::GCM, AESPaddingMode::NoPadding, nullptr)
+            ->decrypt(input, output);
+    });
 }
 
 void transformFile(std::string const& command, std::string const& keyPath, std::string const& inputPath,
                    std::string const& outputPath) {
     std::ifstream input = files::open(inputPath);
     std::ostringstream result;
-    (command == "seal" ? seal : open)(keyPath, input, result);
+    (command == "seal" ? seal : open)(keyPath, input, inputPath, result);
     files::requireReadToItsEnd(input, inputPath);
     files::write(outputPath, result);
 }
@@ -90,5 +93,6 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: seal_file key KEY | seal KEY IN OUT | open KEY IN OUT\n", run);
+    return program::run(count, arguments, "usage: seal_file key KEY | seal KEY IN OUT | open KEY IN OUT\n",
+                        "Memory: 12 MiB and 3 times the size of IN.\n", run);
 }

@@ -64,5 +64,6 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: sign_file sign|verify KEY FILE SIGNATURE\n", run);
+    return program::run(count, arguments, "usage: sign_file sign|verify KEY FILE SIGNATURE\n",
+                        "Memory: 12 MiB and the size of FILE. Status 1 also stands for NOT VALID.\n", run);
 }

@@ -78,5 +78,5 @@ int main(int count, char** arguments) {
                         "usage: sign_with_ed25519 generate PRIVATE PUBLIC\n"
                         "       sign_with_ed25519 sign PRIVATE FILE SIGNATURE\n"
                         "       sign_with_ed25519 verify PUBLIC FILE SIGNATURE\n",
-                        run);
+                        "Memory: 12 MiB and the size of FILE. Status 1 also stands for NOT VALID.\n", run);
 }

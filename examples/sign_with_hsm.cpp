@@ -43,5 +43,6 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: sign_with_hsm MODULE URI FILE SIGNATURE\n", run);
+    return program::run(count, arguments, "usage: sign_with_hsm MODULE URI FILE SIGNATURE\n",
+                        "Memory: 12 MiB and the size of FILE, and what the module takes.\n", run);
 }

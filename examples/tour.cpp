@@ -412,5 +412,6 @@ int run(program::Arguments const& paths) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(count, arguments, "usage: tour FILE...\n", run);
+    return program::run(count, arguments, "usage: tour FILE...\n",
+                        "Memory: 12 MiB and 9 times the size of the largest FILE.\n", run);
 }

@@ -4,6 +4,7 @@
 set -euo pipefail
 
 program=$1
+started=("$program")
 name=${name:-$(basename "$0" .sh)}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
@@ -20,7 +21,7 @@ fail() {
 end() {
     local wanted=$1 text=$2 status=0 output
     shift 2
-    output=$("$program" "$@" 2>&1) || status=$?
+    output=$("${started[@]}" "$@" 2>&1) || status=$?
     # shellcheck disable=SC2053 # a pattern
     [[ $status == "$wanted" && $output == $text ]] ||
         fail "with the arguments '$*' it was to end with $wanted and '$text', but ended with $status and '$output'"
@@ -31,15 +32,31 @@ refuse() { end 1 "*$1*" "${@:2}"; }                     # TEXT ARGUMENT...
 misuse() { end 2 "usage: $name*" "$@"; } # ARGUMENT...
 
 # rejects TEXT ARGUMENT...: as refuse, and no file in the folder was made, changed or removed.
-rejects() {
+rejects() { rejects_with 1 "$@"; }
+
+rejects_with() { # STATUS TEXT ARGUMENT...
     local before after
     before=$(files)
-    refuse "$@"
+    end "$1" "*$2*" "${@:3}"
     after=$(files)
-    [[ $before == "$after" ]] || fail "with the arguments '${*:2}' files changed: $(diff <(echo "$before") <(echo "$after"))"
+    [[ $before == "$after" ]] || fail "with the arguments '${*:3}' files changed: $(diff <(echo "$before") <(echo "$after"))"
 }
 
-files() { find . -mindepth 1 -printf '%p %y %m %i %l ' \( -type f -exec sha256sum {} \; -o -printf '\n' \) | sort; }
+# at_terminal ANSWERS STATUS TEXT ARGUMENT...: as end, at a terminal with an answer for each question (at_terminal.py).
+at_terminal() {
+    if ! python3 -c 'import pty; pty.openpty()' 2>/dev/null; then
+        echo "left out: '${*:4}' at a terminal, since this machine has no pseudo-terminals"
+        return
+    fi
+    local answers=$1 started=("$root/tests/examples/at_terminal.py" "$program")
+    shift
+    end "$@" <<<"$answers"
+}
+
+files() {
+    find . -mindepth 1 -printf '%p %y %m %i %l\n' | sort
+    find . -type f -exec sha256sum {} + | sort
+}
 
 # Every example tells how it is used, on the standard output alone, and is not misled by files of that name.
 for option in --help -h; do

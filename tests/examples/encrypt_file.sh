@@ -21,7 +21,7 @@ for byte in x y; do # one of them is another than the byte that is there
 done
 echo earlier >there
 for output in altered there; do
-    rejects "EVP_PKEY_decrypt failed to generate the decrypted text." decrypt private.pem encrypted "$output"
+    rejects "encrypted: EVP_PKEY_decrypt failed to generate the decrypted text." decrypt private.pem encrypted "$output"
     rejects "private.pem: Fail to create EVP_PKEYUPtr*; is it the public half of an RSA key of 2048 bits? try: openssl pkey" \
         encrypt private.pem file "$output"
     rejects "public.pem: *; is it the private half of an RSA key of 2048 bits, without a password? try: openssl pkey" \

@@ -13,7 +13,7 @@ for size in 0 1 16 1000 1000000; do
     expect "" open key sealed opened
     cmp plain opened
     rm opened
-    refuse "Tag verification failed" open other sealed opened
+    refuse "sealed: Tag verification failed" open other sealed opened
     { head -c -1 sealed; printf 'x'; } >changed
     cmp -s sealed changed || refuse "Tag verification failed" open key changed opened
     [[ ! -e opened ]] || fail "a part of the file was left"
@@ -23,9 +23,9 @@ expect "" seal key plain again
 head -c 20 sealed >short
 refuse "smaller than the tag" open key short opened
 head -c 5 sealed >short
-refuse "too short" open key short opened
+refuse "short: the file is too short" open key short opened
 rejects "cannot open missing: No such file or directory" seal key missing sealed
-rejects "" seal key . sealed
+rejects ".: *Is a directory" seal key . sealed
 rejects "cannot open missing: No such file or directory" seal missing plain sealed
 head -c 31 /dev/urandom >short
 rejects "short: the file is too short; is it a file made by seal_file key? try: ls -l short" seal short plain sealed

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Goes through docs/symptoms.md from top to bottom in a scratch folder with the files that the page speaks of: each row of
 # its tables has to come out as it says, each block of commands has to succeed.
-# Usage: by_symptom.sh PAGE COMMAND [ARGUMENT...]    the command carries out a row: by_symptom.cpp
+# Usage: by_symptom.sh SHELL PAGE COMMAND [ARGUMENT...]    the shell runs the blocks, the command a row: by_symptom.cpp
 set -euo pipefail
-page=$1
-shift
+shell=$1 page=$2
+shift 2
 carry_out=("$@")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -15,9 +15,11 @@ fail() {
     exit 1
 }
 
-# run TITLE FILE: a block of commands, which prints only where it fails.
+# run SHELL TITLE FILE: a block of commands, which prints only where it fails.
 run() {
-    bash -euo pipefail "$2" >log 2>&1 || fail "$1 fails:" "$(cat "$2" log)"
+    local options=(-eu)
+    [[ $1 != bash ]] || options+=(-o pipefail) # dash has none
+    "$1" "${options[@]}" "$3" >log 2>&1 || fail "$2 fails under $1:" "$(cat "$3" log)"
 }
 
 # Files of other programs, made by openssl itself, and the same numbers as JWKs.
@@ -88,7 +90,7 @@ needs_missing() {
 }
 
 for script in files.sh openssh.sh jwk.sh; do
-    needs_missing "$script" || run "$script" "$script"
+    needs_missing "$script" || run bash "$script" "$script"
 done
 
 unreadable_curve=$(sed -n 's/^- curve loaders: //p' "$page")
@@ -122,7 +124,7 @@ while IFS= read -r line; do
         if $skipping || needs_missing block; then
             skipping=true skipped=$((skipped + 1))
         else
-            run "a block of $page" block
+            run "$shell" "a block of $page" block
             blocks=$((blocks + 1))
         fi
     elif [[ $line =~ ^\|\ (\`[^|]*\`)\ \|\ (\`[^|]*\`)\ \|\ (.*)\ \|$ ]]; then

@@ -1,24 +1,23 @@
 #!/usr/bin/env bash
 # In a clean Debian 13, as root: installs the packages, builds the README's host with them, leaves it what it runs with, and
-# removes that too. Usage: debian_packages.sh FOLDER_OF_PACKAGES
+# removes that too.
 set -euxo pipefail
 # shellcheck source=tests/package/readme.sh
 source "$(dirname "${BASH_SOURCE[0]}")/readme.sh"
-packages=$1
 work=$(mktemp -d)
 utils=libzrflcryptoutils1 openssl=libzrflcryptoopenssl1 dev=libzrflcryptoopenssl-dev doc=libzrflcryptoopenssl-doc
 
 apt-get -qq update
-apt-get -qqy --no-install-recommends install g++ pkgconf dpkg-dev cmake ninja-build "$packages"/*.deb
+commands=$(block README.md sh '^apt-get install .*[.]deb')
+eval "$commands"
+apt-get -qqy --no-install-recommends install dpkg-dev python3 # for this script
 [[ -s /usr/share/doc/$dev/docs/README.md ]]
 
-write_readme_host "$work"
+try_readme_hosts "$work"
+cp -r "/usr/share/doc/$dev" "$work/doc"
+block README.md sh 'seal_with_password' >"$work/doc/block"
+(cd "$work/doc" && "$clone/tests/examples/at_terminal.py" bash -eux block <<<$'secret\nsecret\nsecret' && cmp README.md README.opened)
 cd "$work"
-cmake -B build -G Ninja
-cmake --build build
-expect_digest build/host
-eval "$(readme_block sh '^c[+][+]')"
-expect_digest ./host
 
 # The libraries name no folder to look in, and what Debian's tools find out about a host by either file.
 for library in /usr/lib/*/libzrflcrypto*.so.1; do
@@ -45,5 +44,5 @@ dpkg --purge "$openssl" "$utils"
 if ./host; then exit 1; fi
 cd /
 rm -r "$work"
-[[ -z $(find / -xdev -path /clone -prune -o -path "$packages" -prune -o -name '*zrfl*' -print) ]]
+[[ -z $(find / -xdev -path /clone -prune -o -name '*zrfl*' -print) ]]
 [[ -z $(dpkg-query -W '*zrfl*' 2>/dev/null) ]]

@@ -38,7 +38,7 @@ expect_digest run "$work/by-cmake/host" || fail "the host built by find_package 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name zrflcryptoopenssl.pc)")
 export PKG_CONFIG_PATH
 c++() { "$compiler" "${flags[@]}" "$@" -Wl,-rpath,"$(pkg-config --variable=libdir zrflcryptoopenssl)"; }
-(cd "$work/host" && eval "$(readme_block sh '^c[+][+]')")
+(cd "$work/host" && eval "$(block README.md sh '^c[+][+].*host.cpp')")
 expect_digest run "$work/host/host" || fail "the host built by pkg-config is wrong"
 
 # What the package offers beside; who asks for a part of it finds out while configuring, not by what is missing later.
