@@ -166,16 +166,6 @@ void addStreams(AESCase const& mode) {
     add(name, "best", size, [=] { return bestTransform(mode, true, ByteArray(size)); });
 }
 
-/// What libcrypto does for every message whose context is made anew: it looks the cipher up by its name.
-void addLookup() {
-    add("method lookup/", "best", 0, [] {
-        return [] {
-            Held<EVP_CIPHER, EVP_CIPHER_free> const fetched(EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr));
-            mustSucceed(fetched != nullptr);
-        };
-    });
-}
-
 void addRandomBytes() {
     for (std::size_t const size : messageSizes) {
         std::string const name = "random bytes/" + std::to_string(size) + "/";
@@ -214,7 +204,6 @@ void addRandomBytes() {
     addCreation(gcm);
     addStreams(ctr);
     addStreams(gcm);
-    addLookup();
     return true;
 }();
 

@@ -1,6 +1,6 @@
 // Whole files through streams: what a host pays beside the plain loop that it would write itself, which reads into one
 // warm buffer and hands libcrypto piece after piece.
-#include "Files.h"
+#include "LargeFiles.h"
 #include "RSAKeys.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>

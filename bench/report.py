@@ -38,6 +38,7 @@ SECTIONS = {
     "blake2b": "BLAKE2b",
     "aes": "AES",
     "rsa": "RSA",
+    "rsa-keys": "RSA keys generated",
     "ecc": "Elliptic curves",
     "pbkdf2": "PBKDF2",
     "random": "Random bytes",
@@ -78,7 +79,7 @@ def trim(raw):
     context.update({name: given[name] for name in ("OpenSSL", "Botan", "Crypto++", "libsodium") if name in given})
     benchmarks = []
     for entry in raw["benchmarks"]:
-        name = re.sub(r"/real_time/threads:\d+$", "", entry.get("run_name", entry["name"]))
+        name = entry["name"]
         kept = {"name": name}
         if name.startswith("threads/"):
             kept["threads"] = entry["threads"]
@@ -136,9 +137,9 @@ def time_text(nanoseconds):
 
 def size_text(size):
     for unit, factor in (("B", 1), ("KiB", 1 << 10), ("MiB", 1 << 20), ("GiB", 1 << 30)):
-        if size < 1024 * factor:
+        if size < 1024 * factor and size % factor == 0:
             return f"{size // factor} {unit}"
-    return ""
+    return f"{size} B"
 
 
 def factor_text(factor):
@@ -160,6 +161,10 @@ def save(figure, section, name, title):
     svg = re.sub(r"; stroke-linecap: \w+|; stroke-linejoin: \w+", "", svg)
     svg = re.sub(r"\n\s*", "\n", svg)
     svg = re.sub(r"<g>\n</g>\n", "", svg)
+    styles = {}
+    svg = re.sub(r'style="([^"]*)"', lambda style: f'class="s{styles.setdefault(style[1], len(styles))}"', svg)
+    rules = "".join(f".s{number}{{{style}}}" for style, number in styles.items())
+    svg = svg.replace("<defs>", f"<style>{rules}</style>\n<defs>", 1)
     path.write_text(svg)
 
 
@@ -261,6 +266,7 @@ def by_work(case):
 def plain(case):
     """A case as a reader says it."""
     case = re.sub(r"^object: ", "", case)
+    case = re.sub(r" iterations/(\d+)", r", iterations: \1", case)
     case = re.sub(r"/(\d+)$", lambda match: ", " + size_text(int(match[1])), case)
     return case.replace("/", ", ")
 
@@ -274,7 +280,7 @@ def draw_threads(sections):
     cases = [case for case in thread_cases(sections[0])]
     inches = 0.24 * len(cases) + 1.35
     figure, axes = plt.subplots(1, len(sections), figsize=(9.6, inches), sharey=True, squeeze=False)
-    figure.subplots_adjust(left=0.22, right=0.985, top=1 - 0.85 / inches, bottom=0.5 / inches, wspace=0.08)
+    figure.subplots_adjust(left=0.235, right=0.985, top=1 - 0.85 / inches, bottom=0.5 / inches, wspace=0.08)
     for axis, section in zip(axes.flat, sections):
         gains = gains_of(section)
         for row, case in enumerate(cases):
@@ -283,9 +289,9 @@ def draw_threads(sections):
                 if times and 1 in times and 2 in times:
                     axis.plot(times[1] / times[2], row, color=colour, marker=marker, linestyle="", markersize=5)
         axis.axvline(1, color=INK, linewidth=1)
-        axis.set_xlim(0, 2.15)
-        axis.set_xticks([0, 0.5, 1, 1.5, 2])
-        axis.set_xticklabels(["0", "½", "1", "1½", "2"])
+        axis.set_xlim(0.85, 2.5)
+        axis.set_xticks([1, 1.5, 2])
+        axis.set_xticklabels(["1", "1½", "2"])
         axis.set_yticks(range(len(cases)))
         axis.set_yticklabels([plain(case) for case in cases])
         axis.set_ylim(len(cases) - 0.5, -0.5)
@@ -296,7 +302,7 @@ def draw_threads(sections):
                for label, colour, marker in kinds.values()]
     figure.legend(handles=handles, loc="upper left", ncol=4, bbox_to_anchor=(0, 1 - 0.26 / inches), handletextpad=0.2)
     save(figure, sections[0], "threads",
-         "Threads: what two do in the time in which one does 1 (2 is all that two cores can give)")
+         "Threads: what two do in the time in which one does 1 (2 is all that two cores can give; what is above is noise)")
 
 
 def gains_of(section):
@@ -309,7 +315,7 @@ def gains_of(section):
 
 
 def thread_cases(section):
-    order = ["method lookup", "SHA256", "HMAC", "BLAKE2b", "AES", "random", "RSA", "P-256", "Ed25519"]
+    order = ["method lookup", "SHA", "HMAC", "BLAKE2b", "AES", "random", "RSA", "P-256", "Ed25519"]
     cases = {case for case, _ in gains_of(section)}
     return sorted(cases, key=lambda case: [next(place for place, start in enumerate(order) if case.startswith(start)),
                                            natural(case)])
@@ -422,6 +428,7 @@ def memory_text(peak):
 
 NOTES = {
     "threads": "What so many threads do in the time in which one does 1. Two cores: more threads than two share them.",
+    "rsa-keys": "Medians, of which chance is a part: numbers are tried until two are prime.",
     "growth": "Processor time of a call, and what it adds to the resident memory at its peak; \"-\" is less than 1 MiB. "
               "The message itself, the host's own, is not counted.",
 }
@@ -430,8 +437,9 @@ NOTES = {
 def tables(sections):
     yield "# What was measured"
     yield ""
-    yield ("Made by `tools/bench --report`; [what it means](../performance.md). Medians of processor time; a number "
-           "without a unit is the time of another way as a multiple of zrflcrypto's: below 1 it is faster, above 1 slower.")
+    yield ("Made by `tools/bench --report`; [what it means](../performance.md). Processor time of one call, the "
+           "shortest of some repetitions; a number without a unit is the time of another way as a multiple of zrflcrypto's: "
+           "below 1 it is faster, above 1 slower.")
     for name, title in SECTIONS.items():
         if name not in sections:
             continue
@@ -440,9 +448,10 @@ def tables(sections):
         yield f"## {title}"
         yield ""
         yield f"{section.made_of()}."
-        if name.split("-")[0] in NOTES:
+        note = NOTES.get(name) or NOTES.get(name.split("-")[0])
+        if note:
             yield ""
-            yield NOTES[name.split("-")[0]]
+            yield note
         yield ""
         if name.startswith("threads"):
             yield from thread_table(section)
@@ -467,7 +476,7 @@ def draw(sections):
             found = [(f"AES-{bits} {mode} {way}", f"{mode} {way}") for mode in ("GCM", "CTR", "CBC", "CFB", "OFB")
                      for way in ("encrypt", "decrypt")]
             draw_speeds(sections["aes"], f"aes-{bits}", f"AES-{bits}", found, 2)
-    for name in ("rsa", "ecc", "pbkdf2", "objects", "hsm", "streams"):
+    for name in ("rsa", "rsa-keys", "ecc", "pbkdf2", "objects", "hsm", "streams"):
         if name in sections:
             section = sections[name]
             compared = sorted((case for case, times in section.cases.items()

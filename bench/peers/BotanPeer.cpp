@@ -1,7 +1,7 @@
 // Botan at its best: objects that stay and keep their keys, results in place where it has no other way.
 #include "AESCases.h"
 #include "Case.h"
-#include "Files.h"
+#include "LargeFiles.h"
 #include "PBKDF2Case.h"
 #include "RSAKeys.h"
 

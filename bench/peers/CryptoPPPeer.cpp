@@ -1,7 +1,7 @@
 // Crypto++ at its best: objects that stay and keep their keys, elliptic curves with their tables made beforehand.
 #include "AESCases.h"
 #include "Case.h"
-#include "Files.h"
+#include "LargeFiles.h"
 #include "PBKDF2Case.h"
 #include "RSAKeys.h"
 

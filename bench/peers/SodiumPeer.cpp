@@ -1,7 +1,7 @@
 // libsodium at its best: keys set up once where it has such a call. It has no RSA, no P-256 and no PBKDF2.
 #include "AESCases.h"
 #include "Case.h"
-#include "Files.h"
+#include "LargeFiles.h"
 #include "RSAKeys.h"
 
 #include <sodium.h>

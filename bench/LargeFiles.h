@@ -1,5 +1,5 @@
-#ifndef ZRFL_BENCH_FILES_H
-#define ZRFL_BENCH_FILES_H
+#ifndef ZRFL_BENCH_LARGEFILES_H
+#define ZRFL_BENCH_LARGEFILES_H
 
 #include "Case.h"
 
