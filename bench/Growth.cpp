@@ -285,7 +285,7 @@ std::vector<Operation> allOperations() {
     all.push_back({"random bytes", "bytes", [](std::size_t size) {
                        return [generator = prng(), size] { generator->generateRandomBytes(size); };
                    }});
-    all.push_back({"PBKDF2, 1000 iterations", "by size of the password",
+    all.push_back({"PBKDF2, 1000 iterations", "password",
                    [](std::size_t size) {
                        return [password = std::string(size, 'p')] {
                            provider.deriveKeyUsingPBKDF2(password, "a salt of 16 B..", 32, 1000);

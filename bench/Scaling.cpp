@@ -352,6 +352,7 @@ double measure(Way const& way, std::size_t threads) {
         calls += made;
     };
     std::vector<std::thread> running;
+    running.reserve(threads);
     for (std::size_t thread = 0; thread < threads; ++thread) {
         running.emplace_back(run);
     }

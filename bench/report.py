@@ -339,8 +339,8 @@ def growth_lines(section):
 
 def draw_growth(section):
     lines = growth_lines(section)
-    figure, axes, inches = panels(2 * len(GROWTH), 2, 2.3, top=0.35)
-    figure.subplots_adjust(hspace=0.42, wspace=0.3, right=0.8)
+    figure, axes, inches = panels(2 * len(GROWTH), 2, 2.3, top=0.5)
+    figure.subplots_adjust(hspace=0.42, wspace=0.3, right=0.78)
     colours = ["#2f81f7", "#2da44e", "#d4860b", "#a371f7", "#e5534b", "#8b949e", "#1a9ba1", "#c06c9b"]
     styles = {"file": "--", "sign file": "--", "encrypt file": "--", "decrypt file": ":", "decrypt bytes": "-.",
               "check bytes": "-.", "check file": ":"}
@@ -357,9 +357,9 @@ def draw_growth(section):
         for axis in (time, memory):
             axis.set_xscale("log", base=2)
             axis.set_yscale("log")
-            ticks = [1 << power for power in range(4, 31, 6)] + [1 << 30]
-            axis.xaxis.set_major_locator(FixedLocator(sorted(set(ticks))))
-            axis.set_xticklabels([size_text(size) for size in sorted(set(ticks))])
+            ticks = [1 << power for power in (4, 10, 16, 22, 30)]
+            axis.xaxis.set_major_locator(FixedLocator(ticks))
+            axis.set_xticklabels([size_text(size) for size in ticks])
             axis.xaxis.set_minor_locator(NullLocator())
             axis.yaxis.set_minor_formatter(NullFormatter())
             axis.yaxis.set_minor_locator(NullLocator())
