@@ -103,10 +103,10 @@ void addMAC(std::size_t size) {
 }
 
 [[maybe_unused]] bool const registered = [] {
-    for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
+    for (std::size_t const size : messageSizes) {
         addDigest(size);
     }
-    for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
+    for (std::size_t const size : messageSizes) {
         addMAC(size);
     }
     return true;

@@ -22,7 +22,7 @@ using Digest = Held<EVP_MD, EVP_MD_free>;
 /// One message after the other through one engine.
 void addBuffers(std::string const& algorithm, decltype(&CryptoProvider::createMD5DigestEngine) create,
                 EVP_MD const* md) {
-    for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
+    for (std::size_t const size : messageSizes) {
         std::string const name = algorithm + " buffer/" + std::to_string(size) + "/";
         add(name, "library", size, [=] {
             return [engine = (provider.*create)(), message = ByteArray(size)] {

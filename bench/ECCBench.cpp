@@ -50,6 +50,7 @@ struct Curve {
     std::function<void()> generate;
     std::function<ByteArray()> newPrivatePEM;
     std::function<void(ByteArray const&)> readPrivate;
+    std::function<void(ByteArray const&)> readPublic;
     std::function<std::function<ByteArray()>(ByteArray const&)> exporterOf;
     std::function<ECCSignerPtr(ByteArray const&)> createSigner;
     std::function<ECCVerifierPtr(ByteArray const&)> createVerifier;
@@ -95,6 +96,13 @@ Key generateByHand(Curve const& curve) {
     return owned(key);
 }
 
+ByteArray publicPEM(ByteArray const& privatePEM) {
+    Key const key = readByHand(privatePEM);
+    Bio const bio(BIO_new(BIO_s_mem()));
+    mustSucceed(PEM_write_bio_PUBKEY(bio.get(), key.get()) == 1);
+    return contentOf(bio.get());
+}
+
 void addKeys(Curve const& curve) {
     std::string const generation = curve.name + " key pair generated/";
     add(generation, "library", 0, [=] { return curve.generate; });
@@ -118,6 +126,22 @@ void addKeys(Curve const& curve) {
         return [pem = curve.newPrivatePEM()] {
             Bio const bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
             owned(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, const_cast<char*>("")));
+        };
+    });
+
+    std::string const readingPublic = curve.name + " public key from PEM/";
+    add(readingPublic, "library", 0,
+        [=] { return [curve, pem = publicPEM(curve.newPrivatePEM())] { curve.readPublic(pem); }; });
+    add(readingPublic, "same calls", 0, [=] {
+        return [pem = publicPEM(curve.newPrivatePEM())] {
+            Bio const bio = textIn(pem);
+            checkByHand(owned(PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, const_cast<char*>(""))).get());
+        };
+    });
+    add(readingPublic, "best", 0, [=] {
+        return [pem = publicPEM(curve.newPrivatePEM())] {
+            Bio const bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+            owned(PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, const_cast<char*>("")));
         };
     });
 
@@ -280,13 +304,6 @@ void addStreams(Curve const& curve) {
     });
 }
 
-ByteArray publicPEM(ByteArray const& privatePEM) {
-    Key const key = readByHand(privatePEM);
-    Bio const bio(BIO_new(BIO_s_mem()));
-    mustSucceed(PEM_write_bio_PUBKEY(bio.get(), key.get()) == 1);
-    return contentOf(bio.get());
-}
-
 Curve const p256{
     "P-256",
     "sha256",
@@ -294,6 +311,7 @@ Curve const p256{
     [] { provider.generateECCP256KeyPair(); },
     [] { return provider.generateECCP256KeyPair()->getPrivateKey()->getPEM(); },
     [](ByteArray const& pem) { provider.createECCP256PrivateKey(pem); },
+    [](ByteArray const& pem) { provider.createECCP256PublicKey(pem); },
     [](ByteArray const& pem) { return [key = provider.createECCP256PrivateKey(pem)] { return key->getPEM(); }; },
     [](ByteArray const& pem) { return provider.createECCP256Signer(provider.createECCP256PrivateKey(pem)); },
     [](ByteArray const& pem) {
@@ -308,6 +326,7 @@ Curve const curve25519{
     [] { provider.generateECCCurve25519KeyPair(); },
     [] { return provider.generateECCCurve25519KeyPair()->getPrivateKey()->getPEM(); },
     [](ByteArray const& pem) { provider.createECCCurve25519PrivateKey(pem); },
+    [](ByteArray const& pem) { provider.createECCCurve25519PublicKey(pem); },
     [](ByteArray const& pem) { return [key = provider.createECCCurve25519PrivateKey(pem)] { return key->getPEM(); }; },
     [](ByteArray const& pem) {
         return provider.createECCCurve25519Signer(provider.createECCCurve25519PrivateKey(pem));

@@ -43,7 +43,7 @@ ByteArray finalize(Context& context, char const* digest, ByteArray& key, std::si
 /// One message after the other through one engine.
 void addBuffers(std::string const& algorithm, char const* digest, std::size_t codeSize,
                 decltype(&CryptoProvider::createHMACSHA1DigestEngine) create) {
-    for (std::size_t const size : {std::size_t(64), std::size_t(1024), std::size_t(65536)}) {
+    for (std::size_t const size : messageSizes) {
         std::string const name = algorithm + " buffer/" + std::to_string(size) + "/";
         add(name, "library", size, [=] {
             return [engine = (provider.*create)(ByteArray(32, 'k')), message = ByteArray(size)] {

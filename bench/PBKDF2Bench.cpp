@@ -1,4 +1,5 @@
 #include "Case.h"
+#include "PBKDF2Case.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
 
@@ -18,25 +19,21 @@ using foundation::crypto::utils::ByteArray;
 
 CryptoProvider const provider;
 
-std::string const password = "correct horse battery staple";
-std::string const salt = "chosen at random";
-constexpr std::size_t keySize = 32;
-
 void addDerivation(int iterations) {
-    std::string const name = "PBKDF2 iterations/" + std::to_string(iterations) + "/";
+    std::string const name = derivationName(iterations);
     add(name, "library", 0, [=] {
         return [=] {
             benchmark::DoNotOptimize(
-                provider.deriveKeyUsingPBKDF2(password, salt, static_cast<int>(keySize), iterations));
+                provider.deriveKeyUsingPBKDF2(password, salt, static_cast<int>(derivedSize), iterations));
         };
     });
     add(name, "same calls", 0, [=] {
         return [=] {
-            ByteArray key(keySize);
+            ByteArray key(derivedSize);
             mustSucceed(PKCS5_PBKDF2_HMAC(password.data(), static_cast<int>(password.size()),
                                           reinterpret_cast<unsigned char const*>(salt.data()),
                                           static_cast<int>(salt.size()), iterations, EVP_sha512(),
-                                          static_cast<int>(keySize), key.data()) == 1);
+                                          static_cast<int>(derivedSize), key.data()) == 1);
             benchmark::DoNotOptimize(key);
         };
     });
@@ -53,7 +50,7 @@ void addDerivation(int iterations) {
                 OSSL_PARAM_construct_octet_string(OSSL_KDF_PARAM_PASSWORD, password.data(), password.size()),
                 OSSL_PARAM_construct_octet_string(OSSL_KDF_PARAM_SALT, salt.data(), salt.size()),
                 OSSL_PARAM_construct_int(OSSL_KDF_PARAM_ITER, &rounds), OSSL_PARAM_construct_end()};
-            std::array<unsigned char, keySize> key;
+            std::array<unsigned char, derivedSize> key;
             mustSucceed(EVP_KDF_derive(context.get(), key.data(), key.size(), parameters) == 1);
             benchmark::DoNotOptimize(key);
         };
@@ -61,8 +58,9 @@ void addDerivation(int iterations) {
 }
 
 [[maybe_unused]] bool const registered = [] {
-    addDerivation(1);
-    addDerivation(10000);
+    for (int const iterations : iterationCounts) {
+        addDerivation(iterations);
+    }
     return true;
 }();
 

@@ -60,46 +60,47 @@ ByteArray encrypt(EVP_PKEY* key, RSAPaddingMode padding, ByteArray const& messag
 template <class Data>
 auto bestTransform(EVP_PKEY* key, RSAPaddingMode padding, Initialize initialize, Transform run, Data data) {
     return [=, context = newContext(key, padding, initialize)] {
-        std::array<unsigned char, 512> out;
+        std::array<unsigned char, 512> out; // of the larger key
         std::size_t written = out.size();
         mustSucceed(run(context.get(), out.data(), &written, data.data(), data.size()) == 1);
         benchmark::DoNotOptimize(out);
     };
 }
 
-void addBlocks(std::string const& suffix, RSAPaddingMode padding) {
+template <class Keys, class CreateEncryptor, class CreateDecryptor>
+void addBlocks(std::string const& size, Keys (*keys)(), CreateEncryptor createEncryptor,
+               CreateDecryptor createDecryptor, RSAPaddingMode padding) {
+    std::string const suffix = padding == oaep ? "OAEP/" : "PKCS1/";
     ByteArray const message(32, 'k'); // a symmetric key, the usual content
-    std::string const encrypting = "RSA-2048 encrypt block " + suffix;
+    std::string const encrypting = "RSA-" + size + " encrypt block " + suffix;
     add(encrypting, "library", 0, [=] {
-        return [=, encryptor = provider.createRSA2048Encryptor(rsa2048().publicKey, padding, prng())] {
+        return [=, encryptor = (provider.*createEncryptor)(keys().publicKey, padding, prng())] {
             benchmark::DoNotOptimize(encryptor->encrypt(message));
         };
     });
     add(encrypting, "same calls", 0, [=] {
-        EVP_PKEY* const key = rsa2048().rawPublicKey.get();
-        return [=] { benchmark::DoNotOptimize(encrypt(key, padding, message)); };
+        return [=, key = keys().rawPublicKey] { benchmark::DoNotOptimize(encrypt(key.get(), padding, message)); };
     });
     add(encrypting, "best", 0, [=] {
-        return bestTransform(rsa2048().rawPublicKey.get(), padding, EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, message);
+        return bestTransform(keys().rawPublicKey.get(), padding, EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, message);
     });
 
-    std::string const decrypting = "RSA-2048 decrypt block " + suffix;
+    std::string const decrypting = "RSA-" + size + " decrypt block " + suffix;
     add(decrypting, "library", 0, [=] {
-        return [=, decryptor = provider.createRSA2048Decryptor(rsa2048().privateKey, padding, prng()),
-                block = encrypt(rsa2048().rawPublicKey.get(), padding, message)] {
+        return [=, decryptor = (provider.*createDecryptor)(keys().privateKey, padding, prng()),
+                block = encrypt(keys().rawPublicKey.get(), padding, message)] {
             benchmark::DoNotOptimize(decryptor->decrypt(block));
         };
     });
     add(decrypting, "same calls", 0, [=] {
-        EVP_PKEY* const key = rsa2048().rawPrivateKey.get();
-        return [=, block = encrypt(rsa2048().rawPublicKey.get(), padding, message)] {
+        return [=, key = keys().rawPrivateKey, block = encrypt(keys().rawPublicKey.get(), padding, message)] {
             benchmark::DoNotOptimize(
-                transform(key, padding, EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, block.data(), block.size()));
+                transform(key.get(), padding, EVP_PKEY_decrypt_init, EVP_PKEY_decrypt, block.data(), block.size()));
         };
     });
     add(decrypting, "best", 0, [=] {
-        return bestTransform(rsa2048().rawPrivateKey.get(), padding, EVP_PKEY_decrypt_init, EVP_PKEY_decrypt,
-                             encrypt(rsa2048().rawPublicKey.get(), padding, message));
+        return bestTransform(keys().rawPrivateKey.get(), padding, EVP_PKEY_decrypt_init, EVP_PKEY_decrypt,
+                             encrypt(keys().rawPublicKey.get(), padding, message));
     });
 }
 
@@ -119,15 +120,14 @@ void addStream() {
         };
     });
     add(name, "same calls", size, [=] {
-        EVP_PKEY* const key = rsa2048().rawPublicKey.get();
-        return [=, input = std::make_shared<std::istringstream>(content)] {
+        return [=, key = rsa2048().rawPublicKey, input = std::make_shared<std::istringstream>(content)] {
             input->clear();
             input->seekg(0);
             std::ostringstream output;
             ByteArray piece(chunk);
             while (input->read(reinterpret_cast<char*>(piece.data()), chunk), input->gcount() > 0) {
-                ByteArray const block = transform(key, oaep, EVP_PKEY_encrypt_init, EVP_PKEY_encrypt, piece.data(),
-                                                  static_cast<std::size_t>(input->gcount()));
+                ByteArray const block = transform(key.get(), oaep, EVP_PKEY_encrypt_init, EVP_PKEY_encrypt,
+                                                  piece.data(), static_cast<std::size_t>(input->gcount()));
                 output.write(reinterpret_cast<char const*>(block.data()), static_cast<std::streamsize>(block.size()));
             }
             benchmark::DoNotOptimize(output);
@@ -148,8 +148,12 @@ void addStream() {
 }
 
 [[maybe_unused]] bool const registered = [] {
-    addBlocks("OAEP/", oaep);
-    addBlocks("PKCS1/", pkcs1);
+    for (auto const padding : {oaep, pkcs1}) {
+        addBlocks("2048", &rsa2048, &CryptoProvider::createRSA2048Encryptor, &CryptoProvider::createRSA2048Decryptor,
+                  padding);
+        addBlocks("4096", &rsa4096, &CryptoProvider::createRSA4096Encryptor, &CryptoProvider::createRSA4096Decryptor,
+                  padding);
+    }
     addStream();
     return true;
 }();

@@ -39,13 +39,13 @@ ByteArray toBytes(BIGNUM const* number) {
     return bytes;
 }
 
-/// One key of 2048 bits in the forms that are loaded.
+/// One key in the forms that are loaded.
 struct Forms {
-    Key key{EVP_RSA_gen(2048)};
+    Key key;
     Key publicKey;
     ByteArray privatePEM, privateDER, publicPEM, publicDER, n, d, e;
 
-    Forms() {
+    explicit Forms(unsigned int bits) : key(EVP_RSA_gen(bits)) {
         auto const write = [](auto perform) {
             Bio const bio(BIO_new(BIO_s_mem()));
             mustSucceed(perform(bio.get()) == 1);
@@ -72,7 +72,12 @@ struct Forms {
 };
 
 Forms const& forms() {
-    static Forms const made;
+    static Forms const made(2048);
+    return made;
+}
+
+Forms const& largeForms() {
+    static Forms const made(4096);
     return made;
 }
 
@@ -88,22 +93,94 @@ Bio inPlace(ByteArray const& encoded) {
 
 char none[] = "";
 
-void addLoading() {
-    add("RSA-2048 private key from PEM/", "library", 0,
-        [] { return [] { benchmark::DoNotOptimize(provider.createRSA2048PrivateKey(forms().privatePEM)); }; });
-    add("RSA-2048 private key from PEM/", "same calls", 0, [] {
-        return [] {
-            Key const key(PEM_read_bio_PrivateKey(written(forms().privatePEM).get(), nullptr, nullptr, none));
-            mustSucceed(EVP_PKEY_get_bits(key.get()) == 2048);
+/// What reads the keys of one size.
+struct Size {
+    std::string name;
+    int bits;
+    Forms const& (*forms)();
+    void (*readPrivate)(ByteArray const&);
+    void (*readPublic)(ByteArray const&);
+};
+
+Size const size2048{"RSA-2048", 2048, forms,
+                    [](ByteArray const& encoded) { provider.createRSA2048PrivateKey(encoded); },
+                    [](ByteArray const& encoded) { provider.createRSA2048PublicKey(encoded); }};
+Size const size4096{"RSA-4096", 4096, largeForms,
+                    [](ByteArray const& encoded) { provider.createRSA4096PrivateKey(encoded); },
+                    [](ByteArray const& encoded) { provider.createRSA4096PublicKey(encoded); }};
+
+void addLoading(Size const& size) {
+    std::string const privatePEM = size.name + " private key from PEM/";
+    add(privatePEM, "library", 0,
+        [=] { return [&forms = size.forms(), size] { size.readPrivate(forms.privatePEM); }; });
+    add(privatePEM, "same calls", 0, [=] {
+        return [&forms = size.forms(), bits = size.bits] {
+            Key const key(PEM_read_bio_PrivateKey(written(forms.privatePEM).get(), nullptr, nullptr, none));
+            mustSucceed(EVP_PKEY_get_bits(key.get()) == bits);
         };
     });
-    add("RSA-2048 private key from PEM/", "best", 0, [] {
-        return [] {
-            Key const key(PEM_read_bio_PrivateKey(inPlace(forms().privatePEM).get(), nullptr, nullptr, none));
+    add(privatePEM, "best", 0, [=] {
+        return [&forms = size.forms()] {
+            Key const key(PEM_read_bio_PrivateKey(inPlace(forms.privatePEM).get(), nullptr, nullptr, none));
             mustSucceed(key != nullptr);
         };
     });
 
+    std::string const privateDER = size.name + " private key from PKCS #8 DER/";
+    add(privateDER, "library", 0,
+        [=] { return [&forms = size.forms(), size] { size.readPrivate(forms.privateDER); }; });
+    add(privateDER, "same calls", 0, [=] {
+        return [&forms = size.forms(), bits = size.bits] {
+            Bio const bio = written(forms.privateDER);
+            mustSucceed(d2i_PKCS8PrivateKey_bio(bio.get(), nullptr, nullptr, none) == nullptr);
+            ERR_clear_error();
+            BIO_ctrl(bio.get(), BIO_CTRL_RESET, 0, nullptr);
+            BIO_write(bio.get(), forms.privateDER.data(), static_cast<int>(forms.privateDER.size()));
+            Key const key(d2i_PrivateKey_bio(bio.get(), nullptr));
+            mustSucceed(EVP_PKEY_get_bits(key.get()) == bits);
+        };
+    });
+    add(privateDER, "best", 0, [=] {
+        return [&forms = size.forms()] {
+            unsigned char const* data = forms.privateDER.data();
+            Key const key(d2i_AutoPrivateKey(nullptr, &data, static_cast<long>(forms.privateDER.size())));
+            mustSucceed(key != nullptr);
+        };
+    });
+
+    std::string const publicPEM = size.name + " public key from PEM/";
+    add(publicPEM, "library", 0, [=] { return [&forms = size.forms(), size] { size.readPublic(forms.publicPEM); }; });
+    add(publicPEM, "same calls", 0, [=] {
+        return [&forms = size.forms(), bits = size.bits] {
+            Key const key(PEM_read_bio_PUBKEY(written(forms.publicPEM).get(), nullptr, nullptr, none));
+            mustSucceed(EVP_PKEY_get_bits(key.get()) == bits);
+        };
+    });
+    add(publicPEM, "best", 0, [=] {
+        return [&forms = size.forms()] {
+            Key const key(PEM_read_bio_PUBKEY(inPlace(forms.publicPEM).get(), nullptr, nullptr, none));
+            mustSucceed(key != nullptr);
+        };
+    });
+
+    std::string const publicDER = size.name + " public key from DER/";
+    add(publicDER, "library", 0, [=] { return [&forms = size.forms(), size] { size.readPublic(forms.publicDER); }; });
+    add(publicDER, "same calls", 0, [=] {
+        return [&forms = size.forms(), bits = size.bits] {
+            Key const key(d2i_PUBKEY_bio(written(forms.publicDER).get(), nullptr));
+            mustSucceed(EVP_PKEY_get_bits(key.get()) == bits);
+        };
+    });
+    add(publicDER, "best", 0, [=] {
+        return [&forms = size.forms()] {
+            unsigned char const* data = forms.publicDER.data();
+            Key const key(d2i_PUBKEY(nullptr, &data, static_cast<long>(forms.publicDER.size())));
+            mustSucceed(key != nullptr);
+        };
+    });
+}
+
+void addStreamLoading() {
     add("RSA-2048 private key from a PEM stream/", "library", 0, [] {
         std::string const text(forms().privatePEM.begin(), forms().privatePEM.end());
         return [stream = std::make_shared<std::istringstream>(text)] {
@@ -122,58 +199,6 @@ void addLoading() {
                                     std::istream_iterator<unsigned char>()};
             Key const key(PEM_read_bio_PrivateKey(written(encoded).get(), nullptr, nullptr, none));
             mustSucceed(EVP_PKEY_get_bits(key.get()) == 2048);
-        };
-    });
-
-    add("RSA-2048 private key from PKCS #8 DER/", "library", 0,
-        [] { return [] { benchmark::DoNotOptimize(provider.createRSA2048PrivateKey(forms().privateDER)); }; });
-    add("RSA-2048 private key from PKCS #8 DER/", "same calls", 0, [] {
-        return [] {
-            Bio const bio = written(forms().privateDER);
-            mustSucceed(d2i_PKCS8PrivateKey_bio(bio.get(), nullptr, nullptr, none) == nullptr);
-            ERR_clear_error();
-            BIO_ctrl(bio.get(), BIO_CTRL_RESET, 0, nullptr);
-            BIO_write(bio.get(), forms().privateDER.data(), static_cast<int>(forms().privateDER.size()));
-            Key const key(d2i_PrivateKey_bio(bio.get(), nullptr));
-            mustSucceed(EVP_PKEY_get_bits(key.get()) == 2048);
-        };
-    });
-    add("RSA-2048 private key from PKCS #8 DER/", "best", 0, [] {
-        return [] {
-            unsigned char const* data = forms().privateDER.data();
-            Key const key(d2i_AutoPrivateKey(nullptr, &data, static_cast<long>(forms().privateDER.size())));
-            mustSucceed(key != nullptr);
-        };
-    });
-
-    add("RSA-2048 public key from PEM/", "library", 0,
-        [] { return [] { benchmark::DoNotOptimize(provider.createRSA2048PublicKey(forms().publicPEM)); }; });
-    add("RSA-2048 public key from PEM/", "same calls", 0, [] {
-        return [] {
-            Key const key(PEM_read_bio_PUBKEY(written(forms().publicPEM).get(), nullptr, nullptr, none));
-            mustSucceed(EVP_PKEY_get_bits(key.get()) == 2048);
-        };
-    });
-    add("RSA-2048 public key from PEM/", "best", 0, [] {
-        return [] {
-            Key const key(PEM_read_bio_PUBKEY(inPlace(forms().publicPEM).get(), nullptr, nullptr, none));
-            mustSucceed(key != nullptr);
-        };
-    });
-
-    add("RSA-2048 public key from DER/", "library", 0,
-        [] { return [] { benchmark::DoNotOptimize(provider.createRSA2048PublicKey(forms().publicDER)); }; });
-    add("RSA-2048 public key from DER/", "same calls", 0, [] {
-        return [] {
-            Key const key(d2i_PUBKEY_bio(written(forms().publicDER).get(), nullptr));
-            mustSucceed(EVP_PKEY_get_bits(key.get()) == 2048);
-        };
-    });
-    add("RSA-2048 public key from DER/", "best", 0, [] {
-        return [] {
-            unsigned char const* data = forms().publicDER.data();
-            Key const key(d2i_PUBKEY(nullptr, &data, static_cast<long>(forms().publicDER.size())));
-            mustSucceed(key != nullptr);
         };
     });
 }
@@ -255,25 +280,30 @@ void addExports() {
     });
 }
 
-void addGeneration() {
-    add("RSA-1024 key pair generated/", "library", 0, [] {
-        return [prng = provider.createDefaultCryptoPRNG({})] {
-            benchmark::DoNotOptimize(provider.generateRSA1024KeyPair(prng));
-        };
+/// How long it takes is chance: other numbers are tried until two are prime.
+template <class Generate> void addGeneration(std::size_t bits, Generate generate) {
+    std::string const name = "RSA-" + std::to_string(bits) + " key pair generated/";
+    add(name, "library", 0, [=] {
+        return
+            [=, prng = provider.createDefaultCryptoPRNG({})] { benchmark::DoNotOptimize((provider.*generate)(prng)); };
     });
-    add("RSA-1024 key pair generated/", "best", 0, [] {
-        return [] {
-            Key const key(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", std::size_t(1024)));
+    add(name, "best", 0, [=] {
+        return [=] {
+            Key const key(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", bits));
             mustSucceed(key != nullptr);
         };
     });
 }
 
 [[maybe_unused]] bool const registered = [] {
-    addLoading();
+    addGeneration(1024, &CryptoProvider::generateRSA1024KeyPair);
+    addGeneration(2048, &CryptoProvider::generateRSA2048KeyPair);
+    addGeneration(4096, &CryptoProvider::generateRSA4096KeyPair);
+    addLoading(size2048);
+    addLoading(size4096);
+    addStreamLoading();
     addBuilding();
     addExports();
-    addGeneration();
     return true;
 }();
 

@@ -59,7 +59,7 @@ std::shared_ptr<EVP_PKEY_CTX> readyContext(EVP_PKEY* key, RSAPaddingMode padding
 constexpr std::size_t messageSize = 1024;
 
 template <class Keys, class CreateSigner, class CreateVerifier>
-void addSize(std::string const& size, Keys const& (*keys)(), CreateSigner createSigner, CreateVerifier createVerifier) {
+void addSize(std::string const& size, Keys (*keys)(), CreateSigner createSigner, CreateVerifier createVerifier) {
     auto const named = [&](char const* work, RSAPaddingMode padding) {
         return "RSA-" + size + work + (padding == RSAPaddingMode::PSS ? " PSS/" : " PKCS1/");
     };
@@ -74,8 +74,7 @@ void addSize(std::string const& size, Keys const& (*keys)(), CreateSigner create
             };
         });
         add(signing, "same calls", 0, [=] {
-            EVP_PKEY* const key = keys().rawPrivateKey.get();
-            return [=] { benchmark::DoNotOptimize(sign(key, padding, message)); };
+            return [=, key = keys().rawPrivateKey] { benchmark::DoNotOptimize(sign(key.get(), padding, message)); };
         });
         add(signing, "best", 0, [=] {
             return [=, context = readyContext(keys().rawPrivateKey.get(), padding, EVP_PKEY_sign_init)] {
@@ -96,9 +95,9 @@ void addSize(std::string const& size, Keys const& (*keys)(), CreateSigner create
             };
         });
         add(verifying, "same calls", 0, [=] {
-            EVP_PKEY* const key = keys().rawPublicKey.get();
-            return [=, signature = sign(keys().rawPrivateKey.get(), padding, message)] {
-                mustSucceed(verify(key, padding, message, signature));
+            Keys const own = keys();
+            return [=, key = own.rawPublicKey, signature = sign(own.rawPrivateKey.get(), padding, message)] {
+                mustSucceed(verify(key.get(), padding, message, signature));
             };
         });
         add(verifying, "best", 0, [=] {
@@ -129,7 +128,7 @@ void addStream() {
         };
     });
     add(name, "same calls", size, [=] {
-        return [stream = std::make_shared<std::istringstream>(content),
+        return [key = rsa2048().rawPublicKey, stream = std::make_shared<std::istringstream>(content),
                 signature = sign(rsa2048().rawPrivateKey.get(), RSAPaddingMode::PSS, message)] {
             stream->clear();
             stream->seekg(0);
@@ -139,8 +138,9 @@ void addStream() {
         };
     });
     add(name, "best", size, [=] {
-        return [message, signature = sign(rsa2048().rawPrivateKey.get(), RSAPaddingMode::PSS, message)] {
-            mustSucceed(verify(rsa2048().rawPublicKey.get(), RSAPaddingMode::PSS, message, signature));
+        return [message, key = rsa2048().rawPublicKey,
+                signature = sign(rsa2048().rawPrivateKey.get(), RSAPaddingMode::PSS, message)] {
+            mustSucceed(verify(key.get(), RSAPaddingMode::PSS, message, signature));
         };
     });
 }

@@ -1,5 +1,6 @@
 // Whole files through streams: what a host pays beside the plain loop that it would write itself, which reads into one
 // warm buffer and hands libcrypto piece after piece.
+#include "LargeFiles.h"
 #include "RSAKeys.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -10,15 +11,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -36,80 +33,8 @@ CryptoProvider const provider;
 ByteArray const key(32, 0x42);
 ByteArray const vector(16, 0x24);
 
-constexpr std::size_t mebibyte = std::size_t(1) << 20;
-
-/// A file of `size` bytes and the names of others beside it, gone when the process ends.
-class Files {
-public:
-    explicit Files(std::size_t size) : folder_(makeFolder()) {
-        std::string const block(mebibyte, 'a');
-        std::ofstream file(input(), std::ios::binary);
-        for (std::size_t written = 0; written < size; written += block.size()) {
-            file.write(block.data(), static_cast<std::streamsize>(block.size()));
-        }
-        mustSucceed(file.flush().good());
-    }
-
-    ~Files() { std::filesystem::remove_all(folder_); }
-
-    Files(Files const&) = delete;
-    Files& operator=(Files const&) = delete;
-
-    std::string input() const { return folder_ + "/input"; }
-
-    std::string encrypted() const { return folder_ + "/encrypted"; }
-
-    std::string output() const { return folder_ + "/output"; }
-
-private:
-    static std::string makeFolder() {
-        std::string folder = std::filesystem::temp_directory_path().string() + "/zrflbenchXXXXXX";
-        mustSucceed(mkdtemp(folder.data()) != nullptr);
-        return folder;
-    }
-
-    std::string folder_;
-};
-
-Files const& filesOf(std::size_t size) {
-    static std::map<std::size_t, Files> all;
-    return all.try_emplace(size, size).first->second;
-}
-
-/// A file's descriptor.
-class Descriptor {
-public:
-    Descriptor(std::string const& path, int flags) : number_(open(path.c_str(), flags, 0600)) {
-        mustSucceed(number_ >= 0);
-    }
-
-    ~Descriptor() { close(number_); }
-
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-
-    int get() const { return number_; }
-
-private:
-    int number_;
-};
-
-/// The plain loop: hands `work` piece after piece in a buffer that stays warm.
-template <class Work> void readPieces(std::string const& path, Work&& work) {
-    static std::vector<unsigned char> buffer(mebibyte);
-    Descriptor const input(path, O_RDONLY);
-    for (ssize_t size = 0; (size = read(input.get(), buffer.data(), buffer.size())) > 0;) {
-        work(buffer.data(), static_cast<int>(size));
-    }
-}
-
 using CipherContext = Held<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
 using DigestContext = Held<EVP_MD_CTX, EVP_MD_CTX_free>;
-
-struct Size {
-    char const* name;
-    std::size_t bytes;
-};
 
 struct Mode {
     char const* name;
@@ -158,7 +83,7 @@ template <class Transform> void transformFile(std::string const& from, std::stri
     mustSucceed(output.flush().good());
 }
 
-void addEncryption(Mode const& mode, Size const& size) {
+void addEncryption(Mode const& mode, FileSize const& size) {
     std::string const name = std::string("AES-256 ") + mode.name + " encrypt file/" + size.name + "/";
     add(name, "library", size.bytes, [=] {
         auto const encryptor = provider.createAES256Encryptor(
@@ -173,7 +98,7 @@ void addEncryption(Mode const& mode, Size const& size) {
     });
 }
 
-void addDecryption(Mode const& mode, Size const& size) {
+void addDecryption(Mode const& mode, FileSize const& size) {
     std::string const name = std::string("AES-256 ") + mode.name + " decrypt file/" + size.name + "/";
     add(name, "library", size.bytes, [=] {
         auto const decryptor = provider.createAES256Decryptor(
@@ -203,7 +128,7 @@ struct Kind {
 };
 
 Kind makeRSA() {
-    RSAKeys<2048> const& keys = rsa2048();
+    RSAKeys<2048> const keys = rsa2048();
     auto const signer = provider.createRSA2048Signer(keys.privateKey, RSAPaddingMode::PSS, prng());
     auto const verifier = provider.createRSA2048Verifier(keys.publicKey, RSAPaddingMode::PSS, prng());
     auto const engine = provider.createSHA256DigestEngine();
@@ -255,19 +180,6 @@ void usePSS(Kind const& kind, EVP_PKEY_CTX* context) {
                                 EVP_PKEY_CTX_set_rsa_pss_saltlen(context, 32) > 0));
 }
 
-/// A whole file in memory that stays warm.
-std::vector<unsigned char> const& readWhole(std::string const& path) {
-    static std::vector<unsigned char> whole;
-    whole.resize(std::filesystem::file_size(path));
-    Descriptor const input(path, O_RDONLY);
-    for (std::size_t size = 0; size < whole.size();) {
-        ssize_t const count = read(input.get(), whole.data() + size, whole.size() - size);
-        mustSucceed(count > 0);
-        size += static_cast<std::size_t>(count);
-    }
-    return whole;
-}
-
 void signByLoop(Kind const& kind, std::string const& path) {
     DigestContext const context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr;
@@ -310,7 +222,7 @@ ByteArray signFile(Kind const& kind, std::string const& path) {
     return kind.sign(input);
 }
 
-void addSignature(Kind const& (*getKind)(), std::string const& kindName, Size const& size) {
+void addSignature(Kind const& (*getKind)(), std::string const& kindName, FileSize const& size) {
     std::string const sign = kindName + " sign file/" + size.name + "/";
     std::string const verify = kindName + " verify file/" + size.name + "/";
     add(sign, "library", size.bytes, [=] {
@@ -341,7 +253,7 @@ template <Kind (*make)()> Kind const& kept() {
 }
 
 [[maybe_unused]] bool const registered = [] {
-    for (Size const& size : {Size{"1 MiB", mebibyte}, Size{"64 MiB", 64 * mebibyte}, Size{"512 MiB", 512 * mebibyte}}) {
+    for (FileSize const& size : fileSizes) {
         addEncryption(gcm, size);
         addDecryption(gcm, size);
         addEncryption(ctr, size);
