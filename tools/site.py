@@ -95,6 +95,8 @@ def linked(path, text, link, seen):
     if path == listed_by and target not in seen and not anchor:
         seen.add(target)
         return f'@subpage {label(target)} "{link.text}"'
+    if target.endswith((".svg", ".png")):
+        return f'<a href="{posixpath.basename(target)}">{link.text}</a>'
     return f"@link {label(target, anchor)} {link.text}@endlink"
 
 
