@@ -196,7 +196,7 @@ Seen seeOnce(Operation const& operation, Rights const& rights, Arguments const&.
     long const liveBefore = live();
     {
         OperationRun const run = operation.prepare();
-        HostsMark const mark;
+        HostsMark const mark(operation.decryptsKey());
         {
             Fault const fault(arguments...);
             seen.ending = endingOf([&] { return run.call(), Ending::Right; }, &seen.text);

@@ -129,6 +129,8 @@ template <class Judge> void forEachResult(Fault const& fault, Judge&& judge) {
     fault.operation();
 }
 
+constexpr bool decryptsKey = true; ///< Any row may; see `HostsMark`.
+
 /// Whether the host's errors and mark are in the error queue after an operation that fails.
 enum class HostsErrors { Stay, MayGo };
 
@@ -138,7 +140,7 @@ template <class Expected> void expectReported(Fault const& fault, HostsErrors ho
     if (!fault.explained) {
         forEachResult(fault, [&](Failing& failing) {
             failing.withError("the engine room is flooded");
-            HostsMark const mark;
+            HostsMark const mark(decryptsKey);
             EXPECT_THROWS(Expected, fault.text, fault.operation());
             if (hostsErrors == HostsErrors::Stay) {
                 EXPECT_TRUE(mark.isThere());
@@ -164,7 +166,7 @@ inline void expectForgotten(std::string const& call, Variants const& operation) 
     for (auto const& [name, run] : operation.all()) {
         SCOPED_TRACE(call + " " + name);
         run();
-        HostsMark const mark;
+        HostsMark const mark(decryptsKey);
         Failing noisy(call);
         noisy.withError("a rattle in the engine room").succeeding();
         run();
