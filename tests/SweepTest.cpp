@@ -196,7 +196,8 @@ Seen seeOnce(Operation const& operation, Rights const& rights, Arguments const&.
     long const liveBefore = live();
     {
         OperationRun const run = operation.prepare();
-        HostsMark const mark;
+        bool const libcryptoTakesIt = operation.decryptsKey() && decryptingTakesMarks(); // the host's error as well
+        HostsMark const mark(operation.decryptsKey());
         {
             Fault const fault(arguments...);
             seen.ending = endingOf([&] { return run.call(), Ending::Right; }, &seen.text);
@@ -204,7 +205,7 @@ Seen seeOnce(Operation const& operation, Rights const& rights, Arguments const&.
         }
         seen.returned = seen.ending == Ending::Right;
         seen.queueEmpty = ERR_peek_error() == 0;
-        seen.queueKept = ERR_GET_REASON(ERR_peek_last_error()) == HostsMark::reason;
+        seen.queueKept = libcryptoTakesIt || ERR_GET_REASON(ERR_peek_last_error()) == HostsMark::reason;
         seen.markKept = mark.isThere();
         ERR_clear_error();
         if (seen.returned) {

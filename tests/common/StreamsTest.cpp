@@ -686,6 +686,11 @@ TEST(ReadUnformatted, EndsWhereACharacterThatWasSeenDoesNotCome) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "aaa");
 }
 
+// It stands outside every guard: what a file asks a host's facet, when it is asked what is left, does not throw.
+static_assert(noexcept(countKnown(std::declval<std::streambuf&>())));
+static_assert(noexcept(std::declval<std::codecvt<char, char, std::mbstate_t> const&>().encoding()));
+static_assert(noexcept(std::declval<std::codecvt<char, char, std::mbstate_t> const&>().max_length()));
+
 TEST(CountKnown, IsNothingWhereTheBufferKnowsOfNone) {
     std::stringbuf written(std::ios::out); // says -1
     EXPECT_EQ(countKnown(written), 0U);

@@ -1,7 +1,9 @@
 #include "support/ECC.h"
+#include "support/HostsMark.h"
 #include "support/PEM.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
+#include "support/Vectors.h"
 
 #include <foundation/crypto/utils/Exceptions.h>
 
@@ -321,18 +323,10 @@ TEST(Curve25519Keys, AreRefusedByTheOtherCurve) {
                          "Actual curve (Curve25519) does not match expected curve (P256)");
 }
 
-/// A key stored with the parameters of its curve in place of the curve's name. When `nameless`, libcrypto has no name
-/// for the curve: P-256 with its generator doubled.
-RawKey withExplicitParameters(bool nameless) {
+/// A key stored with the parameters of its curve in place of the curve's name.
+RawKey withExplicitParameters() {
     std::unique_ptr<EC_GROUP, decltype(&EC_GROUP_free)> const group(EC_GROUP_new_by_curve_name(NID_X9_62_prime256v1),
                                                                     &EC_GROUP_free);
-    if (nameless) {
-        std::unique_ptr<EC_POINT, decltype(&EC_POINT_free)> const twice(EC_POINT_new(group.get()), &EC_POINT_free);
-        EC_POINT_dbl(group.get(), twice.get(), EC_GROUP_get0_generator(group.get()), nullptr);
-        EC_GROUP_set_generator(group.get(), twice.get(), EC_GROUP_get0_order(group.get()),
-                               EC_GROUP_get0_cofactor(group.get()));
-        EC_GROUP_set_curve_name(group.get(), NID_undef);
-    }
     EC_GROUP_set_asn1_flag(group.get(), OPENSSL_EC_EXPLICIT_CURVE);
     std::unique_ptr<OSSL_PARAM, decltype(&OSSL_PARAM_free)> const parameters(
         EC_GROUP_to_params(group.get(), nullptr, nullptr, nullptr), &OSSL_PARAM_free);
@@ -352,18 +346,27 @@ RawKey withExplicitParameters(bool nameless) {
 }
 
 TEST(P256Keys, WithExplicitParametersAreKnownByThem) {
-    RawKey const key = withExplicitParameters(false);
+    RawKey const key = withExplicitParameters();
     EXPECT_GT(privatePEM(key).size(), 400U);
     EXPECT_EQ(P256::publicKey(bytes(publicPEM(key)))->getPublicPoint().size(), 65U);
     EXPECT_EQ(text(P256::privateKey(bytes(privatePEM(key)))->getPEM()), privatePEM(key));
 }
 
 TEST(P256Keys, OnACurveWithoutANameAreRefused) {
-    RawKey const key = withExplicitParameters(true);
-    std::string const message = "Expected EVP_PKEY to have group parameter since it's an EVP_PKEY_EC";
-    EXPECT_THROWS(InternalException, message, P256::privateKey(bytes(privatePEM(key))));
-    EXPECT_THROWS(InternalException, message, P256::publicKey(bytes(publicPEM(key))));
-    EXPECT_THROWS(InternalException, message, Curve25519::publicKey(bytes(publicPEM(key))));
+    ByteArray const privateKey = readVectorFile("keys/p256-doubled-generator-private.pem");
+    ByteArray const publicKey = readVectorFile("keys/p256-doubled-generator-public.pem");
+    if (OPENSSL_version_major() < 4) {
+        std::string const message = "Expected EVP_PKEY to have group parameter since it's an EVP_PKEY_EC";
+        EXPECT_THROWS(InternalException, message, P256::privateKey(privateKey));
+        EXPECT_THROWS(InternalException, message, P256::publicKey(publicKey));
+        EXPECT_THROWS(InternalException, message, Curve25519::publicKey(publicKey));
+    } else { // which reads no parameters but those of curves that it has a name for
+        EXPECT_THROWS(std::runtime_error, "libcrypto made no key", readPrivate(text(privateKey)));
+        EXPECT_THROWS(std::runtime_error, "libcrypto made no key", readPublic(text(publicKey)));
+        EXPECT_THROWS(InvalidKeyEncoding, notPEM, P256::privateKey(privateKey));
+        EXPECT_THROWS(InvalidKeyEncoding, notPEM, P256::publicKey(publicKey));
+        EXPECT_THROWS(InvalidKeyEncoding, notPEM, Curve25519::publicKey(publicKey));
+    }
 }
 
 // Private integers
@@ -613,10 +616,11 @@ TYPED_TEST(ECCKeys, LeaveTheErrorQueueAsItWas) {
     auto const pair = TypeParam::generateKeyPair();
     RawKey const raw = this->rawKey();
     std::string const clutter = "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n";
+    std::string const encrypted = encryptedPEM(raw, "secret");
+    auto const readEncrypted = [&] { this->readPrivateStream(encrypted, "secret"); };
     std::vector<std::function<void()>> const operations{
         [&] { TypeParam::generateKeyPair(); },
         [&] { TypeParam::privateKey(bytes(clutter + privatePEM(raw))); },
-        [&] { this->readPrivateStream(encryptedPEM(raw, "secret"), "secret"); },
         [&] { TypeParam::publicKey(bytes(clutter + publicPEM(raw))); },
         [&] { TypeParam::privateKeyFromInteger(pair->getPrivateKey()->getPrivateInteger()); },
         [&] { TypeParam::publicKeyFromPoint(pair->getPublicKey()->getPublicPoint()); },
@@ -633,6 +637,13 @@ TYPED_TEST(ECCKeys, LeaveTheErrorQueueAsItWas) {
         EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 7);
         EXPECT_EQ(ERR_get_error(), 0U);
     }
+    int const expected = reasonBehindBareReading(bytes(encrypted), "secret");
+    readEncrypted();
+    EXPECT_EQ(ERR_get_error(), 0U);
+    ERR_raise(ERR_LIB_USER, HostsMark::reason);
+    readEncrypted();
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), expected);
+    EXPECT_EQ(ERR_get_error(), 0U);
 }
 
 } // namespace

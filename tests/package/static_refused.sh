@@ -6,7 +6,8 @@ cmake=$1 source=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-if "$cmake" -S "$source" -B "$work" -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_SHARED_LIBS=OFF >"$work/log" 2>&1; then
+if "$cmake" -S "$source" -B "$work" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DBUILD_SHARED_LIBS=OFF \
+    >"$work/log" 2>&1; then
     echo "BUILD_SHARED_LIBS=OFF was not refused"
     exit 1
 fi

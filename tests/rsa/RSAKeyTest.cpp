@@ -1,5 +1,6 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/HostsMark.h"
 #include "support/PRNG.h"
 #include "support/RSAKeys.h"
 #include "support/Streams.h"
@@ -674,6 +675,15 @@ TEST(RSASizeQuery, TakesBlanksAndLineBreaksAsPartOfTheKey) {
 
 // The error queue
 
+void createFromStream(std::string const& form) {
+    std::istringstream stream = streamOf(readRSAKey(1024, form));
+    provider.createRSA1024PrivateKey(stream, "password");
+}
+
+void queryPrivate(std::string const& form) {
+    provider.getPrivateKeySignatureMethod(readRSAKey(1024, form), "password");
+}
+
 TEST(RSAKeyErrorQueue, IsAsItWasAfterEverySuccess) {
     Vector const numbers = numbersOf(1024);
     auto const privateKey = provider.createRSA1024PrivateKey(readRSAKey(1024, "private.der"));
@@ -689,15 +699,9 @@ TEST(RSAKeyErrorQueue, IsAsItWasAfterEverySuccess) {
         [&] { publicKey->getModulus(); },
         [&] { publicKey->getPublicExponent(); },
     };
-    for (auto const* const forms : {&plainPrivateForms, &encryptedForms}) {
-        for (std::string const& form : *forms) {
-            operations.emplace_back([form] {
-                std::istringstream stream = streamOf(readRSAKey(1024, form));
-                provider.createRSA1024PrivateKey(stream, "password");
-            });
-            operations.emplace_back(
-                [form] { provider.getPrivateKeySignatureMethod(readRSAKey(1024, form), "password"); });
-        }
+    for (std::string const& form : plainPrivateForms) {
+        operations.emplace_back([form] { createFromStream(form); });
+        operations.emplace_back([form] { queryPrivate(form); });
     }
     for (std::string const& form : publicForms) {
         operations.emplace_back([form] { provider.createRSA1024PublicKey(readRSAKey(1024, form)); });
@@ -712,6 +716,19 @@ TEST(RSAKeyErrorQueue, IsAsItWasAfterEverySuccess) {
         operations[index]();
         EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 7);
         EXPECT_EQ(ERR_get_error(), 0U);
+    }
+    for (std::string const& form : encryptedForms) {
+        SCOPED_TRACE(form);
+        int const expected = reasonBehindBareReading(readRSAKey(1024, form), "password");
+        for (auto const& operation : {createFromStream, queryPrivate}) {
+            operation(form);
+            EXPECT_EQ(ERR_peek_error(), 0U);
+
+            ERR_raise(ERR_LIB_USER, HostsMark::reason);
+            operation(form);
+            EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), expected);
+            EXPECT_EQ(ERR_get_error(), 0U);
+        }
     }
 }
 

@@ -8,6 +8,10 @@
 
 namespace support {
 
+namespace {
+constexpr bool decryptsKey = true; ///< Any row may; see `HostsMark`.
+} // namespace
+
 std::vector<Fault> expanded(std::vector<Fault> const& faults) {
     std::vector<Fault> rows;
     for (Fault const& fault : faults) {
@@ -47,7 +51,7 @@ void expectReported(std::type_info const& expected, Fault const& fault, HostsErr
     if (!fault.explained) {
         forEachResult(fault, [&](Failing& failing) {
             failing.withError("the engine room is flooded");
-            HostsMark const mark;
+            HostsMark const mark(decryptsKey);
             EXPECT_TRUE(throwsExactly(expected, fault.text, false, fault.operation));
             if (hostsErrors == HostsErrors::Stay) {
                 EXPECT_TRUE(mark.isThere());
@@ -72,7 +76,7 @@ void expectForgotten(std::string const& call, Variants const& operation) {
     for (auto const& [name, run] : operation.all()) {
         SCOPED_TRACE(call + " " + name);
         run();
-        HostsMark const mark;
+        HostsMark const mark(decryptsKey);
         Failing noisy(call);
         noisy.withError("a rattle in the engine room").succeeding();
         run();

@@ -25,7 +25,10 @@ struct LibcryptoHeap {
 
     static void* allocate(std::size_t size, char const* /*file*/, int /*line*/) {
         void* const block = size == 0 || failsNow() ? nullptr : std::malloc(size);
-        live += block == nullptr ? 0 : 1;
+        if (block != nullptr) {
+            std::memset(block, 0, malloc_usable_size(block)); // what an earlier owner left is not libcrypto's
+            ++live;
+        }
         return block;
     }
 

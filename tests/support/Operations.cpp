@@ -786,7 +786,7 @@ template <class Of> void addECC(List& list, std::string const& file) {
         list, factory, createPrivate + "FromInteger", "", [=] { return privateKey()->getPrivateInteger(); },
         [](ByteArray const& integer) { return Of::privateKeyFromInteger(integer); }, describePrivate);
     add(
-        list, factory, createPrivate + "(stream)", "",
+        list, factory, createPrivate + "(stream)", "encrypted.pem",
         [=] {
             static ByteArray const encrypted = bytes(encryptedPEM(readPrivate(text(privateText())), "password"));
             return Input(encrypted);

@@ -39,6 +39,9 @@ struct Operation {
     /// The same calls of libcrypto by hand, where libcrypto itself answers wrongly when it runs out of memory.
     std::function<OperationRun()> prepareBare = {};
 
+    /// Whether a key is decrypted after PBES2.
+    bool decryptsKey() const { return kind.rfind("encrypted.", 0) == 0; }
+
     std::string description() const { return interface + "::" + name + (kind.empty() ? "" : ", " + kind); }
 };
 

@@ -101,7 +101,7 @@ void advise(void* block, std::size_t size, std::size_t smallest, int advice) noe
 
 } // namespace
 
-std::size_t countKnown(std::streambuf& buffer) {
+std::size_t countKnown(std::streambuf& buffer) noexcept {
     std::size_t const ready = GetArea::sizeOf(buffer);
     // Of the standard's own classes the answer is true, and includes what is ready: what is left of a file, and what
     // was written to a string since its get area was made. A class derived from them may say anything.

@@ -34,7 +34,8 @@ template <class Consume> void forEachChunk(std::istream& input, Consume&& consum
 
 /// How many bytes are sure to follow in `buffer`: those that it holds ready, and those that a `std::filebuf` or a
 /// `std::stringbuf` says are left. What any other buffer promises (`in_avail()`) is not asked for: it need not be true.
-std::size_t countKnown(std::streambuf& buffer);
+/// Of the host's code that runs no more than a `std::codecvt`'s answers about itself, which cannot throw.
+std::size_t countKnown(std::streambuf& buffer) noexcept;
 
 /// Returns the pages of a large block to the system; the heap, to which it goes back next, might keep them.
 void dropPages(void* block, std::size_t size) noexcept;

@@ -87,7 +87,7 @@ void reseed(ICryptoPRNG& prng) {
 template <class Bytes>
 Bytes transformBlock(Direction const& direction, EVP_PKEY* key, std::size_t modulusSize, RSAPaddingMode padding,
                      ICryptoPRNG& prng, unsigned char const* data, std::size_t size) {
-    ErrorQueueMark const mark; // removing PKCS #1 v1.5 padding leaves an entry behind, whether it was right or not
+    ErrorQueueMark const mark; // removing a padding leaves entries behind, whether it was right or not
     EVP_PKEY_CTXUPtr const context(EVP_PKEY_CTX_new(key, nullptr));
     require(direction.initialize(context.get()) > 0, direction.notInitialized);
     setPadding(context.get(), padding, direction);
