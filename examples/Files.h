@@ -13,6 +13,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <istream>
 #include <iterator>
 #include <optional>
@@ -301,6 +302,24 @@ inline std::string base64(ByteArray const& bytes) {
         }
     }
     return text + '\n';
+}
+
+/// DER (ITU-T X.690): what it is, how long, and the parts one after the other.
+inline ByteArray der(unsigned char tag, std::initializer_list<ByteArray> parts) {
+    ByteArray content;
+    for (ByteArray const& part : parts) {
+        content.insert(content.end(), part.begin(), part.end());
+    }
+    ByteArray encoded{tag};
+    std::size_t const size = content.size();
+    if (size > 255) { // two bytes of length do for every key there is
+        encoded.insert(encoded.end(), {0x82, static_cast<unsigned char>(size >> 8U)});
+    } else if (size > 127) {
+        encoded.push_back(0x81);
+    }
+    encoded.push_back(static_cast<unsigned char>(size));
+    encoded.insert(encoded.end(), content.begin(), content.end());
+    return encoded;
 }
 
 /// DER in its armour (RFC 7468).

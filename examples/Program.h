@@ -1,6 +1,9 @@
 #ifndef ZRFL_EXAMPLES_PROGRAM_H
 #define ZRFL_EXAMPLES_PROGRAM_H
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -36,9 +39,20 @@ private:
     int status_;
 };
 
+/// A program that was started without a standard input, output or error gets something in their place that can neither
+/// be read nor written: the next files that it opens would be taken for them, and what it prints would go into those.
+inline void occupyStandardDescriptors() noexcept {
+    for (int const descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) < 0) {
+            [[maybe_unused]] int const occupied = ::open("/", O_PATH); // the lowest number that is free
+        }
+    }
+}
+
 /// Runs `work(arguments)` and returns what the program is to end with: the result, 1 for a failure, which is reported,
 /// or 2 for arguments that it does not take. Whoever asks for help gets the usage and `help`, and nothing else.
 template <class Work> int run(int count, char** arguments, char const* usage, char const* help, Work&& work) {
+    occupyStandardDescriptors();
     try {
         Arguments const given(arguments + std::min(count, 1), arguments + count);
         bool const asksForHelp = std::any_of(given.begin(), given.end(), [](std::string const& argument) {

@@ -128,7 +128,9 @@ inline Password password(Use use, std::string const& what, std::string const* pa
         if (!file.isOpen()) {
             throw std::system_error(errno, std::generic_category(), "cannot open " + *passwordFile);
         }
-        return readLine(file.number(), *passwordFile);
+        if (::isatty(file.number()) == 0) { // it would show what is typed
+            return readLine(file.number(), *passwordFile);
+        }
     }
     SilentTerminal const terminal;
     Password given = terminal.ask("Password for " + what + ": ");

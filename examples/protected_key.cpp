@@ -18,36 +18,19 @@
 
 #include <cstddef>
 #include <fstream>
-#include <initializer_list>
 #include <istream>
 #include <string>
 
 namespace {
 
 using namespace foundation::crypto;
+using files::der;
 using foundation::crypto::utils::ByteArray;
 using secrets::Password;
 
 openssl::CryptoProvider const provider;
 
 constexpr int iterations = 210000; // a tenth of a second or so
-
-/// DER (ITU-T X.690): what it is, how long, and the parts one after the other.
-ByteArray der(unsigned char tag, std::initializer_list<ByteArray> parts) {
-    ByteArray content;
-    for (ByteArray const& part : parts) {
-        content.insert(content.end(), part.begin(), part.end());
-    }
-    ByteArray encoded{tag};
-    std::size_t const size = content.size();
-    if (size < 128) {
-        encoded.push_back(static_cast<unsigned char>(size));
-    } else { // two bytes of length do for every key there is
-        encoded.insert(encoded.end(), {0x82, static_cast<unsigned char>(size >> 8U), static_cast<unsigned char>(size)});
-    }
-    encoded.insert(encoded.end(), content.begin(), content.end());
-    return encoded;
-}
 
 /// EncryptedPrivateKeyInfo: PBKDF2 over HMAC-SHA-512, and AES-256 in CBC.
 ByteArray encrypt(ByteArray const& privateKeyInfo, Password const& password) {

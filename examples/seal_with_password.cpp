@@ -197,10 +197,9 @@ int run(program::Arguments const& given) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return program::run(
-        count, arguments, "usage: seal_with_password seal|open IN OUT [PASSWORDFILE]\n",
-        "Without PASSWORDFILE the password is asked for at the terminal.\n"
-        "Memory: 12 MiB and 3 times the size of IN. Status 3: wrong password. 4: IN is damaged, or was\n"
-        "not sealed with a password.\n",
-        run);
+    return program::run(count, arguments, "usage: seal_with_password seal|open IN OUT [PASSWORDFILE]\n",
+                        "Without PASSWORDFILE the password is asked for at the terminal.\n"
+                        "At most 2147483647 bytes can be sealed. Memory: 12 MiB and 3 times the size of IN. Status 3:\n"
+                        "wrong password. 4: IN is damaged, or was not sealed with a password.\n",
+                        run);
 }

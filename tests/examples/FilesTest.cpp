@@ -244,4 +244,17 @@ TEST_F(Files, RefuseContentThatCouldNotBeCollected) {
     EXPECT_EQ(files::read("there"), earlier);
 }
 
+TEST(Der, TellsItsLengthInAsFewBytesAsItTakes) {
+    auto const beginOf = [](std::size_t size) {
+        ByteArray encoded = files::der(0x04, {ByteArray(size - 1), ByteArray(1)});
+        encoded.resize(encoded.size() - size);
+        return encoded;
+    };
+    EXPECT_EQ(beginOf(127), (ByteArray{0x04, 0x7f}));
+    EXPECT_EQ(beginOf(128), (ByteArray{0x04, 0x81, 0x80}));
+    EXPECT_EQ(beginOf(255), (ByteArray{0x04, 0x81, 0xff}));
+    EXPECT_EQ(beginOf(256), (ByteArray{0x04, 0x82, 0x01, 0x00}));
+    EXPECT_EQ(beginOf(65535), (ByteArray{0x04, 0x82, 0xff, 0xff}));
+}
+
 } // namespace

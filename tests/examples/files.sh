@@ -83,6 +83,12 @@ cmp plain opened
 [[ $(head -n 1 all) == first && $(tail -c 5 all) == last && $(stat -c %s all) == $((100028 + 11)) ]] ||
     fail "what was on the standard output is lost"
 
+# Whoever starts the program without a standard output does not thereby make one of the files that it opens.
+expect "" open key sealed same
+"$program" seal key same same >&-
+expect "" open key same opened
+cmp plain opened
+
 # A disk that is full in the middle: of the new file nothing is left, and of the old one all. The limit counts in pieces
 # of 1 KiB, and the signal that goes with it would end the program.
 echo earlier >there

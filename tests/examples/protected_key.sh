@@ -31,6 +31,11 @@ rejects "cannot open missing: No such file or directory" generate new new.pub mi
 rejects "cannot read . to its end" sign private.pem . new password
 rejects "cannot write missing/new: No such file or directory" sign private.pem file missing/new password
 rejects "cannot write missing/new.pub: No such file or directory" generate new missing/new.pub password
+# Without a standard output the private key's file must not be taken for it.
+# shellcheck disable=SC2016 # the shell's own arguments
+started=(sh -c 'exec "$0" "$@" >&-' "$program")
+rejects "cannot write /dev/stdout: Bad file descriptor" generate new /dev/stdout password
+started=("$program")
 
 # No file that is still needed is written over.
 for kept in private.pem file password; do

@@ -149,6 +149,7 @@ at_terminal $'typed\ntypde' 1 $'Password for new: \nThe same again: \nthe two pa
 at_terminal "" 1 $'Password for quick: \nthe terminal: there is no password' open quick new
 at_terminal 'half^C' 1 'Password for quick: interrupted' open quick new
 at_terminal $'typed\nhal^C' 1 $'Password for new: \nThe same again: interrupted' seal plain new
+at_terminal wrong 3 $'Password for quick: \nquick: wrong password (or*' open quick new /dev/stdin
 at_terminal "$(cat long)" 1 $'Password for quick: \nthe terminal: the password has more than 1024 bytes' open quick new
 [[ ! -e new ]] || fail "something was written"
 misuse seal plain
