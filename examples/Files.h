@@ -270,8 +270,8 @@ inline void writeKeyPair(std::string const& privatePath, ByteArray const& privat
     requireDistinct(privatePath, publicPath);
     Output privateFile(privatePath, view(privateKey), Access::ownerAlone);
     Output publicFile(publicPath, view(publicKey), Access::usual);
+    publicFile.publish(); // first: a private key is replaced where nothing else can fail any more
     privateFile.publish();
-    publicFile.publish();
 }
 
 /// Bytes as the examples print them.

@@ -26,7 +26,8 @@
 //   somebody who changes the header on purpose.
 // - The code under the header's key finds a wrong password before the content is read, and a header that somebody
 //   changed. Which of the two it was cannot be told: another salt gives another key, as another password does. The code
-//   also holds the file to one password, since a GCM cipher text alone can be made to open under several keys.
+//   also holds the file to one password, since a GCM cipher text alone can be made to open under several keys. (Two
+//   that HMAC takes for one stay one: a password above 128 bytes, and its SHA-512 digest.)
 // - The tag finds damaged content, and the content of another file: the salt is drawn for each and decides the key, so
 //   the header needs no authentication together with the content, for which the library's GCM has no operation.
 // - Whoever makes the file chooses the iterations, and with them how long opening it takes: they have an upper bound.

@@ -110,7 +110,8 @@ int fsync(int file) {
 }
 
 int rename(char const* from, char const* to) noexcept {
-    if (fails("rename")) {
+    std::string const target = std::string("rename to ") + std::filesystem::path(to).filename().c_str();
+    if (calls != nullptr && fails(calls->failing == target ? target.c_str() : "rename")) {
         errno = EXDEV;
         return -1;
     }
@@ -226,7 +227,8 @@ TEST_P(FilesFailures, LeaveWhatWasThereAndNothingElse) {
     seen.failing = GetParam().call;
     EXPECT_THROWS(std::system_error, text("new"), files::writeSecret("new", content));
     seen.failing = GetParam().call;
-    EXPECT_THROWS(std::system_error, text("there"), files::writeKeyPair("there", content, "new", content));
+    EXPECT_THROWS(std::system_error, text(seen.failing == "rename" ? "new" : "there"), // the public half's is first
+                  files::writeKeyPair("there", content, "new", content));
     EXPECT_EQ(names(), Names{"there"});
     EXPECT_EQ(files::read("there"), earlier);
     EXPECT_EQ(modeOf("there"), 0640U);
@@ -236,6 +238,16 @@ INSTANTIATE_TEST_SUITE_P(Calls, FilesFailures,
                          testing::Values(Failure{"open", EDQUOT}, Failure{"fchmod", EPERM}, Failure{"write", ENOSPC},
                                          Failure{"fsync", EIO}, Failure{"rename", EXDEV}),
                          [](auto const& row) { return std::string(row.param.call); });
+
+TEST_F(Files, KeepAPrivateKeyWhoseNewPublicHalfCannotBeWritten) {
+    files::write("public", earlier);
+    seen.failing = "rename to public"; // as in a folder where everybody may replace his own files alone
+    EXPECT_THROWS(std::system_error, std::system_error(EXDEV, std::generic_category(), "cannot write public").what(),
+                  files::writeKeyPair("there", content, "public", content));
+    EXPECT_EQ(seen.failing, "");
+    EXPECT_EQ(files::read("there"), earlier);
+    EXPECT_EQ(files::read("public"), earlier);
+}
 
 TEST_F(Files, RefuseContentThatCouldNotBeCollected) {
     std::ostringstream collected;
