@@ -11,12 +11,14 @@ declare -A codename=([12]=bookworm [13]=trixie)
 # The clean Debian of a version; .runtime-debian13 for 13.
 clean=$root/.runtime-debian
 
+# It believes the archives for as long as the machine does: a mirror that stands still has lists that have expired.
 make_debian() { # VERSION
-    local archive
+    local archive validity
+    validity=$(apt-config dump Acquire::Check-Valid-Until)
     for archive in $(archives); do
         as_root rm -rf "$clean$1.new"
         echo "deb [signed-by=$keyring] $archive ${codename[$1]} main" >"$scratch/sources.list"
-        if as_root mmdebstrap --variant=apt --include=ca-certificates --aptopt='APT::Install-Recommends "false"' \
+        if as_root mmdebstrap --variant=apt --include=ca-certificates --aptopt='APT::Install-Recommends "false"' --aptopt="$validity" \
             "${codename[$1]}" "$clean$1.new" - <"$scratch/sources.list"; then
             as_root mv "$clean$1.new" "$clean$1"
             return

@@ -60,7 +60,7 @@ find_archive() {
             return
         fi
     done
-    echo "None of apt's archives has Debian's trixie and forky: no network, or a partial mirror?"
+    echo "None of apt's archives has Debian's trixie and forky: no network, or a mirror that is partial or old?"
     return 1
 }
 
