@@ -40,7 +40,9 @@ template <class Prepare> void add(std::string const& name, char const* way, std:
     if (std::find(names().begin(), names().end(), plain) == names().end()) {
         names().push_back(plain);
     }
-    benchmark::RegisterBenchmark((name + way).c_str(), [prepare, bytes](benchmark::State& state) {
+    std::string const whole = name + way;
+    char const* const registered = whole.c_str(); // of a string itself Debian 12's Google Benchmark takes none
+    benchmark::RegisterBenchmark(registered, [prepare, bytes](benchmark::State& state) {
         auto work = prepare();
         for (auto _ : state) {
             work();
