@@ -24,7 +24,7 @@ make_debian() { # VERSION
             return
         fi
     done
-    echo "None of apt's archives has Debian's ${codename[$1]}: no network, or a partial mirror?"
+    echo "None of apt's archives has Debian's ${codename[$1]}: no network, or a mirror that is partial or old?"
     return 1
 }
 
