@@ -149,7 +149,7 @@ TEST(Concurrency, LetsThreadsShareProvidersAndWords) {
 TEST(Concurrency, LetsThreadsReadAndCopyOneException) {
     std::exception_ptr shared; // released here, since ThreadSanitizer does not see the count that libstdc++ keeps
     try {
-        readyProvider.createAES128Key({});
+        provider.createAES128Key({});
     } catch (utils::InternalException const&) {
         shared = std::current_exception();
     }
@@ -170,7 +170,7 @@ TEST(Concurrency, TellsEachThreadOfItsOwnErrors) {
                                 "00:lib(128)::reason(" + std::to_string(thread * 256) + ")";
         for (int round = 0; round < 100; ++round) {
             ERR_raise(ERR_LIB_USER, static_cast<int>(thread * 256));
-            EXPECT_EQ(catchFrom([] { readyProvider.createHMACSHA256DigestEngine({}); }).text, own);
+            EXPECT_EQ(catchFrom([] { provider.createHMACSHA256DigestEngine({}); }).text, own);
             EXPECT_EQ(ERR_peek_error(), 0U);
         }
     });

@@ -3,6 +3,7 @@
 #include "support/Bytes.h"
 #include "support/ECC.h"
 #include "support/PlugIn.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
 
@@ -25,8 +26,6 @@ using utils::AESMode;
 using utils::AESPaddingMode;
 using utils::InternalException;
 using utils::InvalidKey;
-
-CryptoProvider const provider;
 
 /// The provider of a plug-in with the second copy.
 ICryptoProvider const& secondLibrary() {

@@ -122,9 +122,9 @@ struct Drawing {
 
 std::vector<Drawing> drawings() {
     using Key = RSAKeys<2048>;
-    auto const prng = readyProvider.createDefaultCryptoPRNG(bytes("seed"));
-    auto const sha256 = readyProvider.createSHA256DigestEngine();
-    auto const aesKey = readyProvider.createAES128Key(ByteArray(16));
+    auto const prng = provider.createDefaultCryptoPRNG(bytes("seed"));
+    auto const sha256 = provider.createSHA256DigestEngine();
+    auto const aesKey = provider.createAES128Key(ByteArray(16));
     auto const publicKey = Key::createPublicKey(readRSAKey(2048, "public.der"));
     auto const privateKey = Key::createPrivateKey(readRSAKey(2048, "private.der"));
     auto const encryptor = Key::encryptor(publicKey, RSAPaddingMode::OAEP_SHA1, prng);
@@ -144,7 +144,7 @@ std::vector<Drawing> drawings() {
          [=] {
              using foundation::crypto::utils::AESMode;
              using foundation::crypto::utils::AESPaddingMode;
-             return readyProvider.createAES128Encryptor(aesKey, {}, AESMode::CTR, AESPaddingMode::NoPadding, prng)
+             return provider.createAES128Encryptor(aesKey, {}, AESMode::CTR, AESPaddingMode::NoPadding, prng)
                  ->encrypt(ByteArray(16));
          }},
         {"an OAEP padding", [=] { return encryptor->encrypt({}); }},

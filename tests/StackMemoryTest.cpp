@@ -4,6 +4,7 @@
 #include "support/ECC.h"
 #include "support/OwnStack.h"
 #include "support/PEM.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -31,8 +32,6 @@ using namespace foundation::crypto;
 
 using Secrets = std::vector<ByteArray>;
 using RSA2048 = RSAKeys<2048>;
-
-CryptoProvider const provider;
 
 // Secrets of a key
 

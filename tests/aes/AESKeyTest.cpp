@@ -1,4 +1,5 @@
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 
@@ -14,8 +15,6 @@ namespace {
 using namespace support;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
-
-CryptoProvider const provider;
 
 /// The factory of one key size as a type, so that one test serves them all.
 template <unsigned long Bits, auto Factory> struct Member {

@@ -4,6 +4,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/Provider.h"
 #include "support/ResidentMemory.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
@@ -25,7 +26,6 @@ namespace {
 using namespace support;
 using foundation::crypto::utils::InternalException;
 
-CryptoProvider const provider;
 constexpr std::size_t mebibyte = std::size_t(1) << 20;
 
 /// Takes what is written and keeps none of it.

@@ -1,6 +1,7 @@
 #include "support/AES.h"
 #include "support/Bytes.h"
 #include "support/PRNG.h"
+#include "support/Provider.h"
 #include "support/Streams.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
@@ -33,7 +34,6 @@ std::string const wrongTag = "Tag verification failed or decryption error";
 std::string const tooShortIV = "Initialization vector must contain 16 bytes.";
 std::string const wrongIVLength = "Failed to initialize the IV length in OpenSSL";
 
-CryptoProvider const provider;
 ByteArray const key = pseudoRandomBytes(16, 128);
 ByteArray const iv = pseudoRandomBytes(16, 16);
 

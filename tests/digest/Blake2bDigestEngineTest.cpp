@@ -1,10 +1,10 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/EngineTests.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
-#include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
@@ -18,11 +18,8 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidKey;
-
-CryptoProvider const provider;
 
 DigestEnginePtr create(ByteArray const& key, ByteArray const& salt, std::size_t size) {
     return provider.createBlake2bDigestEngineWithCustomSize(key, salt, size);

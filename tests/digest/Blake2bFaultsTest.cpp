@@ -4,6 +4,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -21,11 +22,8 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using openssl::CryptoProvider;
 using utils::InternalException;
 using Engine = openssl::Blake2bDigestEngineImpl<utils::Blake2bDigestAlgorithm>;
-
-CryptoProvider const provider;
 
 /// Every operation exists for a plain hash and for a MAC.
 enum class Mode { Plain, MAC };

@@ -1,6 +1,7 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/EngineTests.h"
+#include "support/Provider.h"
 #include "support/Vectors.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -23,8 +24,6 @@ using namespace support;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidKey;
-
-CryptoProvider const provider;
 
 struct Family {
     std::string name; // as in the vector file

@@ -4,6 +4,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -20,11 +21,8 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using openssl::CryptoProvider;
 using utils::InternalException;
 using Engine = openssl::DigestEngine<utils::SHA256DigestAlgorithm>;
-
-CryptoProvider const provider;
 
 void create() {
     provider.createSHA256DigestEngine();

@@ -1,5 +1,6 @@
 // Keys, seeds and messages above 4 GiB. Needs 9 GiB of free memory and up to four minutes.
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -19,8 +20,6 @@ using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 
 constexpr std::size_t gibibyte = std::size_t(1) << 30;
-
-CryptoProvider const provider;
 
 ByteArray const& large() {
     static ByteArray const bytes(4 * gibibyte + 16, 'a');

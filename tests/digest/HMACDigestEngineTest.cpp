@@ -1,5 +1,6 @@
 #include "support/Bytes.h"
 #include "support/EngineTests.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
@@ -17,8 +18,6 @@ using namespace support;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidKey;
-
-CryptoProvider const provider;
 
 using Create = DigestEnginePtr (CryptoProvider::*)(ByteArray const&) const;
 

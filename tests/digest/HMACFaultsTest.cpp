@@ -4,6 +4,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -20,11 +21,9 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using openssl::CryptoProvider;
 using utils::InternalException;
 using Engine = openssl::HMACDigestEngine<utils::HMACSHA256DigestAlgorithm>;
 
-CryptoProvider const provider;
 ByteArray const key = bytes("key");
 
 void create() {

@@ -2,6 +2,7 @@
 #include "examples/SerializedHSMSigner.h"
 
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Token.h"
@@ -44,8 +45,6 @@ using openssl::CryptoProvider;
 using utils::HSMObject;
 using utils::InternalException;
 using utils::RSAPaddingMode;
-
-CryptoProvider const provider;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(ZRFL_EMULATED)
 constexpr bool instrumented = true; // slower, and the process has memory that is not the program's

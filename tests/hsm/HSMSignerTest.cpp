@@ -3,6 +3,7 @@
 #include "support/PEM.h"
 #include "support/PRNG.h"
 #include "support/PSS.h"
+#include "support/Provider.h"
 #include "support/Streams.h"
 #include "support/Throws.h"
 #include "support/Token.h"
@@ -27,8 +28,6 @@ using interfaces::HSMSignerPtr;
 using utils::HSMObject;
 using utils::InternalException;
 using utils::RSAPaddingMode;
-
-CryptoProvider const provider;
 
 std::string const notFound = "Failed to load the reference to the key on HSM";
 

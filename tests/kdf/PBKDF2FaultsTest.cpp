@@ -3,6 +3,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -23,8 +24,6 @@ using namespace support;
 using namespace foundation::crypto;
 using openssl::CryptoProvider;
 using utils::InternalException;
-
-CryptoProvider const provider;
 
 std::string const unsuccessful = "Key derivation is unsuccessful.";
 

@@ -1,4 +1,5 @@
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
@@ -21,8 +22,6 @@ using namespace support;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidArgument;
-
-CryptoProvider const provider;
 
 std::string const passwordTooLong = "Password is longer than the allowed size of 65535";
 std::string const saltTooLong = "Salt is longer than the allowed size of 65535";

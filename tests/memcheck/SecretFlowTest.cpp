@@ -91,7 +91,7 @@ using List = std::vector<Flow>;
 ByteArray const message = pseudoRandomBytes(3000);
 
 DigestEnginePtr sha256() {
-    return readyProvider.createSHA256DigestEngine();
+    return provider.createSHA256DigestEngine();
 }
 
 /// A buffer that gives its characters by `uflow()` alone.
@@ -150,25 +150,22 @@ void addDigests(List& list) {
     for (std::size_t const size : {5U, 500U}) { // a key that is longer than a block is hashed
         ByteArray const key = pseudoRandomBytes(size, 2);
         std::string const suffix = "KeyOf" + std::to_string(size);
-        addEngine(list, "hmacSHA1" + suffix,
-                  [=](auto in) { return readyProvider.createHMACSHA1DigestEngine(in(key)); });
-        addEngine(list, "hmacSHA256" + suffix,
-                  [=](auto in) { return readyProvider.createHMACSHA256DigestEngine(in(key)); });
-        addEngine(list, "hmacSHA512" + suffix,
-                  [=](auto in) { return readyProvider.createHMACSHA512DigestEngine(in(key)); });
+        addEngine(list, "hmacSHA1" + suffix, [=](auto in) { return provider.createHMACSHA1DigestEngine(in(key)); });
+        addEngine(list, "hmacSHA256" + suffix, [=](auto in) { return provider.createHMACSHA256DigestEngine(in(key)); });
+        addEngine(list, "hmacSHA512" + suffix, [=](auto in) { return provider.createHMACSHA512DigestEngine(in(key)); });
     }
-    addEngine(list, "blake2b", [](auto /*in*/) { return readyProvider.createBlake2bDigestEngine({}, {}); });
+    addEngine(list, "blake2b", [](auto /*in*/) { return provider.createBlake2bDigestEngine({}, {}); });
     addEngine(list, "blake2bKeyed",
-              [](auto in) { return readyProvider.createBlake2bDigestEngine(in(bytes("a key")), in(bytes("a salt"))); });
+              [](auto in) { return provider.createBlake2bDigestEngine(in(bytes("a key")), in(bytes("a salt"))); });
 }
 
 void addDerivationAndSeed(List& list) {
     list.push_back({"pbkdf2", [](Hide const& in) {
-                        return readyProvider.deriveKeyUsingPBKDF2(in(std::string("a password")), "salt", 40, 2);
+                        return provider.deriveKeyUsingPBKDF2(in(std::string("a password")), "salt", 40, 2);
                     }});
     list.push_back({"seed",
                     [](Hide const& in) {
-                        auto const prng = readyProvider.createDefaultCryptoPRNG(in(bytes("a seed")));
+                        auto const prng = provider.createDefaultCryptoPRNG(in(bytes("a seed")));
                         return bytes(prng->isSeeded() ? "seeded" : "not seeded");
                     },
                     false});
@@ -206,9 +203,8 @@ void addAES(List& list) {
             }
         }
     }
-    list.push_back({"aesKey", [](Hide const& in) {
-                        return readyProvider.createAES192Key(in(pseudoRandomBytes(30)))->getKeyBytes();
-                    }});
+    list.push_back(
+        {"aesKey", [](Hide const& in) { return provider.createAES192Key(in(pseudoRandomBytes(30)))->getKeyBytes(); }});
     for (AESMode const mode : {AESMode::CBC, AESMode::GCM}) { // the last byte of a padding, or of a tag, is wrong
         list.push_back({mode == AESMode::CBC ? "aesWrongPadding" : "aesWrongTag",
                         [=](Hide const& in) {
@@ -225,7 +221,7 @@ void addAES(List& list) {
 template <unsigned long N> void addRSA(List& list) {
     using Of = RSAKeys<N>;
     std::string const size = "rsa" + std::to_string(N);
-    auto const prng = readyProvider.createDefaultCryptoPRNG({});
+    auto const prng = provider.createDefaultCryptoPRNG({});
     auto const file = [](char const* name) { return readRSAKey(N, name); };
     auto const readKeyIn = [=](Hide const& in) { return Of::createPrivateKey(in(file("private.der"))); };
     auto const readPrivate = [=] { return readKeyIn(Hide(false)); };
@@ -255,8 +251,8 @@ template <unsigned long N> void addRSA(List& list) {
     list.push_back({size + "ToModulus", [=](Hide const& in) { return readKeyIn(in)->getModulus(); }});
     list.push_back({size + "Query",
                     [=](Hide const& in) {
-                        auto const method = readyProvider.getPrivateKeySignatureMethod(in(file("encrypted.pem")),
-                                                                                       in(std::string("password")));
+                        auto const method = provider.getPrivateKeySignatureMethod(in(file("encrypted.pem")),
+                                                                                  in(std::string("password")));
                         return bytes(std::to_string(static_cast<int>(method)));
                     },
                     false});
@@ -387,7 +383,7 @@ TEST_F(PINFlow, LeadsToNoBranchAndNoAddress) {
     VALGRIND_MAKE_MEM_UNDEFINED(&uri[uri.find("1234")], 4);
     unsigned const before = reports();
     auto const signer =
-        readyProvider.createHSMSigner(utils::HSMObject(Token::module(), std::move(uri)), RSAPaddingMode::PSS, nullptr);
+        provider.createHSMSigner(utils::HSMObject(Token::module(), std::move(uri)), RSAPaddingMode::PSS, nullptr);
     EXPECT_EQ(signer->getKeySize(), 2048U);
     std::istringstream input(text(hide(message)));
     EXPECT_EQ(signer->sign(hide(message), sha256()).size(), 256U);
@@ -434,7 +430,7 @@ TEST_F(PlantedFlow, IsNoticedAtEachPlaceWhereSecretsComeBy) {
     };
     std::vector<std::pair<std::string, ByteArray>> const secrets{
         {"an input", hide(message)},
-        {"a digest", readyProvider.createSHA256DigestEngine()->computeDigest(hide(message))},
+        {"a digest", provider.createSHA256DigestEngine()->computeDigest(hide(message))},
         {"a plain text", decrypted()},
         {"an exported key", RSAKeys<2048>::createPrivateKey(hide(readRSAKey(2048, "private.der")))->getDER()},
     };

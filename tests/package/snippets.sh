@@ -1,35 +1,35 @@
 #!/usr/bin/env bash
-# Every C++ block in the README and the docs compiles: whole programs as they stand, fragments inside a function that has
-# a `provider`. Usage: snippets.sh SOURCE_DIRECTORY COMPILER
+# Every C++ block in the README and the docs compiles: whole programs as they stand, and all fragments together, each in
+# a function that has a `provider`. Usage: snippets.sh SOURCE_DIRECTORY COMPILER
 set -euo pipefail
 source=$1 compiler=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-awk -v work="$work" '
-    /^```cpp$/ { file = sprintf("%s/%03d.block", work, ++count); print "// " FILENAME ":" FNR > file; inside = 1; next }
-    /^```$/    { inside = 0 }
-    inside     { print > file }
-' "$source/README.md" "$source"/docs/*.md
+for header in openssl/CryptoProvider utils/Exceptions; do echo "#include <foundation/crypto/$header.h>"; done >"$work/begin"
+for header in fstream iostream memory sstream string; do echo "#include <$header>"; done >>"$work/begin"
+echo 'using namespace foundation::crypto; using utils::ByteArray;' >>"$work/begin"
 
-checked=0
-for block in "$work"/*.block; do
-    program=${block%.block}.cpp
-    if grep -q 'int main(' "$block"; then
-        cp "$block" "$program"
-    else
-        {
-            for header in openssl/CryptoProvider utils/Exceptions; do echo "#include <foundation/crypto/$header.h>"; done
-            for header in fstream iostream memory sstream string; do echo "#include <$header>"; done
-            echo 'using namespace foundation::crypto; using utils::ByteArray;'
-            echo 'void fragment(openssl::CryptoProvider const& provider); void fragment(openssl::CryptoProvider const& provider) {'
-            cat "$block"
-            echo '}'
-        } >"$program"
-    fi
+# The compiler tells the place in the page.
+awk -v work="$work" '
+    function end_of_block() {
+        whole = block ~ /int main\(/
+        file = whole ? sprintf("%s/%03d.cpp", work, ++programs) : work "/fragments"
+        if (!whole) {
+            signature = sprintf("void fragment%d(openssl::CryptoProvider const& provider)", ++fragments)
+            print signature "; " signature " {" > file
+        }
+        printf "#line %d \"%s\"\n%s", start, FILENAME, block > file
+        if (!whole) print "}" > file
+    }
+    /^```cpp$/ { start = FNR + 1; block = ""; inside = 1; next }
+    /^```$/    { if (inside) end_of_block(); inside = 0 }
+    inside     { block = block $0 "\n" }
+    END        { print programs + 0 " programs and " fragments + 0 " fragments"; exit !(programs && fragments) }
+' "$source/README.md" "$source"/docs/*.md
+cat "$work/begin" "$work/fragments" >"$work/fragments.cpp"
+
+for program in "$work"/*.cpp; do
     "$compiler" -std=c++17 -Wall -Wextra -Werror -Wno-unused-variable -Wno-unused-but-set-variable -fsyntax-only \
-        -I "$source/include" "$program" || { head -n 1 "$block"; exit 1; }
-    checked=$((checked + 1))
+        -I "$source/include" "$program"
 done
-echo "$checked blocks compiled"
-((checked > 0))

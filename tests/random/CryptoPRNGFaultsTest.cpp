@@ -3,6 +3,7 @@
 #include "support/Allocations.h"
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/Throws.h"
 
 #include <foundation/crypto/openssl/CryptoProvider.h>
@@ -24,7 +25,6 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::DefaultPRNGAlgorithm;
 using foundation::crypto::utils::InternalException;
 using PRNG = foundation::crypto::openssl::CryptoPRNG<DefaultPRNGAlgorithm>;
@@ -32,7 +32,6 @@ using PRNG = foundation::crypto::openssl::CryptoPRNG<DefaultPRNGAlgorithm>;
 static_assert(!std::is_copy_constructible_v<PRNG> && !std::is_copy_assignable_v<PRNG>);
 static_assert(!std::is_move_constructible_v<PRNG> && !std::is_move_assignable_v<PRNG>);
 
-CryptoProvider const provider;
 std::string const notGenerated = "Unable to generate random bytes. Error=";
 
 TEST(PRNGCalls, SeedOnceWithTheBytesGivenOrNotAtAll) {

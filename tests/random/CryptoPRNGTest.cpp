@@ -1,8 +1,8 @@
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 
-#include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
@@ -16,10 +16,7 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
-
-CryptoProvider const provider;
 
 TEST(PRNG, TellsWhetherItWasSeeded) {
     EXPECT_FALSE(provider.createDefaultCryptoPRNG({})->isSeeded());

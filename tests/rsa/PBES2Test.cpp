@@ -2,11 +2,10 @@
 // derivation and ciphers.
 #include "support/AES.h"
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
-
-#include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
@@ -17,8 +16,6 @@
 namespace {
 
 using namespace support;
-
-CryptoProvider const provider;
 
 TEST(PBES2Vectors, GoBothWays) {
     for (Vector const& vector : readVectors("pbes2.txt")) {

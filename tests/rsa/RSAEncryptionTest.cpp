@@ -1,6 +1,7 @@
 #include "support/Bytes.h"
 #include "support/Commands.h"
 #include "support/Mutations.h"
+#include "support/Provider.h"
 #include "support/RSA.h"
 #include "support/Streams.h"
 #include "support/Threads.h"
@@ -29,8 +30,6 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto::utils;
-
-CryptoProvider const provider;
 
 constexpr RSAPaddingMode oaep1 = RSAPaddingMode::OAEP_SHA1;
 constexpr RSAPaddingMode oaep256 = RSAPaddingMode::OAEP_SHA256;

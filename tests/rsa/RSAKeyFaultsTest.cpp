@@ -3,6 +3,7 @@
 
 #include "support/Bytes.h"
 #include "support/FaultTables.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
 
@@ -26,14 +27,11 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using openssl::CryptoProvider;
 using utils::Exception;
 using utils::InternalException;
 using PrivateKey = openssl::RSAPrivateKey<utils::RSAKeySize<1024>>;
 using PublicKey = openssl::RSAPublicKey<utils::RSAKeySize<1024>>;
 using KeyPair = openssl::RSAKeyPair<utils::RSAKeySize<1024>>;
-
-CryptoProvider const provider;
 
 Vector const& numbers() {
     static Vector const vector = readVectors("keys/rsa_numbers.txt").at(0);

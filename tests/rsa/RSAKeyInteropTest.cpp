@@ -1,10 +1,9 @@
 // Keys exchanged with the openssl command, both ways, and the keys of the published vectors.
 #include "support/Bytes.h"
 #include "support/Commands.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 #include "support/Vectors.h"
-
-#include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
@@ -17,9 +16,6 @@ namespace {
 
 using namespace support;
 using foundation::crypto::interfaces::KeySignatureMethod;
-using foundation::crypto::openssl::CryptoProvider;
-
-CryptoProvider const provider;
 
 /// Runs the openssl command and returns its output as bytes.
 ByteArray openssl(std::string const& arguments) {

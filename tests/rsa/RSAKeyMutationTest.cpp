@@ -1,9 +1,9 @@
 // Damaged keys: whatever the bytes, a key loads or the library says why not in an exception of its own family.
 #include "support/Bytes.h"
 #include "support/Mutations.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 
-#include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
@@ -20,10 +20,7 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
-
-CryptoProvider const provider;
 
 int loaded = 0;
 int refused = 0;

@@ -2,13 +2,13 @@
 #include "support/Commands.h"
 #include "support/HostsMark.h"
 #include "support/PRNG.h"
+#include "support/Provider.h"
 #include "support/RSAKeys.h"
 #include "support/Streams.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
 
-#include <foundation/crypto/openssl/CryptoProvider.h>
 #include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
@@ -29,13 +29,10 @@ namespace {
 
 using namespace support;
 using foundation::crypto::interfaces::KeySignatureMethod;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::Exception;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidKey;
 using foundation::crypto::utils::NotImplemented;
-
-CryptoProvider const provider;
 
 std::string const noKey = "Fail to create EVP_PKEYUPtr; the given raw pointer is NULL";
 std::string const emptyPrivate = "The input private key string is empty";

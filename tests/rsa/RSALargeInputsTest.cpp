@@ -1,5 +1,6 @@
 // Inputs whose size does not fit into libcrypto's 32 bits. Needs 4.2 GiB of free memory, and up to a minute.
 #include "support/Bytes.h"
+#include "support/Provider.h"
 #include "support/RSA.h"
 #include "support/RSAKeys.h"
 #include "support/Throws.h"
@@ -19,8 +20,6 @@ using foundation::crypto::utils::InternalException;
 
 constexpr std::size_t twoGiB = std::size_t(1) << 31;
 constexpr std::size_t fourGiB = std::size_t(1) << 32; // what is cut off: nothing of it is left
-
-CryptoProvider const provider;
 
 std::vector<RSAPaddingMode> const encryptionPaddings{RSAPaddingMode::OAEP_SHA1, RSAPaddingMode::OAEP_SHA256,
                                                      RSAPaddingMode::OAEP_SHA512, RSAPaddingMode::PKCS1_V1_5};

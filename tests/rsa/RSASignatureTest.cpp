@@ -3,6 +3,7 @@
 #include "support/Mutations.h"
 #include "support/PEM.h"
 #include "support/PSS.h"
+#include "support/Provider.h"
 #include "support/RSA.h"
 #include "support/Streams.h"
 #include "support/Threads.h"
@@ -31,8 +32,6 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto::utils;
-
-CryptoProvider const provider;
 
 constexpr RSAPaddingMode pkcs1 = RSAPaddingMode::PKCS1_V1_5;
 constexpr RSAPaddingMode pss = RSAPaddingMode::PSS;

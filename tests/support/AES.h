@@ -2,8 +2,7 @@
 #define ZRFL_TESTS_SUPPORT_AES_H
 
 #include "Bytes.h"
-
-#include <foundation/crypto/openssl/CryptoProvider.h>
+#include "Provider.h"
 
 #include <functional>
 #include <memory>
@@ -46,12 +45,10 @@ template <unsigned long Bits, class Key, class Encryptor, class Decryptor>
 AESFactories makeAESFactories(Key createKey, Encryptor createEncryptor, Decryptor createDecryptor) {
     return {Bits,
             [=](AESSetup const& setup) {
-                CryptoProvider const provider;
                 return (provider.*createEncryptor)((provider.*createKey)(setup.key), setup.iv, setup.mode,
                                                    setup.padding, setup.prng);
             },
             [=](AESSetup const& setup) {
-                CryptoProvider const provider;
                 return (provider.*createDecryptor)((provider.*createKey)(setup.key), setup.iv, setup.mode,
                                                    setup.padding, setup.prng);
             }};

@@ -35,31 +35,31 @@ template <EllipticCurve C> struct ECCFactory;
     using PublicKey = ECCPublicKeyPtr<curve>;                                                                          \
     using KeyPair = ECCKeyPairPtr<curve>;                                                                              \
     static KeyPair generateKeyPair() {                                                                                 \
-        return readyProvider.generateECC##curveName##KeyPair();                                                        \
+        return provider.generateECC##curveName##KeyPair();                                                             \
     }                                                                                                                  \
     static PrivateKey privateKey(ByteArray const& encoded) {                                                           \
-        return readyProvider.createECC##curveName##PrivateKey(encoded);                                                \
+        return provider.createECC##curveName##PrivateKey(encoded);                                                     \
     }                                                                                                                  \
     static PrivateKey privateKey(std::istream& encoded, std::string const& password) {                                 \
-        return readyProvider.createECC##curveName##PrivateKey(encoded, password);                                      \
+        return provider.createECC##curveName##PrivateKey(encoded, password);                                           \
     }                                                                                                                  \
     static PrivateKey privateKeyFromInteger(ByteArray const& integer) {                                                \
-        return readyProvider.createECC##curveName##PrivateKeyFromInteger(integer);                                     \
+        return provider.createECC##curveName##PrivateKeyFromInteger(integer);                                          \
     }                                                                                                                  \
     static PublicKey publicKey(ByteArray const& encoded) {                                                             \
-        return readyProvider.createECC##curveName##PublicKey(encoded);                                                 \
+        return provider.createECC##curveName##PublicKey(encoded);                                                      \
     }                                                                                                                  \
     static PublicKey publicKey(std::istream& encoded) {                                                                \
-        return readyProvider.createECC##curveName##PublicKey(encoded);                                                 \
+        return provider.createECC##curveName##PublicKey(encoded);                                                      \
     }                                                                                                                  \
     static PublicKey publicKeyFromPoint(ByteArray const& point) {                                                      \
-        return readyProvider.createECC##curveName##PublicKeyFromPoint(point);                                          \
+        return provider.createECC##curveName##PublicKeyFromPoint(point);                                               \
     }                                                                                                                  \
     static ECCSignerPtr signer(PrivateKey key) {                                                                       \
-        return readyProvider.createECC##curveName##Signer(std::move(key));                                             \
+        return provider.createECC##curveName##Signer(std::move(key));                                                  \
     }                                                                                                                  \
     static ECCVerifierPtr verifier(PublicKey key) {                                                                    \
-        return readyProvider.createECC##curveName##Verifier(std::move(key));                                           \
+        return provider.createECC##curveName##Verifier(std::move(key));                                                \
     }
 
 template <> struct ECCFactory<EllipticCurve::P256> {
@@ -68,7 +68,7 @@ template <> struct ECCFactory<EllipticCurve::P256> {
     static constexpr std::size_t pointSize = 65;
 
     /// An engine that the curve accepts.
-    static DigestEnginePtr engine() { return readyProvider.createSHA256DigestEngine(); }
+    static DigestEnginePtr engine() { return provider.createSHA256DigestEngine(); }
 };
 
 template <> struct ECCFactory<EllipticCurve::Curve25519> {
@@ -76,7 +76,7 @@ template <> struct ECCFactory<EllipticCurve::Curve25519> {
     using Other = ECCFactory<EllipticCurve::P256>;
     static constexpr std::size_t pointSize = 32;
 
-    static DigestEnginePtr engine() { return readyProvider.createSHA512DigestEngine(); }
+    static DigestEnginePtr engine() { return provider.createSHA512DigestEngine(); }
 };
 
 #undef ZRFL_ECC_FACTORY

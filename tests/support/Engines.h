@@ -2,9 +2,9 @@
 #define ZRFL_TESTS_SUPPORT_ENGINES_H
 
 #include "Bytes.h"
+#include "Provider.h"
 
 #include <foundation/crypto/interfaces/IDigestEngine.h>
-#include <foundation/crypto/openssl/CryptoProvider.h>
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,6 @@ using foundation::crypto::openssl::CryptoProvider;
 
 /// The engine of the digest that libcrypto calls `name`.
 inline DigestEnginePtr engineNamed(std::string const& name) {
-    CryptoProvider const provider;
     for (auto const create : {&CryptoProvider::createMD5DigestEngine, &CryptoProvider::createSHA1DigestEngine,
                               &CryptoProvider::createSHA224DigestEngine, &CryptoProvider::createSHA256DigestEngine,
                               &CryptoProvider::createSHA384DigestEngine, &CryptoProvider::createSHA512DigestEngine}) {

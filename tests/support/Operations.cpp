@@ -220,10 +220,10 @@ ByteArray const message = bytes("a message");
 
 void addPRNG(List& list) {
     std::string const of = "ICryptoPRNG";
-    auto const create = [] { return readyProvider.createDefaultCryptoPRNG(bytes("seed")); };
+    auto const create = [] { return provider.createDefaultCryptoPRNG(bytes("seed")); };
     add(
         list, "ICryptoProvider", "createDefaultCryptoPRNG", "", [] { return bytes("seed"); },
-        [](ByteArray const& seed) { return readyProvider.createDefaultCryptoPRNG(seed); },
+        [](ByteArray const& seed) { return provider.createDefaultCryptoPRNG(seed); },
         [](auto const&, CryptoPRNGPtr const& made) { return number(made->generateRandomBytes(100).size()); });
     add(
         list, of, "generateRandomByte", "", create,
@@ -303,11 +303,11 @@ void addEngine(List& list, std::string const& name, Prepare prepare, Create crea
 
 #define ZRFL_PLAIN_DIGEST(name)                                                                                        \
     addEngine(list, "create" #name "DigestEngine", noArguments,                                                        \
-              [](Nothing) { return readyProvider.create##name##DigestEngine(); })
+              [](Nothing) { return provider.create##name##DigestEngine(); })
 #define ZRFL_HMAC(name)                                                                                                \
     addEngine(                                                                                                         \
         list, "create" #name "DigestEngine", [] { return bytes("a key"); },                                            \
-        [](ByteArray const& key) { return readyProvider.create##name##DigestEngine(key); })
+        [](ByteArray const& key) { return provider.create##name##DigestEngine(key); })
 
 void addEngines(List& list) {
     ZRFL_PLAIN_DIGEST(MD5);
@@ -327,10 +327,10 @@ void addEngines(List& list) {
 
     addEngine(
         list, "createBlake2bDigestEngine", [] { return Blake2b(); },
-        [](Blake2b const& given) { return readyProvider.createBlake2bDigestEngine(given.key, given.salt); });
+        [](Blake2b const& given) { return provider.createBlake2bDigestEngine(given.key, given.salt); });
     addEngine(
         list, "createBlake2bDigestEngineWithCustomSize", [] { return ByteArray(); },
-        [](ByteArray const& none) { return readyProvider.createBlake2bDigestEngineWithCustomSize(none, none, 20); });
+        [](ByteArray const& none) { return provider.createBlake2bDigestEngineWithCustomSize(none, none, 20); });
 }
 
 #undef ZRFL_PLAIN_DIGEST
@@ -344,7 +344,7 @@ void addDerivation(List& list) {
 
     add(
         list, "ICryptoProvider", "deriveKeyUsingPBKDF2", "", [] { return Given(); },
-        [](Given const& given) { return readyProvider.deriveKeyUsingPBKDF2(given.password, given.salt, 20, 2); }, asIs);
+        [](Given const& given) { return provider.deriveKeyUsingPBKDF2(given.password, given.salt, 20, 2); }, asIs);
 }
 
 // AES
@@ -402,10 +402,10 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
     using Key = interfaces::AESKeyPtr<Bits>;
     std::string const size = std::to_string(Bits);
     auto const keyBytes = [] { return pseudoRandomBytes(Bits / 8); };
-    auto const key = [=] { return (readyProvider.*createKey)(keyBytes()); };
+    auto const key = [=] { return (provider.*createKey)(keyBytes()); };
     add(
         list, "ICryptoProvider", "createAES" + size + "Key", "", keyBytes,
-        [=](ByteArray const& given) { return (readyProvider.*createKey)(given); },
+        [=](ByteArray const& given) { return (provider.*createKey)(given); },
         [](auto const&, Key const& made) { return made->getKeyBytes(); });
     add(list, "IAESKey", "getKeySize", size, key, [](Key const& given) { return given->getKeySize(); }, asIs);
     add(list, "IAESKey", "getKeyBytes", size, key, [](Key const& given) { return given->getKeyBytes(); }, asIs);
@@ -420,12 +420,12 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
         };
 
         auto const given = [=] { return Given{key(), use.iv}; };
-        auto const withoutVector = [=] { return Given{key(), {}, readyProvider.createDefaultCryptoPRNG({})}; };
+        auto const withoutVector = [=] { return Given{key(), {}, provider.createDefaultCryptoPRNG({})}; };
         auto const encryptor = [=](Given const& from) {
-            return (readyProvider.*createEncryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
+            return (provider.*createEncryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
         };
         auto const decryptor = [=](Given const& from) {
-            return (readyProvider.*createDecryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
+            return (provider.*createDecryptor)(from.key, from.iv, use.mode, use.padding, from.prng);
         };
         auto const plainText = use.plainText;
         auto const cipherText = [=] { return encryptor(given())->encrypt(plainText); };
@@ -445,11 +445,11 @@ void addAES(List& list, CreateKey createKey, CreateEncryptor createEncryptor, Cr
 // RSA
 
 DigestEnginePtr sha256() {
-    return readyProvider.createSHA256DigestEngine();
+    return provider.createSHA256DigestEngine();
 }
 
 DigestEnginePtr sha512() {
-    return readyProvider.createSHA512DigestEngine();
+    return provider.createSHA512DigestEngine();
 }
 
 struct ToSign {
@@ -538,7 +538,7 @@ template <unsigned long N> void addRSAKeys(List& list) {
         return joined(key->getModulus(), key->getPrivateExponent());
     };
     auto const describePublic = [](auto const&, PublicKey const& key) { return key->getDER(); };
-    static auto const prng = [] { return readyProvider.createDefaultCryptoPRNG({}); };
+    static auto const prng = [] { return provider.createDefaultCryptoPRNG({}); };
     auto const privateKey = [] { return Of::createPrivateKey(readRSAKey(N, "private.der")); };
     auto const publicKey = [] { return Of::createPublicKey(readRSAKey(N, "public.der")); };
 
@@ -666,12 +666,12 @@ template <unsigned long N> void addRSAUses(List& list) {
 
     struct Private {
         typename Of::PrivateKey key = Of::createPrivateKey(readRSAKey(N, "private.der"));
-        CryptoPRNGPtr prng = readyProvider.createDefaultCryptoPRNG({});
+        CryptoPRNGPtr prng = provider.createDefaultCryptoPRNG({});
     };
 
     struct Public {
         typename Of::PublicKey key = Of::createPublicKey(readRSAKey(N, "public.der"));
-        CryptoPRNGPtr prng = readyProvider.createDefaultCryptoPRNG({});
+        CryptoPRNGPtr prng = provider.createDefaultCryptoPRNG({});
     };
 
     auto const withPrivate = [] { return Private(); };
@@ -727,18 +727,18 @@ void addQueries(List& list) {
     for (char const* const name : {"private.der", "private.pem", "encrypted.der", "encrypted.pem"}) {
         add(
             list, factory, "getPrivateKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
-            [](auto const& encoded) { return readyProvider.getPrivateKeySignatureMethod(*encoded, "password"); }, asIs);
+            [](auto const& encoded) { return provider.getPrivateKeySignatureMethod(*encoded, "password"); }, asIs);
         add(
             list, factory, "getPrivateKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
-            [](auto const& encoded) { return readyProvider.getPrivateKeySignatureMethod(encoded, "password"); }, asIs);
+            [](auto const& encoded) { return provider.getPrivateKeySignatureMethod(encoded, "password"); }, asIs);
     }
     for (char const* const name : {"public.der", "public.pem"}) {
         add(
             list, factory, "getPublicKeySignatureMethod(stream)", name, [=] { return Input(readRSAKey(2048, name)); },
-            [](auto const& encoded) { return readyProvider.getPublicKeySignatureMethod(*encoded); }, asIs);
+            [](auto const& encoded) { return provider.getPublicKeySignatureMethod(*encoded); }, asIs);
         add(
             list, factory, "getPublicKeySignatureMethod(bytes)", name, [=] { return readRSAKey(2048, name); },
-            [](auto const& encoded) { return readyProvider.getPublicKeySignatureMethod(encoded); }, asIs);
+            [](auto const& encoded) { return provider.getPublicKeySignatureMethod(encoded); }, asIs);
     }
 }
 
@@ -853,7 +853,7 @@ template <class Of> void addECCSignatures(List& list, std::string const& file) {
 void addHSMFactory(List& list) {
     add(
         list, "ICryptoProvider", "createHSMSigner", "", [] { return HSMObject("module", "uri"); },
-        [](HSMObject const& key) { return readyProvider.createHSMSigner(key, RSAPaddingMode::PSS, nullptr); },
+        [](HSMObject const& key) { return provider.createHSMSigner(key, RSAPaddingMode::PSS, nullptr); },
         [](auto const&, auto const& made) { return number(made != nullptr ? 1 : 0); });
 }
 
@@ -950,8 +950,8 @@ std::vector<Operation> hsmOperations(HSMObject const& key, ByteArray const& publ
         noArguments, [=](Nothing) { return useModuleByHand(key, &message); },
         [=](auto const&, ByteArray const& signature) { return number(isRight(signature) ? 1 : 0); });
     addSigner<interfaces::HSMSignerPtr>(
-        list, "IHSMSigner", "PSS", [=] { return readyProvider.createHSMSigner(key, RSAPaddingMode::PSS, nullptr); },
-        isRight, sha256, signingByHand);
+        list, "IHSMSigner", "PSS", [=] { return provider.createHSMSigner(key, RSAPaddingMode::PSS, nullptr); }, isRight,
+        sha256, signingByHand);
     for (Operation& operation : list) {
         if (operation.name == "getKeySize") {
             operation.prepareBare =

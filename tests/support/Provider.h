@@ -5,9 +5,9 @@
 
 namespace support {
 
-/// The provider of the tests' helpers. It is made before any test, so that its own calls into libcrypto stand in no
-/// recording.
-inline foundation::crypto::openssl::CryptoProvider const readyProvider;
+/// The provider of the tests and their helpers. It is made before any test, so that its own calls into libcrypto stand
+/// in no recording.
+inline foundation::crypto::openssl::CryptoProvider const provider;
 
 } // namespace support
 

@@ -50,25 +50,25 @@ template <unsigned long N> struct RSAKeys;
         using PublicKey = RSAPublicKeyPtr<N>;                                                                          \
         static constexpr unsigned long bits = N;                                                                       \
         static auto generateKeyPair(CryptoPRNGPtr prng) {                                                              \
-            return readyProvider.generateRSA##N##KeyPair(std::move(prng));                                             \
+            return provider.generateRSA##N##KeyPair(std::move(prng));                                                  \
         }                                                                                                              \
         template <class... Arguments> static PrivateKey createPrivateKey(Arguments&&... arguments) {                   \
-            return readyProvider.createRSA##N##PrivateKey(std::forward<Arguments>(arguments)...);                      \
+            return provider.createRSA##N##PrivateKey(std::forward<Arguments>(arguments)...);                           \
         }                                                                                                              \
         template <class... Arguments> static PublicKey createPublicKey(Arguments&&... arguments) {                     \
-            return readyProvider.createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                       \
+            return provider.createRSA##N##PublicKey(std::forward<Arguments>(arguments)...);                            \
         }                                                                                                              \
         static RSASignerPtr signer(PrivateKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                       \
-            return readyProvider.createRSA##N##Signer(std::move(key), padding, std::move(prng));                       \
+            return provider.createRSA##N##Signer(std::move(key), padding, std::move(prng));                            \
         }                                                                                                              \
         static RSAVerifierPtr verifier(PublicKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                    \
-            return readyProvider.createRSA##N##Verifier(std::move(key), padding, std::move(prng));                     \
+            return provider.createRSA##N##Verifier(std::move(key), padding, std::move(prng));                          \
         }                                                                                                              \
         static RSAEncryptorPtr encryptor(PublicKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                  \
-            return readyProvider.createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                    \
+            return provider.createRSA##N##Encryptor(std::move(key), padding, std::move(prng));                         \
         }                                                                                                              \
         static RSADecryptorPtr decryptor(PrivateKey key, RSAPaddingMode padding, CryptoPRNGPtr prng) {                 \
-            return readyProvider.createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                    \
+            return provider.createRSA##N##Decryptor(std::move(key), padding, std::move(prng));                         \
         }                                                                                                              \
     }
 
