@@ -13,6 +13,7 @@
 
 #include <cinttypes>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -530,6 +531,8 @@ TEST(StreamReaders, WantLargePagesForLargeBlocks) {
 
 /// What was typed at a terminal, up to the first end of file; the next reader gets what came after it.
 TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
+    // Of a process that leads a session without a terminal, it becomes that session's, whose end hangs it up.
+    auto const hangUp = std::signal(SIGHUP, SIG_IGN);
     for (auto const reader : {extractAtOnce, takeAtOnce}) {
         int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
         ASSERT_GE(terminal, 0);
@@ -547,9 +550,11 @@ TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
         EXPECT_EQ(text(reader(input)), "three\n");
         input.clear();
         EXPECT_EQ(text(reader(input)), "");
+        file.close();
         close(kept);
         close(terminal);
     }
+    std::signal(SIGHUP, hangUp);
 }
 
 TEST(StreamReaders, ReadWhatOneWriterPutsIntoAPipe) {
