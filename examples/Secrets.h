@@ -25,7 +25,11 @@ template <class Bytes> class Wiped {
 public:
     explicit Wiped(Bytes bytes) noexcept : bytes_(std::move(bytes)) {}
 
-    ~Wiped() { ::explicit_bzero(bytes_.data(), bytes_.size()); }
+    ~Wiped() {
+        if (!bytes_.empty()) { // an array that was moved has no address
+            ::explicit_bzero(bytes_.data(), bytes_.size());
+        }
+    }
 
     Wiped(Wiped&&) noexcept = default;
     Wiped& operator=(Wiped&&) = delete;
