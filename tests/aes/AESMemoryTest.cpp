@@ -89,7 +89,7 @@ TEST(AESMemory, OfAStreamThatKnowsItsLengthIsOneBlock) {
 }
 
 TEST(AESMemory, OfAnyOtherStreamIsHardlyMoreThanTheMessage) {
-    constexpr std::size_t size = 64 * mebibyte + 12345;
+    constexpr std::size_t size = 32 * mebibyte + 12345;
     TemporaryDirectory const directory;
     std::string const path = directory / "pipe";
     ASSERT_EQ(run("mkfifo " + path).status, 0);
