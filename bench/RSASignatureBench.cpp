@@ -14,7 +14,6 @@
 namespace {
 
 using namespace bench;
-using foundation::crypto::interfaces::IRSASigner;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::ByteArray;
 using foundation::crypto::utils::RSAPaddingMode;

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -401,7 +402,7 @@ void write(std::FILE* file, std::vector<std::array<double, 4>> const& times) {
 } // namespace
 
 /// Usage: scaling [FILE], to which the results are written as JSON
-int main(int count, char** arguments) {
+int main(int count, char** arguments) try {
     addDigests();
     addMACs();
     addGCM("AES-256 GCM, 64 B", 64);
@@ -436,4 +437,7 @@ int main(int count, char** arguments) {
         return std::fclose(file) == 0 ? 0 : 1;
     }
     return 0;
+} catch (std::exception const& problem) {
+    std::fprintf(stderr, "%s\n", problem.what());
+    return 1;
 }

@@ -24,7 +24,6 @@ using namespace bench;
 using foundation::crypto::interfaces::DigestEnginePtr;
 using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::AESMode;
-using foundation::crypto::utils::AESPaddingMode;
 using foundation::crypto::utils::ByteArray;
 using foundation::crypto::utils::RSAPaddingMode;
 
