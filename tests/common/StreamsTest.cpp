@@ -529,10 +529,23 @@ TEST(StreamReaders, WantLargePagesForLargeBlocks) {
 #endif
 #endif
 
+class IgnoredHangUps {
+public:
+    IgnoredHangUps() = default;
+
+    ~IgnoredHangUps() { std::signal(SIGHUP, before_); }
+
+    IgnoredHangUps(IgnoredHangUps const&) = delete;
+    IgnoredHangUps& operator=(IgnoredHangUps const&) = delete;
+
+private:
+    void (*before_)(int) = std::signal(SIGHUP, SIG_IGN);
+};
+
 /// What was typed at a terminal, up to the first end of file; the next reader gets what came after it.
 TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
-    // Of a process that leads a session without a terminal, it becomes that session's, whose end hangs it up.
-    auto const hangUp = std::signal(SIGHUP, SIG_IGN);
+    // A session without a terminal takes the one that its leader opens, and closing that sends the leader SIGHUP.
+    IgnoredHangUps const ignored;
     for (auto const reader : {extractAtOnce, takeAtOnce}) {
         int const terminal = posix_openpt(O_RDWR | O_NOCTTY);
         ASSERT_GE(terminal, 0);
@@ -554,7 +567,6 @@ TEST(StreamReaders, NeedOneEndOfFileAtATerminal) {
         close(kept);
         close(terminal);
     }
-    std::signal(SIGHUP, hangUp);
 }
 
 TEST(StreamReaders, ReadWhatOneWriterPutsIntoAPipe) {

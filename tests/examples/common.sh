@@ -4,6 +4,7 @@
 set -euo pipefail
 
 program=$1
+unset terminals
 started=("$program")
 name=${name:-$(basename "$0" .sh)}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)

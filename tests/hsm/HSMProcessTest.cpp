@@ -41,7 +41,6 @@ using namespace support;
 using namespace foundation::crypto;
 using interfaces::HSMSignerPtr;
 using interfaces::IHSMSigner;
-using openssl::CryptoProvider;
 using utils::HSMObject;
 using utils::InternalException;
 using utils::RSAPaddingMode;

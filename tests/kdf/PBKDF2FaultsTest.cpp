@@ -22,7 +22,6 @@ namespace {
 
 using namespace support;
 using namespace foundation::crypto;
-using openssl::CryptoProvider;
 using utils::InternalException;
 
 std::string const unsuccessful = "Key derivation is unsuccessful.";

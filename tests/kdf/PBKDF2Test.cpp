@@ -19,7 +19,6 @@
 namespace {
 
 using namespace support;
-using foundation::crypto::openssl::CryptoProvider;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidArgument;
 

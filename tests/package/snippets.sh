@@ -12,20 +12,28 @@ echo 'using namespace foundation::crypto; using utils::ByteArray;' >>"$work/begi
 
 # The compiler tells the place in the page.
 awk -v work="$work" '
+    function complain(what) { print page ":" start ": " what; failed = 1 }
     function end_of_block() {
         whole = block ~ /int main\(/
         file = whole ? sprintf("%s/%03d.cpp", work, ++programs) : work "/fragments"
         if (!whole) {
+            if (block ~ /(^|\n)[ \t]*#/) complain("a fragment has nothing for the preprocessor, which others would see")
             signature = sprintf("void fragment%d(openssl::CryptoProvider const& provider)", ++fragments)
             print signature "; " signature " {" > file
         }
-        printf "#line %d \"%s\"\n%s", start, FILENAME, block > file
+        printf "#line %d \"%s\"\n%s", start, page, block > file
         if (!whole) print "}" > file
+        inside = 0
     }
-    /^```cpp$/ { start = FNR + 1; block = ""; inside = 1; next }
-    /^```$/    { if (inside) end_of_block(); inside = 0 }
-    inside     { block = block $0 "\n" }
-    END        { print programs + 0 " programs and " fragments + 0 " fragments"; exit !(programs && fragments) }
+    FNR == 1 && inside { complain("the block is not closed"); inside = 0 }
+    /^```cpp$/         { page = FILENAME; start = FNR + 1; block = ""; inside = 1; next }
+    /^```[ \t]*$/      { if (inside) end_of_block() }
+    inside             { block = block $0 "\n" }
+    END {
+        if (inside) complain("the block is not closed")
+        print programs + 0 " programs and " fragments + 0 " fragments"
+        exit failed || !(programs && fragments)
+    }
 ' "$source/README.md" "$source"/docs/*.md
 cat "$work/begin" "$work/fragments" >"$work/fragments.cpp"
 

@@ -751,6 +751,7 @@ ByteArray signByHand(RawKey const& key, char const* digest, ByteArray const& dat
         }
     };
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> const context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    requireOne(context != nullptr ? 1 : 0);
     requireOne(EVP_DigestSignInit_ex(context.get(), nullptr, digest, nullptr, nullptr, key.get(), nullptr));
     std::size_t size = 0;
     requireOne(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()));
