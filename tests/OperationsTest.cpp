@@ -90,6 +90,9 @@ ByteArray outcomeOf(Operation const& operation) {
 
 TEST(Operations, GiveTheSameWithFreshObjects) {
     for (Operation const& operation : operations()) {
+        if (operation.name == "generateRSA4096KeyPair") { // it takes a second
+            continue;
+        }
         ByteArray const outcome = outcomeOf(operation);
         EXPECT_EQ(outcome, outcomeOf(operation)) << operation.description();
         EXPECT_NE(outcome, bytes("0")) << operation.description(); // no signature is wrong, and no size is 0

@@ -101,9 +101,10 @@ TEST(DigestVectors, KnowAMillionLettersA) {
     for (Vector const& vector : readVectors("digests.txt")) {
         if (vector.has("repeat")) {
             SCOPED_TRACE(vector.id());
+            std::string const part = text(vector.bytes("msg"));
             std::string message;
             for (int times = vector.number("repeat"); times > 0; --times) {
-                message += text(vector.bytes("msg"));
+                message += part;
             }
             std::istringstream stream(message);
             EXPECT_EQ(hex(create(familyNamed(vector.word("hash")))->computeDigest(stream)), vector.word("digest"));
@@ -129,7 +130,7 @@ class Digests : public testing::TestWithParam<Family> {};
 INSTANTIATE_TEST_SUITE_P(, Digests, testing::ValuesIn(families), [](auto const& row) { return row.param.name; });
 
 TEST_P(Digests, AgreeWithTheSystemsOwnTool) {
-    static ByteArray const all = pseudoRandomBytes(std::size_t(64) << 20);
+    static ByteArray const all = pseudoRandomBytes(std::size_t(8) << 20);
     TemporaryDirectory const directory;
     std::string const path = directory / "file";
     for (std::size_t const size : {std::size_t(0), std::size_t(1), std::size_t(1023), std::size_t(1024),
