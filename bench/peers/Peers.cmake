@@ -1,13 +1,14 @@
 # What a user might take instead, from the system's packages, each where it is installed.
 find_package(PkgConfig)
 
-# zrfl_add_peer(SOURCE STANDARD MODULE): unless pkg-config knows no such module. STANDARD is what its headers need.
-function(zrfl_add_peer source standard module)
+# zrfl_add_peer(STANDARD MODULE SOURCE...): unless pkg-config knows no such module. STANDARD is what its headers need.
+function(zrfl_add_peer standard module)
     if(PKG_CONFIG_FOUND)
         string(MAKE_C_IDENTIFIER "peer_${module}" peer)
         pkg_check_modules(${peer} QUIET IMPORTED_TARGET ${module})
         if(${peer}_FOUND)
-            add_library(${peer} OBJECT peers/${source})
+            list(TRANSFORM ARGN PREPEND peers/ OUTPUT_VARIABLE sources)
+            add_library(${peer} OBJECT ${sources})
             set_target_properties(${peer} PROPERTIES CXX_STANDARD ${standard})
             target_include_directories(${peer} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
             target_link_libraries(${peer} PRIVATE zrfl::cryptoopenssl OpenSSL::Crypto benchmark::benchmark
@@ -17,9 +18,9 @@ function(zrfl_add_peer source standard module)
     endif()
 endfunction()
 
-zrfl_add_peer(BotanPeer.cpp 20 botan-3)
+zrfl_add_peer(20 botan-3 BotanPeer.cpp BotanKeysPeer.cpp)
 if(NOT TARGET peer_botan_3)
-    zrfl_add_peer(BotanPeer.cpp 17 botan-2)
+    zrfl_add_peer(17 botan-2 BotanPeer.cpp BotanKeysPeer.cpp)
 endif()
-zrfl_add_peer(CryptoPPPeer.cpp 17 libcrypto++)
-zrfl_add_peer(SodiumPeer.cpp 17 libsodium)
+zrfl_add_peer(17 libcrypto++ CryptoPPPeer.cpp CryptoPPKeysPeer.cpp)
+zrfl_add_peer(17 libsodium SodiumPeer.cpp)

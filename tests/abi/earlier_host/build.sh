@@ -8,5 +8,6 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 processor=$1 headers=$2 libraries=$3
 
 "$processor-linux-gnu-g++" -std=c++17 -Os -fPIC -shared -s -fvisibility=hidden -fvisibility-inlines-hidden \
-    -Wl,--as-needed -Wl,-z,now -Wl,--allow-shlib-undefined -I "$headers" "$here/../Host.cpp" -o "$here/$processor.so" \
+    -Wl,--as-needed -Wl,-z,now -Wl,--allow-shlib-undefined -I "$headers" \
+    "$here/../Host.cpp" "$here/../HostKeys.cpp" -o "$here/$processor.so" \
     "$libraries/libzrflcryptoopenssl.so" "$libraries/libzrflcryptoutils.so"
