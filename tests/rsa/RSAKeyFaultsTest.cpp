@@ -1,26 +1,28 @@
-#include "rsa/RSAKey.h"
 #include "rsa/RSAKeyReader.h"
 
-#include "support/Bytes.h"
+#include "RSAKeyOperations.h"
 #include "support/FaultTables.h"
 #include "support/Provider.h"
-#include "support/RSAKeys.h"
 #include "support/Throws.h"
+
+#include <foundation/crypto/utils/Exceptions.h>
 
 #include <gtest/gtest.h>
 
+#include <openssl/bio.h>
+#include <openssl/bn.h>
 #include <openssl/err.h>
-#include <openssl/pem.h>
-#include <openssl/x509.h>
+#include <openssl/evp.h>
 
-#include <cstring>
+#include <cstddef>
 #include <functional>
-#include <map>
-#include <memory>
+#include <istream>
 #include <new>
-#include <sstream>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -29,115 +31,6 @@ using namespace support;
 using namespace foundation::crypto;
 using utils::Exception;
 using utils::InternalException;
-using PrivateKey = openssl::RSAPrivateKey<utils::RSAKeySize<1024>>;
-using PublicKey = openssl::RSAPublicKey<utils::RSAKeySize<1024>>;
-using KeyPair = openssl::RSAKeyPair<utils::RSAKeySize<1024>>;
-
-Vector const& numbers() {
-    static Vector const vector = readVectors("keys/rsa_numbers.txt").at(0);
-    return vector;
-}
-
-ByteArray const& key(std::string const& form) {
-    static std::map<std::string, ByteArray> keys;
-    auto const found = keys.find(form);
-    return found == keys.end() ? keys[form] = readRSAKey(1024, form) : found->second;
-}
-
-void generate() {
-    KeyPair const pair(provider.createDefaultCryptoPRNG({}));
-}
-
-void loadPrivatePEM() {
-    PrivateKey const loaded(key("private.pem"));
-}
-
-void loadPrivateDER() {
-    PrivateKey const loaded(key("private.der"));
-}
-
-void loadEncryptedDER() {
-    std::istringstream stream(text(key("encrypted.der")));
-    PrivateKey const loaded(stream, "password");
-}
-
-void readPrivatePEM() {
-    std::istringstream stream(text(key("encrypted.pem")));
-    PrivateKey const loaded(stream, "password");
-}
-
-void queryPrivatePEM() {
-    provider.getPrivateKeySignatureMethod(key("private.pem"), "");
-}
-
-void queryPrivateStream() {
-    std::istringstream stream(text(key("private.pem")));
-    provider.getPrivateKeySignatureMethod(stream, "");
-}
-
-void loadPublicPEM() {
-    PublicKey const loaded(key("public.pem"));
-}
-
-void loadPublicDER() {
-    PublicKey const loaded(key("public.der"));
-}
-
-void readPublicPEM() {
-    std::istringstream stream(text(key("public.pem")));
-    PublicKey const loaded(stream);
-}
-
-void queryPublicDER() {
-    provider.getPublicKeySignatureMethod(key("public.der"));
-}
-
-void queryPublicStream() {
-    std::istringstream stream(text(key("public.pem")));
-    provider.getPublicKeySignatureMethod(stream);
-}
-
-void buildPrivate() {
-    PrivateKey const built(numbers().bytes("n"), numbers().bytes("d"), numbers().bytes("e"));
-}
-
-void buildPublic() {
-    PublicKey const built(numbers().bytes("n"), numbers().bytes("e"));
-}
-
-PrivateKey const& privateKey() {
-    static PrivateKey const loaded(key("private.pem"));
-    return loaded;
-}
-
-PublicKey const& publicKey() {
-    static PublicKey const loaded(key("public.pem"));
-    return loaded;
-}
-
-void exportPrivate() {
-    privateKey().getDER();
-}
-
-void exportPublic() {
-    publicKey().getDER();
-}
-
-void exportPrivateModulus() {
-    privateKey().getModulus();
-}
-
-void exportPrivateExponent() {
-    privateKey().getPrivateExponent();
-}
-
-void exportPublicModulus() {
-    publicKey().getModulus();
-}
-
-void exportPublicExponent() {
-    publicKey().getPublicExponent();
-}
 
 std::string const noBIO = "Fail to create BIOUPtr; the given raw pointer is NULL";
 std::string const noBN = "Fail to create BNUPtr; the given raw pointer is NULL";
@@ -391,147 +284,6 @@ TEST(RSAKeyFault, OfATextThatIsTooLongForItsLengthIsReported) {
     std::string_view const negative(five.data(), std::size_t(1) << 31U);
     EXPECT_THROWS(InternalException, privateNotWritten, openssl::loadRSAPrivateKey(negative, ""));
     EXPECT_THROWS(InternalException, publicNotWritten, openssl::loadRSAPublicKey(negative));
-}
-
-// Which calls are made
-
-using Functions = std::vector<std::string>;
-
-Functions callsOf(std::function<void()> const& operation) {
-    Recording const recording;
-    operation();
-    return recording.functions();
-}
-
-TEST(RSAKeyCalls, OfGenerationAreThoseThatTheWorkNeeds) {
-    auto const prng = provider.createDefaultCryptoPRNG({});
-    Recording const recording;
-    {
-        KeyPair const pair(prng);
-    }
-    Functions functions = recording.functions();
-    functions.resize(9);
-    EXPECT_EQ(functions,
-              (Functions{"EVP_PKEY_Q_keygen", "BIO_new", "PEM_write_bio_PUBKEY", "BIO_new", "PEM_write_bio_PrivateKey",
-                         "PEM_read_bio_PUBKEY", "PEM_read_bio_PrivateKey", "BIO_free_all", "BIO_free_all"}));
-    EXPECT_EQ(recording.callsOf("EVP_PKEY_Q_keygen").at(0).arguments.at(3), 1024);
-    EXPECT_EQ(recording.count("EVP_PKEY_free"), 3U);
-    EXPECT_EQ(recording.count("RAND_bytes"), 0U);
-    EXPECT_EQ(callsOf([] { catchFrom([] { KeyPair const pair(nullptr); }); }), Functions());
-}
-
-TEST(RSAKeyCalls, OfPEMAreThoseThatTheWorkNeeds) {
-    EXPECT_EQ(callsOf(loadPrivatePEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all",
-                                                  "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
-    EXPECT_EQ(callsOf(loadPublicPEM), (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PUBKEY", "BIO_free_all",
-                                                 "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
-    EXPECT_EQ(callsOf([] { catchFrom([] { PrivateKey const none(key("public.pem")); }); }),
-              (Functions{"BIO_new", "BIO_write", "PEM_read_bio_PrivateKey", "BIO_free_all"}));
-}
-
-TEST(RSAKeyCalls, OfDERAreThoseThatTheWorkNeeds) {
-    EXPECT_EQ(callsOf(loadEncryptedDER), (Functions{"BIO_new", "BIO_write", "d2i_PKCS8PrivateKey_bio", "BIO_free_all",
-                                                    "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
-    EXPECT_EQ(callsOf(loadPrivateDER),
-              (Functions{"BIO_new", "BIO_write", "d2i_PKCS8PrivateKey_bio", "BIO_ctrl", "BIO_write",
-                         "d2i_PrivateKey_bio", "BIO_free_all", "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
-    EXPECT_EQ(callsOf(loadPublicDER), (Functions{"BIO_new", "BIO_write", "d2i_PUBKEY_bio", "BIO_free_all",
-                                                 "EVP_PKEY_get_bits", "EVP_PKEY_free"}));
-    EXPECT_EQ(callsOf([] { catchFrom([] { PublicKey const none(key("traditional-public.der")); }); }),
-              (Functions{"BIO_new", "BIO_write", "d2i_PUBKEY_bio", "BIO_free_all"}));
-}
-
-TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
-    for (auto const& [function, operation] :
-         {std::pair("PEM_read_bio_PrivateKey", loadPrivatePEM), std::pair("PEM_read_bio_PrivateKey", readPrivatePEM),
-          std::pair("PEM_read_bio_PrivateKey", queryPrivateStream),
-          std::pair("d2i_PKCS8PrivateKey_bio", loadPrivateDER), std::pair("PEM_read_bio_PUBKEY", loadPublicPEM),
-          std::pair("PEM_read_bio_PUBKEY", readPublicPEM), std::pair("PEM_read_bio_PUBKEY", queryPublicStream)}) {
-        Recording const recording;
-        operation();
-        std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;
-        EXPECT_EQ(arguments.at(1), 0) << function;
-        EXPECT_EQ(arguments.at(2), 0) << function;
-        EXPECT_NE(arguments.at(3), 0) << function;
-    }
-}
-
-TEST(RSAKeyCalls, WriteWithoutCipherOrPassPhrase) {
-    for (auto const& [function, operation] :
-         {std::pair("i2d_PKCS8PrivateKey_bio", exportPrivate), std::pair("PEM_write_bio_PrivateKey", generate)}) {
-        Recording const recording;
-        operation();
-        std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;
-        EXPECT_EQ(std::vector<std::intptr_t>(arguments.begin() + 2, arguments.end()), std::vector<std::intptr_t>(5, 0));
-    }
-}
-
-// libcrypto takes no more of it, but counts it in 32 bits before.
-TEST(RSAKeyCalls, SeeNoMoreThan1024CharactersOfAPassPhrase) {
-    std::vector<std::size_t> sizes;
-    auto const look = [&](auto real, auto input, auto key, auto callback, void* phrase) {
-        EXPECT_EQ(callback, nullptr);
-        sizes.push_back(std::strlen(static_cast<char const*>(phrase)));
-        return real(input, key, callback, phrase);
-    };
-    Replacing<decltype(PEM_read_bio_PrivateKey)> const pem("PEM_read_bio_PrivateKey", look);
-    Replacing<decltype(d2i_PKCS8PrivateKey_bio)> const der("d2i_PKCS8PrivateKey_bio", look);
-    for (char const* const form : {"encrypted.pem", "encrypted.der"}) {
-        for (std::size_t const size : {0U, 8U, 1023U, 1024U, 1025U, 100000U}) {
-            std::istringstream stream(text(key(form)));
-            catchFrom([&] { PrivateKey const loaded(stream, std::string(size, 'p')); });
-        }
-    }
-    std::vector<std::size_t> const expected{0, 8, 1023, 1024, 1024, 1024};
-    EXPECT_EQ(std::vector<std::size_t>(sizes.begin(), sizes.begin() + 6), expected);
-    EXPECT_EQ(std::vector<std::size_t>(sizes.begin() + 6, sizes.end()), expected);
-
-    std::istringstream stream(text(key("encrypted.pem")));
-    EXPECT_NO_THROW(PrivateKey(stream, "password" + std::string(5000, '\0'))); // it ends at the first NUL
-}
-
-TEST(RSAKeyCalls, OfBuildingAreThoseThatTheWorkNeeds) {
-    Recording const recording;
-    buildPrivate();
-    EXPECT_EQ(recording.functions(), (Functions{"EVP_PKEY_new",
-                                                "BN_bin2bn",
-                                                "BN_bin2bn",
-                                                "BN_bin2bn",
-                                                "OSSL_PARAM_BLD_new",
-                                                "OSSL_PARAM_BLD_push_BN",
-                                                "OSSL_PARAM_BLD_push_BN",
-                                                "OSSL_PARAM_BLD_push_BN",
-                                                "OSSL_PARAM_BLD_to_param",
-                                                "EVP_PKEY_CTX_new_from_name",
-                                                "EVP_PKEY_fromdata_init",
-                                                "EVP_PKEY_fromdata",
-                                                "EVP_PKEY_CTX_free",
-                                                "OSSL_PARAM_free",
-                                                "OSSL_PARAM_BLD_free",
-                                                "EVP_PKEY_free",
-                                                "BN_free",
-                                                "BN_free",
-                                                "BN_free",
-                                                "EVP_PKEY_get_bits",
-                                                "EVP_PKEY_free"}));
-    EXPECT_EQ(recording.callsOf("EVP_PKEY_fromdata").at(0).arguments.at(2), 0x87);
-    buildPublic();
-    EXPECT_EQ(recording.callsOf("EVP_PKEY_fromdata").at(1).arguments.at(2), 0x87);
-}
-
-TEST(RSAKeyCalls, PushTheNumbersInOrder) {
-    std::string pushed;
-    Replacing<decltype(OSSL_PARAM_BLD_push_BN)> const listening(
-        "OSSL_PARAM_BLD_push_BN", [&](auto real, OSSL_PARAM_BLD* builder, char const* name, BIGNUM const* number) {
-            pushed += name;
-            std::vector<unsigned char> value(static_cast<std::size_t>(BN_num_bytes(number)));
-            BN_bn2bin(number, value.data());
-            EXPECT_EQ(value, numbers().bytes(name));
-            return real(builder, name, number);
-        });
-    buildPrivate();
-    buildPublic();
-    EXPECT_EQ(pushed, "nedne");
 }
 
 } // namespace

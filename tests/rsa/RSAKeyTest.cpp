@@ -1,10 +1,9 @@
+#include "RSAKeyForms.h"
 #include "support/Bytes.h"
-#include "support/Commands.h"
 #include "support/HostsMark.h"
 #include "support/PRNG.h"
 #include "support/Provider.h"
 #include "support/RSAKeys.h"
-#include "support/Streams.h"
 #include "support/Threads.h"
 #include "support/Throws.h"
 #include "support/Vectors.h"
@@ -15,47 +14,26 @@
 
 #include <openssl/err.h>
 
-#include <algorithm>
-#include <fstream>
+#include <cstddef>
 #include <functional>
-#include <iterator>
 #include <memory>
-#include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace support;
-using foundation::crypto::interfaces::KeySignatureMethod;
 using foundation::crypto::utils::Exception;
 using foundation::crypto::utils::InternalException;
-using foundation::crypto::utils::InvalidKey;
-using foundation::crypto::utils::NotImplemented;
 
-std::string const noKey = "Fail to create EVP_PKEYUPtr; the given raw pointer is NULL";
-std::string const emptyPrivate = "The input private key string is empty";
-std::string const emptyPublic = "The input public key string is empty";
-std::string const unsupportedSize = "Unsupported Key size";
 std::string const notGenerated = "Failed to generate the private key from the modulus and the exponents";
 std::string const noPrivateDER = "Failed to convert RSA private key to DER-form BIO.";
 
 std::string wrongSize(std::string const& kind, unsigned long found, unsigned long expected) {
     return "The input data corresponds to a " + kind + " key of size " + std::to_string(found) +
            " instead of the expected size " + std::to_string(expected);
-}
-
-ByteArray joined(std::initializer_list<ByteArray> parts) {
-    ByteArray whole;
-    for (ByteArray const& part : parts) {
-        whole.insert(whole.end(), part.begin(), part.end());
-    }
-    return whole;
-}
-
-std::istringstream streamOf(ByteArray const& content) {
-    return std::istringstream(text(content));
 }
 
 Vector numbersOf(unsigned long bits) {
@@ -66,10 +44,6 @@ Vector numbersOf(unsigned long bits) {
     }
     throw std::out_of_range(std::to_string(bits));
 }
-
-std::vector<std::string> const plainPrivateForms{"private.pem", "private.der", "traditional.pem", "traditional.der"};
-std::vector<std::string> const encryptedForms{"encrypted.pem", "encrypted.der", "traditional-encrypted.pem"};
-std::vector<std::string> const publicForms{"public.pem", "public.der", "traditional-public.pem"};
 
 template <class OfSize> class RSAKey : public testing::Test {
 protected:
@@ -381,293 +355,6 @@ TEST(RSAKeyKind, ShowsInTheSizeOtherwise) {
                   provider.createRSA2048PublicKey(readKey("p256-public.pem")));
     EXPECT_THROWS(Exception, wrongSize("private", 3072, 4096),
                   provider.createRSA4096PrivateKey(readKey("rsa3072-private.pem")));
-}
-
-// Key pairs
-
-template <class OfSize> class RSAKeyPair : public testing::Test {};
-
-TYPED_TEST_SUITE(RSAKeyPair, RSASizes, RSASizeNames);
-
-TYPED_TEST(RSAKeyPair, HoldsTwoHalvesOfOneKey) {
-    auto const pair = TypeParam::generateKeyPair(std::make_shared<ForeignPRNG>());
-    auto const privateKey = pair->getPrivateKey();
-    auto const publicKey = pair->getPublicKey();
-    EXPECT_EQ(privateKey->getKeySize(), TypeParam::bits);
-    EXPECT_EQ(publicKey->getKeySize(), TypeParam::bits);
-    EXPECT_EQ(privateKey->getModulus(), publicKey->getModulus());
-    EXPECT_EQ(privateKey->getModulus().size(), TypeParam::bits / 8);
-    EXPECT_EQ(hex(publicKey->getPublicExponent()), "010001");
-    EXPECT_EQ(TypeParam::createPrivateKey(privateKey->getDER())->getDER(), privateKey->getDER());
-    EXPECT_EQ(TypeParam::createPublicKey(publicKey->getDER())->getDER(), publicKey->getDER());
-
-    EXPECT_EQ(pair->getPrivateKey(), privateKey);
-    EXPECT_EQ(pair->getPublicKey(), publicKey);
-    EXPECT_EQ(privateKey.use_count(), 2);
-    EXPECT_EQ(publicKey.use_count(), 2);
-
-    TemporaryDirectory const directory;
-    writeFile(directory / "key.der", privateKey->getDER());
-    CommandResult const checked = run("openssl rsa -inform DER -noout -check -in " + (directory / "key.der"));
-    EXPECT_EQ(checked.output, "RSA key ok\n");
-    CommandResult const half =
-        run("openssl rsa -inform DER -pubout -outform DER 2>/dev/null -in " + (directory / "key.der"));
-    EXPECT_EQ(bytes(half.output), publicKey->getDER());
-}
-
-TYPED_TEST(RSAKeyPair, NeedsAPRNG) {
-    EXPECT_THROWS(InternalException, "The PRNG does not exist.", TypeParam::generateKeyPair(nullptr));
-}
-
-TEST(RSAKeyPairs, KeepTheirPRNGAndAreOutlivedByTheirKeys) {
-    auto const prng = std::make_shared<ForeignPRNG>();
-    auto pair = provider.generateRSA1024KeyPair(prng);
-    EXPECT_EQ(prng.use_count(), 2);
-    auto const privateKey = pair->getPrivateKey();
-    auto const publicKey = pair->getPublicKey();
-    pair.reset();
-    EXPECT_EQ(prng.use_count(), 1);
-    EXPECT_EQ(privateKey->getModulus(), publicKey->getModulus());
-}
-
-TEST(RSAKeyPairs, AreMadeWithTheProvidersOwnPRNGToo) {
-    auto const prng = provider.createDefaultCryptoPRNG({});
-    EXPECT_NE(provider.generateRSA1024KeyPair(prng)->getPrivateKey()->getModulus(),
-              provider.generateRSA1024KeyPair(prng)->getPrivateKey()->getModulus());
-}
-
-// Streams
-
-enum class Reader { privateKey, publicKey, privateQuery, publicQuery };
-
-void readWith(Reader reader, std::istream& stream) {
-    switch (reader) {
-    case Reader::privateKey:
-        provider.createRSA1024PrivateKey(stream, "password");
-        break;
-    case Reader::publicKey:
-        provider.createRSA1024PublicKey(stream);
-        break;
-    case Reader::privateQuery:
-        provider.getPrivateKeySignatureMethod(stream, "password");
-        break;
-    case Reader::publicQuery:
-        provider.getPublicKeySignatureMethod(stream);
-        break;
-    }
-}
-
-std::vector<Reader> const readers{Reader::privateKey, Reader::publicKey, Reader::privateQuery, Reader::publicQuery};
-
-ByteArray encodedFor(Reader reader) {
-    bool const isPrivate = reader == Reader::privateKey || reader == Reader::privateQuery;
-    return readRSAKey(1024, isPrivate ? "encrypted.pem" : "public.pem");
-}
-
-/// What the readers stand for: extraction of one character after the other.
-std::string extractCharacterwise(std::istream& input) {
-    input >> std::noskipws;
-    return {std::istream_iterator<char>(input), std::istream_iterator<char>()};
-}
-
-/// The buffers that a host may read a key from.
-std::vector<std::function<std::unique_ptr<std::streambuf>(std::string const&)>> const buffers{
-    [](std::string const& content) { return std::make_unique<std::stringbuf>(content, std::ios::in); },
-    [](std::string const& content) { return std::make_unique<PortionBuffer>(content, 1); },
-    [](std::string const& content) { return std::make_unique<PortionBuffer>(content, 100); },
-    [](std::string const& content) { return std::make_unique<PortionBuffer>(content, 100, "the line is dead"); },
-    [](std::string const& /*content*/) { return std::make_unique<PortionBuffer>("", 1, "the line is dead"); },
-    [](std::string const& /*content*/) { return std::unique_ptr<std::streambuf>(); },
-};
-
-std::vector<std::function<void(std::istream&)>> const preparations{
-    [](std::istream& /*input*/) {},
-    [](std::istream& input) { input.unsetf(std::ios_base::skipws); },
-    [](std::istream& input) { input.width(7); },
-    [](std::istream& input) { input.get(); },
-    [](std::istream& input) { input.setstate(std::ios_base::failbit); },
-    [](std::istream& input) { input.setstate(std::ios_base::eofbit); },
-    [](std::istream& input) { input.setstate(std::ios_base::badbit); },
-};
-
-TEST(RSAKeyStream, IsLeftAsReadingCharacterByCharacterWouldLeaveIt) {
-    using Mask = std::ios_base::iostate;
-    int compared = 0;
-    for (Reader const reader : readers) {
-        std::string const content = " \n" + text(encodedFor(reader)) + "\n \t";
-        for (auto const& makeBuffer : buffers) {
-            for (auto const& prepare : preparations) {
-                for (Mask const mask : {std::ios_base::goodbit, std::ios_base::eofbit, std::ios_base::failbit,
-                                        std::ios_base::badbit, std::ios_base::eofbit | std::ios_base::badbit}) {
-                    auto const observe = [&](auto&& read) {
-                        auto const buffer = makeBuffer(content);
-                        std::istream stream(buffer.get());
-                        prepare(stream);
-                        try {
-                            stream.exceptions(mask);
-                        } catch (std::ios_base::failure const&) {
-                        }
-                        Thrown const thrown = catchFrom([&] { read(stream); });
-                        return std::make_pair(thrown, StreamState(stream));
-                    };
-                    std::string collected;
-                    auto const [modelThrew, model] =
-                        observe([&](std::istream& stream) { collected = extractCharacterwise(stream); });
-                    auto const [threw, left] = observe([&](std::istream& stream) { readWith(reader, stream); });
-
-                    StreamState expected = model;
-                    if (reader == Reader::publicKey && modelThrew.type == "nothing") {
-                        expected.flags |= std::ios_base::skipws;
-                    }
-                    EXPECT_EQ(left, expected);
-                    if (modelThrew.type != "nothing") {
-                        EXPECT_EQ(threw.text, modelThrew.text);
-                        EXPECT_EQ(threw.type, reader == Reader::publicKey ? typeid(NotImplemented).name()
-                                                                          : typeid(InternalException).name());
-                    } else if (collected.empty()) {
-                        EXPECT_NE(threw.text.find("key string is empty"), std::string::npos) << threw.text;
-                    } else {
-                        EXPECT_EQ(threw.type, "nothing") << threw.text;
-                    }
-                    ++compared;
-                }
-            }
-        }
-    }
-    EXPECT_EQ(compared, 4 * 6 * 7 * 5);
-}
-
-TEST(RSAKeyStream, HasItsSkipwsSetOrClearedAsTheReaderDoes) {
-    for (Reader const reader : readers) {
-        for (bool const before : {true, false}) {
-            for (bool const readable : {true, false}) {
-                std::istringstream stream = streamOf(readable ? encodedFor(reader) : bytes("no key"));
-                stream.flags(before ? stream.flags() | std::ios_base::skipws : stream.flags() & ~std::ios_base::skipws);
-                catchFrom([&] { readWith(reader, stream); });
-                EXPECT_EQ((stream.flags() & std::ios_base::skipws) != 0, reader == Reader::publicKey);
-                EXPECT_EQ(stream.rdstate(), std::ios_base::eofbit | std::ios_base::failbit);
-            }
-        }
-    }
-}
-
-TEST(RSAKeyStream, ThatThrowsIsReportedInItsOwnWords) {
-    for (Reader const reader : readers) {
-        PortionBuffer buffer(text(encodedFor(reader)), 10, "the line is dead");
-        std::istream stream(&buffer);
-        stream.exceptions(std::ios_base::badbit);
-        if (reader == Reader::publicKey) {
-            EXPECT_THROWS(NotImplemented, "the line is dead", readWith(reader, stream));
-        } else {
-            EXPECT_THROWS(InternalException, "the line is dead", readWith(reader, stream));
-        }
-        EXPECT_EQ(stream.flags() & std::ios_base::skipws, 0);
-    }
-}
-
-TEST(RSAKeyStream, ThatThrowsTheLibrarysOwnExceptionsIsTranslatedToo) {
-    for (Reader const reader : readers) {
-        ThrowingBuffer<InvalidKey> buffer(InvalidKey("of a stream"));
-        std::istream stream(&buffer);
-        stream.exceptions(std::ios_base::badbit);
-        if (reader == Reader::publicKey) {
-            EXPECT_THROWS(NotImplemented, "of a stream", readWith(reader, stream));
-        } else {
-            EXPECT_THROWS(InternalException, "of a stream", readWith(reader, stream));
-        }
-    }
-}
-
-TEST(RSAKeyStream, IsReadFromWhereItStands) {
-    std::istringstream stream(text(readRSAKey(1024, "private.pem")) + text(readRSAKey(2048, "private.pem")));
-    stream.seekg(static_cast<std::streamoff>(readRSAKey(1024, "private.pem").size()));
-    EXPECT_EQ(provider.createRSA2048PrivateKey(stream, "")->getDER(), readRSAKey(2048, "private.der"));
-}
-
-TEST(RSAKeyStream, MayBeAFile) {
-    TemporaryDirectory const directory;
-    writeFile(directory / "key.der", readRSAKey(4096, "private.der"));
-    std::ifstream file(directory / "key.der", std::ios::binary);
-    EXPECT_EQ(provider.createRSA4096PrivateKey(file, "")->getDER(), readRSAKey(4096, "private.der"));
-
-    std::ifstream missing(directory / "missing.der", std::ios::binary);
-    EXPECT_THROWS(InternalException, emptyPrivate, provider.createRSA4096PrivateKey(missing, ""));
-    EXPECT_THROWS(InternalException, emptyPublic, provider.createRSA4096PublicKey(missing));
-}
-
-// The queries for the size
-
-TEST(RSASizeQuery, KnowsTheThreeSizes) {
-    struct {
-        unsigned long bits;
-        KeySignatureMethod method;
-    } const rows[] = {
-        {1024, KeySignatureMethod::RSA1024}, {2048, KeySignatureMethod::RSA2048}, {4096, KeySignatureMethod::RSA4096}};
-
-    for (auto const& [bits, method] : rows) {
-        SCOPED_TRACE(bits);
-        auto const expectPrivate = [&, method = method](ByteArray const& encoded, std::string const& password) {
-            std::istringstream stream = streamOf(encoded);
-            EXPECT_EQ(provider.getPrivateKeySignatureMethod(stream, password), method);
-            EXPECT_EQ(provider.getPrivateKeySignatureMethod(encoded, password), method);
-        };
-        for (std::string const& form : plainPrivateForms) {
-            expectPrivate(readRSAKey(bits, form), "");
-        }
-        for (std::string const& form : encryptedForms) {
-            expectPrivate(readRSAKey(bits, form), "password");
-        }
-        for (std::string const& form : publicForms) {
-            std::istringstream stream = streamOf(readRSAKey(bits, form));
-            EXPECT_EQ(provider.getPublicKeySignatureMethod(stream), method);
-            EXPECT_EQ(provider.getPublicKeySignatureMethod(readRSAKey(bits, form)), method);
-        }
-    }
-}
-
-TEST(RSASizeQuery, RefusesEveryOtherSize) {
-    for (std::string const key : {"p256", "rsa3072", "ed25519"}) {
-        SCOPED_TRACE(key);
-        ByteArray const privateKey = readKey(key + "-private.pem");
-        ByteArray const publicKey = readKey(key + "-public.pem");
-        std::istringstream privateStream = streamOf(privateKey);
-        std::istringstream publicStream = streamOf(publicKey);
-        EXPECT_THROWS(InternalException, unsupportedSize, provider.getPrivateKeySignatureMethod(privateKey, ""));
-        EXPECT_THROWS(InternalException, unsupportedSize, provider.getPrivateKeySignatureMethod(privateStream, ""));
-        EXPECT_THROWS(InternalException, unsupportedSize, provider.getPublicKeySignatureMethod(publicKey));
-        EXPECT_THROWS(InternalException, unsupportedSize, provider.getPublicKeySignatureMethod(publicStream));
-    }
-}
-
-TEST(RSASizeQuery, LooksAtNothingButTheSize) {
-    EXPECT_EQ(provider.getPrivateKeySignatureMethod(readKey("dsa1024-private.pem"), ""), KeySignatureMethod::RSA1024);
-    EXPECT_EQ(provider.getPublicKeySignatureMethod(readKey("rsapss2048-public.pem")), KeySignatureMethod::RSA2048);
-    EXPECT_EQ(provider.getPrivateKeySignatureMethod(readKey("dh2048-private.pem"), ""), KeySignatureMethod::RSA2048);
-    EXPECT_EQ(provider.getPublicKeySignatureMethod(readKey("mlkem1024-public.pem")), KeySignatureMethod::RSA1024);
-}
-
-TEST(RSASizeQuery, ReportsWhatTheLoadersReport) {
-    std::istringstream empty;
-    EXPECT_THROWS(InternalException, emptyPrivate, provider.getPrivateKeySignatureMethod(empty, ""));
-    EXPECT_THROWS(InternalException, emptyPrivate, provider.getPrivateKeySignatureMethod(ByteArray(), ""));
-    EXPECT_THROWS(InternalException, emptyPublic, provider.getPublicKeySignatureMethod(empty));
-    EXPECT_THROWS(InternalException, emptyPublic, provider.getPublicKeySignatureMethod(ByteArray()));
-
-    ByteArray const encrypted = readRSAKey(1024, "encrypted.pem");
-    std::istringstream stream = streamOf(encrypted);
-    EXPECT_THROWS(InternalException, noKey, provider.getPrivateKeySignatureMethod(encrypted, "wrong"));
-    EXPECT_THROWS(InternalException, noKey, provider.getPrivateKeySignatureMethod(stream, ""));
-    EXPECT_THROWS(InternalException, noKey, provider.getPublicKeySignatureMethod(encrypted));
-    EXPECT_THROWS(InternalException, noKey, provider.getPublicKeySignatureMethod(bytes("no key")));
-}
-
-TEST(RSASizeQuery, TakesBlanksAndLineBreaksAsPartOfTheKey) {
-    std::istringstream stream(" \n\t\n" + text(readRSAKey(2048, "private.pem")));
-    EXPECT_EQ(provider.getPrivateKeySignatureMethod(stream, ""), KeySignatureMethod::RSA2048);
-    std::istringstream blanks(" \n");
-    EXPECT_THROWS(InternalException, noKey, provider.getPrivateKeySignatureMethod(blanks, ""));
-    ByteArray const der = readRSAKey(2048, "private.der"); // not DER any more with a blank before it
-    EXPECT_THROWS(InternalException, noKey, provider.getPrivateKeySignatureMethod(joined({bytes(" "), der}), ""));
 }
 
 // The error queue
