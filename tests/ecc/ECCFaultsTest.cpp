@@ -40,8 +40,6 @@ std::string const noBuilder = nullHandle("OSSL_PARAM_BLDUPtr");
 std::string const noNumberContext = nullHandle("BN_CTXUPtr");
 std::string const noMDContext = nullHandle("EVP_MD_CTXUPtr");
 
-std::string const notPEM = "Could not create key from bytes in PEM encoding. Is the key really in PEM encoding? DER is "
-                           "not supported.";
 std::string const notWritten = "Failed to write to BIO.";
 std::string const nothingPending = "Error occurred while trying to find number of bytes in BIO. Expected one or more "
                                    "bytes to be pending";
@@ -75,7 +73,6 @@ std::string const pointNotFound = "Could not find 'pub' in parameter list from E
 std::string const noSigning = "Failed while doing setup to generate signature";
 std::string const noSize = "Could not calculate size of signature to be generated";
 std::string const notSigned = "Could not generate digital signature";
-std::string const noVerifying = "Failed while doing setup to verify signature";
 
 std::vector<Result> const notOne{0, -1, 2};
 

@@ -1,5 +1,7 @@
 #include "ecc/ECCKeyReader.h"
 
+#include "ECCOperations.h"
+
 #include "common/Conversions.h"
 
 #include "support/Bytes.h"
@@ -26,9 +28,6 @@ using foundation::crypto::utils::EllipticCurve;
 using foundation::crypto::utils::InternalException;
 using foundation::crypto::utils::InvalidKeyEncoding;
 using foundation::crypto::utils::KeyAndCurveMismatch;
-
-std::string const notPEM = "Could not create key from bytes in PEM encoding. Is the key really in PEM encoding? DER is "
-                           "not supported.";
 
 BIOUPtr memory() {
     return BIOUPtr(BIO_new(BIO_s_mem()));

@@ -13,6 +13,10 @@
 /// What the tests with failing and recorded libcrypto calls have of both curves.
 namespace support {
 
+inline std::string const notPEM =
+    "Could not create key from bytes in PEM encoding. Is the key really in PEM encoding? DER is not supported.";
+inline std::string const noVerifying = "Failed while doing setup to verify signature";
+
 /// The operations, each over keys made beforehand.
 template <class Factory> struct Operations {
     static auto const& pair() {

@@ -27,8 +27,6 @@ using namespace support;
 using namespace foundation::crypto;
 using utils::InternalException;
 
-std::string const noVerifying = "Failed while doing setup to verify signature";
-
 TYPED_TEST(ECCCalls, OfASignatureAreThoseThatTheWorkNeeds) {
     using On = Operations<TypeParam>;
     Recording recording;
