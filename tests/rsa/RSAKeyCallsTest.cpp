@@ -72,10 +72,10 @@ TEST(RSAKeyCalls, OfDERAreThoseThatTheWorkNeeds) {
 
 TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
     for (auto const& [function, operation] :
-         {std::pair("PEM_read_bio_PrivateKey", loadPrivatePEM), std::pair("PEM_read_bio_PrivateKey", readPrivatePEM),
-          std::pair("PEM_read_bio_PrivateKey", queryPrivateStream),
-          std::pair("d2i_PKCS8PrivateKey_bio", loadPrivateDER), std::pair("PEM_read_bio_PUBKEY", loadPublicPEM),
-          std::pair("PEM_read_bio_PUBKEY", readPublicPEM), std::pair("PEM_read_bio_PUBKEY", queryPublicStream)}) {
+         {std::pair("PEM_read_bio_PrivateKey", &loadPrivatePEM), std::pair("PEM_read_bio_PrivateKey", &readPrivatePEM),
+          std::pair("PEM_read_bio_PrivateKey", &queryPrivateStream),
+          std::pair("d2i_PKCS8PrivateKey_bio", &loadPrivateDER), std::pair("PEM_read_bio_PUBKEY", &loadPublicPEM),
+          std::pair("PEM_read_bio_PUBKEY", &readPublicPEM), std::pair("PEM_read_bio_PUBKEY", &queryPublicStream)}) {
         Recording const recording;
         operation();
         std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;

@@ -190,9 +190,9 @@ TEST(RSAKeyFault, ThatIsAnErrorOfACallWhichSucceedsIsForgotten) {
 
 TEST(RSAKeyFault, OfTheSizeIsThePlainException) {
     for (auto const& [operation, kind] :
-         {std::pair(loadPrivatePEM, "private"), std::pair(readPrivatePEM, "private"),
-          std::pair(buildPrivate, "private"), std::pair(loadPublicPEM, "public"), std::pair(readPublicPEM, "public"),
-          std::pair(buildPublic, "public"), std::pair(generate, "public")}) {
+         {std::pair(&loadPrivatePEM, "private"), std::pair(&readPrivatePEM, "private"),
+          std::pair(&buildPrivate, "private"), std::pair(&loadPublicPEM, "public"), std::pair(&readPublicPEM, "public"),
+          std::pair(&buildPublic, "public"), std::pair(&generate, "public")}) {
         for (int const size : {0, -1, 1023, 2048}) {
             Failing failing("EVP_PKEY_get_bits");
             failing.returning(size);
