@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Holds what one call of each operation costs against the table in budgets.txt.
 
-Usage: check.py allocations PROGRAM
+Usage: check.py allocations [EMULATOR] PROGRAM
        check.py instructions PROGRAM BUILD VALGRIND LIBRARY...
 
 PROGRAM makes the calls. BUILD is the compiler and its flags, VALGRIND may be empty, each LIBRARY is a file of ours.
@@ -34,9 +34,9 @@ def read_table():
     return build, budgets
 
 
-def count_allocations(program):
-    """The program prints a line for each call: operation, size, and how often it allocated."""
-    output = subprocess.run([program], check=True, stdout=subprocess.PIPE, text=True).stdout
+def count_allocations(command):
+    """The command prints a line for each call: operation, size, and how often it allocated."""
+    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     return {call: int(count) for call, count in (line.rsplit("  ", 1) for line in output.splitlines())}
 
 
@@ -70,17 +70,18 @@ def count_instructions(program, valgrind, libraries):
         return dict(read_dump(dump, objects, [os.path.realpath(each) for each in libraries]) for dump in dumps)
 
 
-def main(kind, program, build="", valgrind="", *libraries):
+def main(kind, *arguments):
     recorded_build, budgets = read_table()
     if kind == "allocations":
-        measured = count_allocations(program)
-    elif build != recorded_build:
-        print(f"Skipped: the instructions in the table are those of {recorded_build}; this is {build}.")
-        return SKIPPED
-    elif not valgrind:
-        print("Skipped: there is no valgrind, which counts instructions; tools/setup installs it.")
-        return SKIPPED
+        measured = count_allocations(arguments)
     else:
+        program, build, valgrind, *libraries = arguments
+        if build != recorded_build:
+            print(f"Skipped: the instructions in the table are those of {recorded_build}; this is {build}.")
+            return SKIPPED
+        if not valgrind:
+            print("Skipped: there is no valgrind, which counts instructions; tools/setup installs it.")
+            return SKIPPED
         measured = count_instructions(program, valgrind, libraries)
 
     breaches = 0

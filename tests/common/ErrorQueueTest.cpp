@@ -165,6 +165,34 @@ TEST(ErrorQueueMarks, KeepWhatAHostQueuedBeforeAnEntryThatIsStruckOut) {
     EXPECT_EQ(ERR_get_error(), 0U);
 }
 
+TEST(ErrorQueueMarks, KeepAHostsMarkOnAnEntryThatIsStruckOut) {
+    StrikingOut host;
+    for (bool const hostMarks : {true, false}) {
+        for (int const queued : {0, 1, 2}) {
+            ERR_clear_error();
+            queueErrors(queued);
+            host.decrypt();
+            if (hostMarks) {
+                ERR_set_mark();
+            }
+            {
+                ErrorQueueMark const mark;
+                queueErrors(1);
+            }
+            EXPECT_EQ(ERR_pop_to_mark(), hostMarks && queued > 0 ? 1 : 0);
+            EXPECT_EQ(ERR_pop_to_mark(), 0) << "a mark was left behind";
+        }
+    }
+    ERR_clear_error();
+    queueErrors(1);
+    ERR_set_mark();
+    {
+        ErrorQueueMark const mark;
+    }
+    EXPECT_EQ(ERR_pop_to_mark(), 1);
+    EXPECT_EQ(ERR_count_to_mark(), 1) << "the host's mark is there twice";
+}
+
 TEST(ErrorQueueMarks, KeepTheErrorsThatExplainAnException) {
     for (int const before : {0, 2}) {
         ERR_clear_error();

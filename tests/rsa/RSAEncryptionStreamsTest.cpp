@@ -129,6 +129,42 @@ TEST(RSAStreams, HoldWhatWasAskedForWhateverTheirBufferCounts) {
     }
 }
 
+/// Delivers `first`, then reports `count` and writes nothing; then it is at its end.
+class IdleBuffer : public std::streambuf {
+public:
+    IdleBuffer(std::string first, std::streamsize count) : first_(std::move(first)), count_(count) {}
+
+protected:
+    std::streamsize xsgetn(char* data, std::streamsize size) override {
+        std::streamsize const delivered = std::min(size, static_cast<std::streamsize>(first_.size()));
+        if (delivered == 0) {
+            return std::exchange(count_, 0);
+        }
+        std::copy_n(first_.begin(), delivered, data);
+        first_.erase(0, static_cast<std::size_t>(delivered));
+        return delivered;
+    }
+
+private:
+    std::string first_;
+    std::streamsize count_;
+};
+
+TEST(RSAStreams, HoldZerosWhereTheirBufferCountsWhatItDoesNotWrite) {
+    RSAKeyUser const& user = rsaTestKeyUser(1024);
+    IdleBuffer plainText(std::string(117, 'm'), 10);
+    std::istream message(&plainText);
+    std::stringstream cipherText;
+    user.encryptor(pkcs1)->encrypt(message, cipherText);
+    EXPECT_EQ(decryptStream(*user.decryptor(pkcs1), cipherText.str()), std::string(117, 'm') + std::string(10, '\0'));
+
+    IdleBuffer oneBlock(encryptStream(*user.encryptor(oaep1), "hi"), 128);
+    std::istream blocks(&oneBlock);
+    std::ostringstream output;
+    EXPECT_THROWS(InternalException, notDecrypted, user.decryptor(oaep1)->decrypt(blocks, output));
+    EXPECT_EQ(output.str(), "hi");
+}
+
 TEST(RSAStreams, ThatAreNotGoodAreEmpty) {
     RSAKeyUser const& user = rsaTestKeyUser(1024);
     for (auto const state : {std::ios_base::eofbit, std::ios_base::failbit, std::ios_base::badbit}) {

@@ -87,6 +87,16 @@ TEST_F(RSALargeInputs, AreNoKeys) {
                   provider.createRSA1024PrivateKey(modulus, exponent, exponent));
 }
 
+TEST(RSALargeNumbers, HaveZerosInFrontUpToTheLimitOfInt) {
+    ByteArray const exponent{1, 0, 1};
+    ByteArray modulus(twoGiB - 1);
+    std::fill(modulus.end() - 128, modulus.end(), 0xff);
+    EXPECT_EQ(provider.createRSA1024PublicKey(modulus, exponent)->getModulus(), ByteArray(128, 0xff));
+    modulus.push_back(0xff);
+    EXPECT_THROWS(InternalException, "Failed to load the modulus and the public exponent data from the inputs",
+                  provider.createRSA1024PublicKey(modulus, exponent));
+}
+
 TEST(RSALargePasswords, AreNotCutToShortOnes) {
     std::string password = "password";
     for (char const* const form : {"encrypted.pem", "encrypted.der"}) {

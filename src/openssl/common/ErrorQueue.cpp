@@ -14,7 +14,7 @@ std::string getOpenSSLErrorLines() {
 
     BUF_MEM* memory = nullptr;
     require(BIO_get_mem_ptr(bio.get(), &memory) == 1, "Failed to write out OpenSSL errors");
-    return memory->length == 0 ? std::string() : std::string(memory->data, memory->length);
+    return {memory->data, memory->length};
 }
 
 } // namespace foundation::crypto::openssl

@@ -22,8 +22,11 @@ class ErrorQueueMark {
 public:
     ErrorQueueMark() noexcept : exceptions_(std::uncaught_exceptions()) {
         // Looking purges the entries that libcrypto has struck out but not removed: a mark on one of them would be
-        // lost.
-        static_cast<void>(ERR_peek_last_error());
+        // lost. A mark of the host's that is lost by it comes back on what lies beneath.
+        bool const hasMarkOnTop = ERR_count_to_mark() == 0; // or is empty
+        if (ERR_peek_last_error() != 0 && hasMarkOnTop && ERR_count_to_mark() != 0) {
+            ERR_set_mark();
+        }
         ERR_set_mark();
     }
 

@@ -42,6 +42,12 @@ public:
     static std::streamsize ask(std::streambuf& buffer) { return (buffer.*&GetArea::showmanyc)(); }
 };
 
+/// Whether `buffer` is a `Buffer` and of no class derived from it. Type information is compared by its address: that of
+/// a class which a host compiled without (`-fno-rtti`) is a null pointer.
+template <class Buffer> bool isExactly(std::streambuf const& buffer) {
+    return &typeid(buffer) == &typeid(Buffer);
+}
+
 void setBadbitQuietly(std::istream& input) {
     try {
         input.setstate(std::ios_base::badbit);
@@ -105,7 +111,7 @@ std::size_t countKnown(std::streambuf& buffer) noexcept {
     std::size_t const ready = GetArea::sizeOf(buffer);
     // Of the standard's own classes the answer is true, and includes what is ready: what is left of a file, and what
     // was written to a string since its get area was made. A class derived from them may say anything.
-    bool const knows = typeid(buffer) == typeid(std::filebuf) || typeid(buffer) == typeid(std::stringbuf);
+    bool const knows = isExactly<std::filebuf>(buffer) || isExactly<std::stringbuf>(buffer);
     return knows ? std::max(ready, static_cast<std::size_t>(std::max<std::streamsize>(GetArea::ask(buffer), 0)))
                  : ready;
 }

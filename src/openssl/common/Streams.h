@@ -104,7 +104,6 @@ Bytes gather(std::size_t roomBehind, Read&& read, CountKnown&& countKnown) {
     joined.reserve(size + roomBehind);
     wantLargePages(joined.data(), joined.capacity());
     joined.insert(joined.end(), bytes.begin(), bytes.end());
-    Bytes().swap(bytes); // released at once
     for (Piece& piece : pieces) {
         joined.insert(joined.end(), piece.begin(), piece.end());
         Piece().swap(piece);

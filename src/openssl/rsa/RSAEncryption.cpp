@@ -136,6 +136,7 @@ std::ostream& transformStream(Direction const& direction, EVP_PKEY* key, std::si
     SecretBytes chunk(static_cast<std::size_t>(chunkLength));
     while (std::size_t const size = readPiece(input, chunk.data(), chunk.size())) {
         write(transformBlock<SecretBytes>(direction, key, modulusSize, padding, prng, chunk.data(), size), output);
+        std::fill(chunk.begin(), chunk.end(), 0); // what the stream's buffer counts next but does not write is zero
     }
     return output;
 }

@@ -32,7 +32,7 @@ namespace foundation::crypto::interfaces {
 /// Keys and random generators handed in must come from this library (from any provider object). One that is null or of
 /// another implementation, another copy of this library in the process included, counts as missing; what then happens
 /// is said with each operation. Objects keep shared references to the keys and generators they were made with, and to
-/// nothing else of the caller's. Values outside an enumeration are passed on, and refused where they are used.
+/// nothing else of the caller's. Values outside an enumeration are passed on; what then happens is said with each.
 ///
 /// Failures are exceptions of the family of `utils::Exception`, whose message texts are part of the interface; where
 /// libcrypto fails, every operation throws `utils::InternalException`. Standard exceptions met on the way arrive as the

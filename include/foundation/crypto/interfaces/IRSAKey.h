@@ -36,7 +36,8 @@ public:
     /// @throws utils::InternalException when libcrypto fails.
     virtual ByteArray getModulus() const = 0;
 
-    /// Returns the private exponent d, a secret; at most as many bytes as the modulus.
+    /// Returns the private exponent d, a secret: normally at most as many bytes as the modulus. A key that
+    /// was read from DER or PEM has the exponent that stands there, of whatever size.
     ///
     /// @throws utils::InternalException when libcrypto fails.
     virtual ByteArray getPrivateExponent() const = 0;

@@ -22,7 +22,7 @@ namespace foundation::crypto::interfaces {
 ///
 /// PSS has a salt of 20 bytes with "sha1", 32 with "sha256" and 64 with "sha512" (RSA-1024 has no room for the latter);
 /// with any other hash it is the longest that fits. A padding value outside the enumeration signs as PSS with
-/// libcrypto's default salt, as long as the digest.
+/// libcrypto's default salt, as long as the digest or as the key has room for.
 class IRSASigner {
 public:
     virtual ~IRSASigner() = default;
@@ -50,8 +50,9 @@ public:
 using RSASignerPtr = std::shared_ptr<IRSASigner>;
 
 /// Checks the signatures that an `IRSASigner` makes, with the public key, the same padding and the same hash. The
-/// digest engine serves as there; with PSS and a hash other than those three, the salt's length is read from the
-/// signature. The object never changes and may be shared between threads.
+/// digest engine serves as there. With PSS and a hash other than those three, and with a padding value outside the
+/// enumeration, the salt's length is read from the signature. The object never changes and may be shared between
+/// threads.
 class IRSAVerifier {
 public:
     virtual ~IRSAVerifier() = default;
