@@ -19,6 +19,7 @@ BN_num_bits                       : counts
 BN_clear                          : returns nothing
 OPENSSL_cleanse                   : returns nothing
 ERR_clear_last_mark               : the error queue is there as long as the thread, and every answer of it is one
+ERR_count_to_mark                 : the same
 ERR_error_string_n                : the same
 ERR_get_error                     : the same
 ERR_peek_last_error               : the same
