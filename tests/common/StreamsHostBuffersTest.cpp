@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cwchar>
 #include <fstream>
@@ -105,6 +106,17 @@ private:
     std::string content_;
     std::function<void()> failure_;
     std::size_t next_ = 0;
+};
+
+/// Stands behind the end of its get area, as after a gbump() too far.
+class OverrunBuffer : public UnbufferedBuffer {
+public:
+    explicit OverrunBuffer(std::string content) : UnbufferedBuffer(std::move(content)) {
+        setg(area_.data(), area_.data() + 3, area_.data() + 1);
+    }
+
+private:
+    std::array<char, 4> area_{};
 };
 
 /// Characters can be taken from it, but not looked at.
@@ -218,6 +230,7 @@ std::vector<Source> const sources{
     source<UnbufferedBuffer>("a buffer without a get area that throws", content, throwStandard),
     source<UnbufferedBuffer>("a buffer that throws an exception of the library", content, throwOwn),
     source<UnbufferedBuffer>("a buffer that throws a number", content, throwNumber),
+    source<OverrunBuffer>("a buffer behind the end of its get area", content),
     source<UflowBuffer>("a buffer that overrides uflow alone", content),
     source<UflowBuffer>("a buffer that overrides uflow alone and throws", content, throwStandard),
     source<RecordBuffer>("records", "first|second|third"),
