@@ -16,7 +16,7 @@ using foundation::crypto::openssl::version;
 std::string fileOfLoaded(char const* soname) {
     link_map* found = nullptr;
     if (void* const library = dlopen(soname, RTLD_LAZY | RTLD_NOLOAD)) {
-        dlinfo(library, RTLD_DI_LINKMAP, &found);
+        dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&found));
         dlclose(library);
     }
     if (found == nullptr) {

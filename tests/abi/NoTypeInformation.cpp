@@ -1,7 +1,7 @@
 #include "NoTypeInformation.h"
 
-#include <cstddef>
-#include <istream>
+#include "HostUses.h"
+
 #include <utility>
 
 namespace untyped {
@@ -30,25 +30,6 @@ private:
     std::string content_;
 };
 
-class DigestEngine final : public interfaces::IDigestEngine {
-public:
-    ByteArray computeDigest(ByteArray const& /*data*/) override { return {}; }
-
-    ByteArray computeDigest(std::istream& /*input*/) override { return {}; }
-
-    void update(ByteArray const& /*data*/) override {}
-
-    void update(unsigned char const* /*data*/, std::size_t /*size*/) override {}
-
-    ByteArray finalize() override { return {}; }
-
-    std::string getDigestName() const override { return "SHA256"; }
-
-    std::string getDigestNameForEVP_MD() const override { return "sha256"; }
-
-    std::size_t getDigestSize() const override { return 32; }
-};
-
 class PublicKey final : public interfaces::IRSAPublicKey<RSAKeySize<2048>> {
 public:
     unsigned long getKeySize() const override { return 2048; }
@@ -67,17 +48,6 @@ public:
     ByteArray getPrivateInteger() const override { return {}; }
 };
 
-class Generator final : public interfaces::ICryptoPRNG {
-public:
-    unsigned char generateRandomByte() override { return 0; }
-
-    ByteArray generateRandomBytes(std::size_t size) override { return ByteArray(size); }
-
-    bool isSeeded() const override { return true; }
-
-    std::string getPRNGName() const override { return "none"; }
-};
-
 } // namespace
 
 std::unique_ptr<std::streambuf> bufferOf(std::string content) {
@@ -85,7 +55,7 @@ std::unique_ptr<std::streambuf> bufferOf(std::string content) {
 }
 
 interfaces::DigestEnginePtr digestEngine() {
-    return std::make_shared<DigestEngine>();
+    return std::make_shared<host::HostEngine>();
 }
 
 interfaces::RSAPublicKeyPtr<2048> publicKey() {
@@ -97,7 +67,7 @@ interfaces::ECCPrivateKeyPtr<EllipticCurve::P256> privateKey() {
 }
 
 interfaces::CryptoPRNGPtr generator() {
-    return std::make_shared<Generator>();
+    return std::make_shared<host::HostPRNG>(1);
 }
 
 } // namespace untyped

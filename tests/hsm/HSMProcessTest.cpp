@@ -189,18 +189,19 @@ TEST_F(HSMEndurance, UsesNothingUpBeyondOneSlotInEachKeyObject) {
     }
 
     int const reports = 10;
+    int const signaturesEach = signatures / reports;
     Usage const start;
     for (int report = 1; report <= reports; ++report) {
         Usage const before;
-        for (int signature = 0; signature < signatures / reports; ++signature) {
+        for (int signature = 0; signature < signaturesEach; ++signature) {
             EXPECT_EQ(signer->sign(ByteArray(), engine).size(), 256U);
         }
         Usage const after;
         std::printf(
             "after %5d signatures: %6ld KiB resident, %td files, %d slots in a key object, %.2f ms of processor "
             "time each\n",
-            report * (signatures / reports), after.resident, after.files, after.keySlots,
-            (after.processor - before.processor) / (signatures / reports));
+            report * signaturesEach, after.resident, after.files, after.keySlots,
+            (after.processor - before.processor) / signaturesEach);
     }
     Usage const end;
     int const ownSlots = 2 * reports + 1; // one for each count that was taken

@@ -87,7 +87,7 @@ TEST(RSAKeyCalls, GiveEveryReaderAPassPhrase) {
 
 TEST(RSAKeyCalls, WriteWithoutCipherOrPassPhrase) {
     for (auto const& [function, operation] :
-         {std::pair("i2d_PKCS8PrivateKey_bio", exportPrivate), std::pair("PEM_write_bio_PrivateKey", generate)}) {
+         {std::pair("i2d_PKCS8PrivateKey_bio", &exportPrivate), std::pair("PEM_write_bio_PrivateKey", &generate)}) {
         Recording const recording;
         operation();
         std::vector<std::intptr_t> const arguments = recording.callsOf(function).at(0).arguments;

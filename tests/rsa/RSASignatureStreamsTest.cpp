@@ -21,7 +21,8 @@ using namespace foundation::crypto::utils;
 
 TEST(RSASignatureStreams, AreReadFromWhereTheyStandToTheirEnd) {
     RSAKeyUser const& user = rsaTestKeyUser(1024);
-    std::string const message = " \t\r\n white \n\n space and a NUL \0 at the end \n";
+    using namespace std::string_literals;
+    std::string const message = " \t\r\n white \n\n space and a NUL \0 at the end \n"s;
     ByteArray const signature = sign(*user.signer(pkcs1), bytes(message));
     for (std::size_t const portion : {1U, 7U, 4096U}) {
         PortionBuffer buffer("read before" + message, portion);
