@@ -13,7 +13,7 @@
 #include <type_traits>
 #include <utility>
 
-/// The host of Host.cpp: what it has of its own, and how it writes down what it got.
+/// The host of Host.cpp: what it has of its own (other hosts of tests, too), and how it writes down what it got.
 namespace host {
 
 using namespace foundation::crypto;

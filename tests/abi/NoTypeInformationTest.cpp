@@ -77,7 +77,8 @@ TEST_F(HostsWithoutTypeInformation, HandInForeignKeysAndGenerators) {
     EXPECT_THROWS(InternalException, "The PRNG does not exist.",
                   provider.createRSA2048Encryptor(key, RSAPaddingMode::OAEP_SHA1, untyped::generator()));
     auto const signer = provider.createECCP256Signer(untyped::privateKey());
-    EXPECT_THROW(signer->sign(bytes(message), provider.createSHA256DigestEngine()), InternalException);
+    EXPECT_THROWS(InternalException, "Failed while doing setup to generate signature",
+                  signer->sign(bytes(message), provider.createSHA256DigestEngine()));
 }
 
 } // namespace

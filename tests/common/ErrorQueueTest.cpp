@@ -165,32 +165,48 @@ TEST(ErrorQueueMarks, KeepWhatAHostQueuedBeforeAnEntryThatIsStruckOut) {
     EXPECT_EQ(ERR_get_error(), 0U);
 }
 
-TEST(ErrorQueueMarks, KeepAHostsMarkOnAnEntryThatIsStruckOut) {
+TEST(ErrorQueueMarks, KeepAHostsMarksOnItsLastErrorStruckOutOrNot) {
     StrikingOut host;
-    for (bool const hostMarks : {true, false}) {
-        for (int const queued : {0, 1, 2}) {
-            ERR_clear_error();
-            queueErrors(queued);
-            host.decrypt();
-            if (hostMarks) {
-                ERR_set_mark();
-            }
-            {
-                ErrorQueueMark const mark;
-                queueErrors(1);
-            }
-            EXPECT_EQ(ERR_pop_to_mark(), hostMarks && queued > 0 ? 1 : 0);
-            EXPECT_EQ(ERR_pop_to_mark(), 0) << "a mark was left behind";
+
+    struct Host {
+        int marksBefore;
+        bool strikesOut;
+        int marksBehind;
+    };
+
+    for (auto const& [marksBefore, strikesOut, marksBehind] :
+         {Host{0, true, 0}, Host{0, true, 1}, Host{0, true, 2}, Host{1, true, 1}, Host{2, true, 2}, Host{1, false, 0},
+          Host{2, false, 0}}) {
+        ERR_clear_error();
+        queueErrors(2);
+        for (int mark = 0; mark < marksBefore; ++mark) {
+            ERR_set_mark();
         }
+        if (strikesOut) {
+            host.decrypt();
+        }
+        for (int mark = 0; mark < marksBehind; ++mark) {
+            ERR_set_mark();
+        }
+        {
+            ErrorQueueMark const mark;
+            queueErrors(3);
+        }
+        for (int mark = 0; mark < marksBefore + marksBehind; ++mark) {
+            queueErrors(1);
+            EXPECT_EQ(ERR_pop_to_mark(), 1);
+        }
+        EXPECT_EQ(ERR_GET_REASON(ERR_peek_last_error()), 2);
+        EXPECT_EQ(ERR_count_to_mark(), 2) << "a mark was left behind";
     }
     ERR_clear_error();
-    queueErrors(1);
+    host.decrypt();
     ERR_set_mark();
     {
         ErrorQueueMark const mark;
+        queueErrors(1);
     }
-    EXPECT_EQ(ERR_pop_to_mark(), 1);
-    EXPECT_EQ(ERR_count_to_mark(), 1) << "the host's mark is there twice";
+    EXPECT_EQ(ERR_peek_error(), 0U);
 }
 
 TEST(ErrorQueueMarks, KeepTheErrorsThatExplainAnException) {

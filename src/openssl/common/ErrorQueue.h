@@ -21,13 +21,16 @@ std::string getOpenSSLErrorLines();
 class ErrorQueueMark {
 public:
     ErrorQueueMark() noexcept : exceptions_(std::uncaught_exceptions()) {
-        // Looking purges the entries that libcrypto has struck out but not removed: a mark on one of them would be
-        // lost. A mark of the host's that is lost by it comes back on what lies beneath.
-        bool const hasMarkOnTop = ERR_count_to_mark() == 0; // or is empty
-        if (ERR_peek_last_error() != 0 && hasMarkOnTop && ERR_count_to_mark() != 0) {
+        // Looking purges the last entries that libcrypto has struck out but not removed, and the marks on them. Those
+        // of the host's on the last of all go to what lies beneath, under ours.
+        int marks = 1;
+        while (ERR_count_to_mark() == 0 && ERR_clear_last_mark() == 1) {
+            ++marks;
+        }
+        static_cast<void>(ERR_peek_last_error());
+        for (; marks > 0; --marks) {
             ERR_set_mark();
         }
-        ERR_set_mark();
     }
 
     ~ErrorQueueMark() {

@@ -14,8 +14,8 @@ namespace foundation::crypto::utils {
 /// The root of every failure that the library reports; thrown by value, caught by reference. Thrown itself only for an
 /// RSA key of another size than the one asked for. Besides this family only `std::bad_alloc` and `std::length_error`
 /// leave the library, each where an operation says so or where memory runs out, and from an HSM signer whatever a
-/// host's own stream or digest engine throws into it. What a host's own object throws that is no `std::exception`, and
-/// the unwinding of a cancelled thread, pass every operation unchanged.
+/// host's own stream or digest engine throws into it. What a host's own object throws that is no `std::exception`,
+/// where a stream lets it out, and the unwinding of a cancelled thread pass every operation unchanged.
 ///
 /// `what()` is the message as given to the constructor. The message texts are part of the interface: they are fixed,
 /// odd spacing included, and a host may compare them. Many are followed directly by libcrypto's error text: the calling
